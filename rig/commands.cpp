@@ -1,0 +1,18 @@
+// The table of subcommands.
+
+#include "rig.h"
+
+namespace rig {
+
+const std::vector<Command>& commands() {
+    static const std::vector<Command> table{
+        {"simulator", "a simulator that speaks SimConnect over TCP", runSimulator},
+        {"feed", "a RealTraffic that plays a recording or makes traffic", runFeed},
+        {"server", "a download server for a folder", runServer},
+        {"refdata", "builds a download tree from plain tables", runRefdata},
+        {"replay", "a whole flight in virtual time, with a report", runReplay},
+    };
+    return table;
+}
+
+} // namespace rig

@@ -1,0 +1,27 @@
+#pragma once
+// Command-line options of the form --name VALUE and --name, for the subcommands.
+
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace rig {
+
+// Throws std::runtime_error for an unknown option, a missing value or a bad number; the text names the option.
+class Options {
+  public:
+    // Names without dashes; those in `flags` take no value.
+    Options(const std::vector<std::string>& arguments, const std::vector<std::string>& withValue,
+            const std::vector<std::string>& flags);
+    bool has(const std::string& name) const { return values.count(name) > 0; }
+    std::string text(const std::string& name, const std::string& otherwise = "") const;
+    double number(const std::string& name, double otherwise, double low, double high) const;
+    long integer(const std::string& name, long otherwise, long low, long high) const;
+    std::vector<std::string> rest; // positional arguments
+
+  private:
+    std::map<std::string, std::string> values;
+};
+
+} // namespace rig

@@ -1,0 +1,97 @@
+#pragma once
+// The application frame: the process, the run, their state, and the ways to stop. A run is one pass of the worker
+// thread from lf_startRun to lf_closingDown; the window and the log live longer.
+
+#include "app/geo.h"
+#include "platform/lock.h"
+#include "platform/shared_values.h"
+
+#include <cstdint>
+#include <string>
+
+enum class RunState : std::int32_t {
+    notYetSet = 0,
+    simClosed = 1,
+    newFlight = 2,
+    newSettings = 3,
+    userClosed = 4,
+    simConnectError = 5,
+    readerError = 6,
+    systemError = 7,
+};
+const char* gf_runStateText(RunState state); // "NOT YET SET", ...
+
+constexpr const char* programName = "Velloray";
+constexpr unsigned messageStartRun = 32769;   // posted to the window: start a run
+constexpr unsigned messageEndProcess = 32770; // posted to the window: save its place and end
+
+// A half hour of the week, UTC: day 1 (Monday) to 7 (Sunday), hh 0 to 47. The half hour changes 30 seconds early, and
+// the day with it.
+struct WeekSlot {
+    std::int32_t day = 0, hh = 0;
+    bool operator==(const WeekSlot&) const = default;
+};
+WeekSlot gf_weekSlot(std::int64_t utcSeconds);
+
+// What lives as long as the process.
+struct AppProcess {
+    Flag windowClosed;      // the user closed the window; no reset clears it; ends countdowns, bars new runs
+    Flag restartAfterClose; // written by lf_closingDown; read by lf_readSetup: this run is a restart
+    Relaxed<std::uint32_t>
+        runNumber; // counts runs, from 1; a stop asked by a thread of an older run is ignored
+    Relaxed<std::int32_t>
+        tickCount; // passes of the motion step, 10 ms each; worker writes; not reset by a run
+    Relaxed<bool> realTrafficLocal; // RealTraffic is installed on this computer; worker, once per run
+    bool dbaseRead = false;         // worker
+};
+extern AppProcess appLife; // owner: app
+
+// What lives as long as a run; back to its start values by assignment in lf_resetForRestart.
+struct AppRun {
+    Flag stopRequested;    // the run is to end; every longer loop tests it
+    Flag userClosing;      // the user closed the window in this run
+    Flag simConnectFailed; // a SimConnect request failed in this run
+    Flag simRunning;       // the simulator reports a running flight; simulator thread writes
+    Flag secondTick;       // set by the simulator's once-per-second message; taken by the cycle
+    Relaxed<RunState> runState{RunState::notYetSet};
+    Relaxed<std::int32_t> restartDelay; // seconds of the countdown
+    Flag rtNotYetConnected{true};       // RealTraffic has not connected in this run
+
+    Relaxed<std::int32_t> secondCount; // second steps; worker
+    Relaxed<std::int32_t> messageAge;  // second steps, never reset within a run; worker
+    bool flightPaused = false;         // worker
+    std::int32_t pauseCount = 100;     // worker
+    SeqLocked<WeekSlot> weekSlot;      // worker writes
+
+    Relaxed<double> rangeNm{40}; // the range in force, nautical miles; see gf_setRange
+    Relaxed<std::int32_t> rangeMeters{74080};
+    std::int32_t savedRange = 40; // LATERAL_RANGE that AUTO_RANGE replaced; message loop
+    std::int32_t liveLimit = -1;  // MAX_LIVE in force at the start; worker
+
+    // Requests of the window, each taken by the cycle.
+    Flag reReadRequest, flushRequest, blockRequest, objectIdRequest, forgetTypesRequest, navLightsRequest,
+        trimLiveRequest;
+    Flag reparkRequest; // a renewal of static parking; served in two visits of the 15-second schedule
+    bool reparkFirstPhase = false;   // worker
+    Relaxed<bool> parametersChanged; // a parking setting changed
+};
+extern AppRun app; // owner: app
+
+// Stopping -----------------------------------------------------------------------------------------------------
+// The one way to stop a run: the first cause wins. Reason and delay are in place before the flag is seen.
+void gf_requestStop(RunState state, std::int32_t delaySeconds);
+void gf_fatalError(const std::string& text);                             // shows the error; SYSTEM ERROR
+void gf_readerStopped(const std::string& name, const std::string& text); // READER ERROR, a new run in 15 s
+void gf_userClosesWindow();                                              // the close box, SIGTERM, SIGINT
+bool gf_stopping();                          // a stop is under way, or the user closes the window
+bool gf_sleepUnlessStopped(std::int64_t ms); // false as soon as a stop is seen, within 100 ms
+
+// A thread that a run starts says so first, so that its stops count for that run alone.
+void gf_joinRun(std::uint32_t runNumber);
+
+void gf_setRange(double nm); // both forms of the range
+
+// Runs ---------------------------------------------------------------------------------------------------------
+void gf_startRunThread(); // message 32769: makes the worker
+void gf_endProcess();     // message 32770: saves the window's place, closes the log, ends the loop
+int gf_main();            // the process: guard, log, window, loop; its exit code

@@ -1,0 +1,13 @@
+#pragma once
+// The loop that moves the system: the Tick every 10 ms, and the second step at each of the simulator's seconds.
+
+bool lf_waitForUserAircraft(); // false: a stop came
+void lf_waitForFirstReport();
+void lf_mainCycle();
+void lf_beginCycle(); // the part of lf_mainCycle before its loop, without the timer resolution
+bool lf_cycleStep();  // one pass; true to go on
+void lf_secondStep();
+void lf_pausedStep();
+void lf_slowSchedule(int second);
+void lf_readerWatch();
+void lf_workOutWeekSlot();

@@ -1,0 +1,36 @@
+#pragma once
+// Small file helpers of the scans and stores.
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace pugi {
+class xml_document;
+}
+
+enum class FileEncoding { plain = 0, utf16le = 1, utf16be = 2, utf8bom = 3, unreadable = 5 };
+
+bool gf_saveXml(const pugi::xml_document& document,
+                const std::filesystem::path& path); // beside, then renamed; logs
+bool gf_writeFile(std::string_view text, const std::filesystem::path& path, bool addLineEnd);
+// The lines of a file without their ends; nullopt when it is missing or empty.
+std::optional<std::vector<std::string>> gf_readLines(const std::filesystem::path& path);
+FileEncoding gf_fileEncoding(const std::filesystem::path& path); // by the first two bytes
+bool gf_readTextFile(FileEncoding encoding, const std::filesystem::path& path,
+                     std::string& result); // as UTF-8
+
+bool gf_boolOfText(
+    std::string_view text); // the files' rule: true when the first character is one of 1 t T y Y
+std::vector<std::string> gf_splitAtCommas(std::string_view text); // no trimming; an empty text gives none
+
+// The element "meta" that opens the program's own XML files.
+void gf_writeMeta(pugi::xml_document& document);
+void gf_testMeta(const pugi::xml_document& document); // logs "meta data incorrect?"
+
+// Number of the field's start, independent of the locale: what follows the number is ignored. False for no number
+// and for one that is not finite or out of range.
+bool gf_parseDouble(std::string_view text, double& result);
+bool gf_parseInt(std::string_view text, int& result); // signed decimal

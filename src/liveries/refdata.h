@@ -1,0 +1,116 @@
+#pragma once
+// The reference data base: aviation knowledge read once per process from the download "dbase.zip", and only read
+// afterwards, from any thread.
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+enum class AcCategory : std::int32_t {
+    light = 0,
+    buzjets = 1,
+    large = 2,
+    heavy = 3,
+    highPerf = 4,
+    rotorcraft = 5
+};
+constexpr std::size_t categoryCount = 6;
+const char* gf_categoryName(AcCategory category); // "Light", "Buzjets", ...
+
+struct TextHash { // FNV-1a 64
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const {
+        std::uint64_t h = 0xcbf29ce484222325ull;
+        for (const char c : text) h = (h ^ static_cast<unsigned char>(c)) * 0x100000001b3ull;
+        return static_cast<std::size_t>(h);
+    }
+};
+template <class T> using TextMap = std::unordered_map<std::string, T, TextHash, std::equal_to<>>;
+using TextSet = std::set<std::string, std::less<>>;
+
+struct DbaseRegcode {
+    std::string airl; // ICAO airline code, may be empty
+    std::string type; // ICAO model code, may be empty
+    std::string opr;  // ICAO airline code of the operator, may be empty
+    bool cargo = false;
+};
+
+// The registrations: half a million records in little memory.
+class RegcodeStore {
+  public:
+    void reserve(std::size_t count);
+    bool insert(std::string_view reg, std::string_view airl, std::string_view type, std::string_view opr,
+                bool cargo);
+    std::optional<DbaseRegcode> find(std::string_view reg) const; // exactly this form
+    std::size_t size() const;
+    void clear();
+
+  private:
+    struct Entry {
+        std::uint32_t text;            // place of the registration in `texts`
+        std::uint16_t airl, type, opr; // places in `codes`
+        std::uint8_t length;
+        bool cargo;
+    };
+    std::uint16_t codeIndex(std::string_view code);
+    std::size_t slotOf(std::string_view reg) const;
+    std::vector<Entry> entries;
+    std::vector<std::uint32_t> slots; // open addressing: entry number plus 1, 0 for free
+    std::string texts;
+    std::vector<std::string> codes{""};
+    TextMap<std::uint16_t> codeNumbers;
+};
+
+struct PublisherAirports {
+    std::string publisher;
+    std::vector<std::string> airports;
+};
+
+struct RefData { // owner: liveries; filled by gf_readDbase on the worker, read-only afterwards
+    TextSet allModels, highPerfModels, heavyModels, largeModels, buzjetModels, rotorModels, cargoModels;
+    std::vector<std::vector<std::string>> similarGroups;
+    TextSet icaoAirlines, cargoOperators;
+    std::vector<std::vector<std::string>> publisherGroups;      // the first name is the canonical one
+    std::map<std::string, double, std::less<>> wingspanByModel; // half spans, nautical miles
+    std::array<double, categoryCount> wingspanByCategory{};     // means of half spans, nautical miles
+    double maxHalfWingspan = 0;                                 // nautical miles
+    TextMap<std::string> modelFixes;
+    TextSet simaddonAirports20;
+    std::vector<PublisherAirports> thirdParties20, thirdParties24;
+    RegcodeStore dbaseRegcodes;
+};
+extern RefData refData;
+
+// Downloads, reads and deletes the file. Throws orvo::UserErrorException 60 and 61 and std::runtime_error; false
+// after a caught XPath failure.
+bool gf_readDbase();
+bool gf_readDbaseFile(
+    const std::string& pathUtf8); // the reading alone, of an unpacked file, without its deletion
+bool gf_isValidModel(std::string_view model);
+bool gf_isValidAirline(std::string_view airline);
+AcCategory gf_modelCategory(std::string_view model);
+double gf_halfWingspanNm(std::string_view model);
+std::string gf_publisherOf(std::string_view text);
+std::vector<std::string> gf_regcodeVariants(std::string_view registration);
+std::optional<DbaseRegcode> gf_lookupRegcode(std::string_view registration);
+std::string gf_regcodeOperator(std::string_view registration);
+std::string gf_regcodeAirline(std::string_view registration);
+// First three characters, all A to Z, followed by a digit, and a valid airline; "" when it can't be derived. A
+// callsign that equals the registration without its dash gives none.
+std::string gf_airlineOfCallsign(std::string_view callsign, std::string_view registration);
+
+// The scrambling of codes in the file; the encoders serve whoever writes it.
+std::string gf_decryptType(std::string_view stored);
+std::string gf_decryptAirl(std::string_view stored); // throws std::runtime_error for a wrong length
+std::string gf_decryptReg(std::string_view stored);  // throws std::out_of_range
+std::string gf_encryptType(std::string_view plain);
+std::string gf_encryptAirl(std::string_view plain);
+std::string gf_encryptReg(std::string_view plain);
+
+extern const TextMap<std::string> baseContainerModels; // folder of a base_container to model

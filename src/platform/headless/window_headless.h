@@ -1,0 +1,34 @@
+#pragma once
+// What a test may do to a window that is not there.
+
+#include "platform/window.h"
+
+#include <string>
+#include <vector>
+
+namespace plat::headless {
+
+struct Control {
+    char kind; // 'c' check box, 'b' push button, 'e' edit box
+    Rect place;
+    bool enabled, checked;
+    std::string text;
+};
+struct Drawn {
+    char kind; // 'f' fill, 'l' line, 't' text
+    Rect place;
+    Colour colour;
+    std::string text;
+};
+
+std::vector<Drawn> repaint();
+std::vector<Rect> takeInvalid();
+void click(int id);
+void enter(int id, std::string_view text);
+void close();
+void setPosition(int x, int y);
+Control control(int id);
+bool isTopMost();
+void reset(); // as before openWindow
+
+} // namespace plat::headless

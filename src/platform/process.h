@@ -1,0 +1,37 @@
+#pragma once
+// What the program needs of the operating system around its process.
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace plat {
+
+// Held for the life of the process: at most one instance of the given name runs per user.
+class InstanceGuard {
+  public:
+    explicit InstanceGuard(const std::string& name); // "Local\$Velloray$"
+    ~InstanceGuard();
+    InstanceGuard(const InstanceGuard&) = delete;
+    InstanceGuard& operator=(const InstanceGuard&) = delete;
+    bool alreadyRuns() const { return other; }
+
+  private:
+    bool other = false;
+    struct Inside;
+    std::unique_ptr<Inside> inside;
+};
+
+// The user's folders; an empty path when the system does not tell.
+std::filesystem::path roamingDataFolder(); // settings: $XDG_CONFIG_HOME or ~/.config
+std::filesystem::path localDataFolder();   // bulk data: $XDG_DATA_HOME or ~/.local/share
+std::filesystem::path homeFolder();
+
+// Calls handler once, on a thread of its own, at the first request from outside to end (SIGTERM, SIGINT, the end
+// of the session). Call it once, before any thread is started.
+void onTerminationRequest(std::function<void()> handler);
+
+void releaseFreeMemory(); // gives freed memory back to the system; not for a Tick
+
+} // namespace plat

@@ -1,0 +1,52 @@
+#pragma once
+// What all tests share: scratch folders, the shared test data, and a log that can be read back.
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <unistd.h>
+
+namespace test {
+
+// A folder that goes with its owner. enter() makes it the program folder and the home of the process.
+class ScratchFolder {
+  public:
+    ScratchFolder() {
+        std::string name = (std::filesystem::temp_directory_path() / "velloray-test-XXXXXX").string();
+        path = mkdtemp(name.data());
+    }
+    ~ScratchFolder() {
+        std::error_code ignored;
+        std::filesystem::current_path(std::filesystem::temp_directory_path(), ignored);
+        std::filesystem::remove_all(path, ignored);
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    void enter() const {
+        std::filesystem::current_path(path);
+        setenv("HOME", path.c_str(), 1);
+        setenv("XDG_CONFIG_HOME", (path / "config").c_str(), 1);
+        setenv("XDG_DATA_HOME", (path / "data").c_str(), 1);
+    }
+    std::filesystem::path path;
+};
+
+inline std::string readFile(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+inline void writeFile(const std::filesystem::path& path, const std::string& text) {
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+// Real recordings, tables and files lie beside the checkout, or where VELLORAY_SHARED says; a test that wants them
+// skips with a message when they are not there.
+inline std::filesystem::path sharedFolder() {
+    const char* set = std::getenv("VELLORAY_SHARED");
+    return set ? set : std::filesystem::path(VELLORAY_SOURCE_DIR) / ".." / "shared";
+}
+
+} // namespace test
