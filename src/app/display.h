@@ -3,12 +3,14 @@
 // writer stores the value and asks for a repaint of its band.
 
 #include "platform/shared_values.h"
+#include "platform/window.h"
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
 enum class Band { title, status, settings, parking, message };
+plat::Rect gf_bandRect(Band band);
 void gf_repaint(Band band); // invalidates the band's rectangle; any thread
 
 enum class ReaderMark : std::int32_t { live = 1, silent = 2, notStarted = 3 };

@@ -2,10 +2,5 @@
 // The window's contents, written once against platform/window.h: five bands, repainted in a fixed order by the
 // thread of the message loop.
 
-#include "app/display.h"
-#include "platform/window.h"
-
 bool lf_createMainWindow(); // at its saved place; false when there is none
 void lf_paintAll();         // the paint handler
-
-plat::Rect gf_bandRect(Band band);

@@ -1,0 +1,118 @@
+// UTF-8 to UTF-16 and back. One strict decoder of our own on every system, so that what counts as invalid does not
+// depend on the system: overlong forms, lone surrogates and values beyond U+10FFFF are refused. Any thread.
+
+#include "platform/text.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+namespace plat {
+
+namespace {
+
+constexpr unsigned errorNoUnicodeTranslation = 1113; // the Windows error number of an invalid sequence
+constexpr std::size_t longestText =
+    std::numeric_limits<std::int32_t>::max(); // units, as the system counts them
+
+constexpr char32_t firstSurrogate = 0xD800, firstLowSurrogate = 0xDC00, lastSurrogate = 0xDFFF;
+constexpr char32_t firstBeyondBmp = 0x10000, lastCodePoint = 0x10FFFF;
+
+// Takes one code point off the front of text; false when no valid sequence stands there.
+bool takeUtf8(std::string_view& text, char32_t& result) {
+    const auto byteAt = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned char lead = byteAt(0);
+    if (lead < 0x80) {
+        result = lead;
+        text.remove_prefix(1);
+        return true;
+    }
+    // Length, the bits that the lead byte carries, and the smallest value that needs this length.
+    std::size_t length = 0;
+    char32_t value = 0, smallest = 0;
+    if ((lead & 0xE0) == 0xC0) {
+        length = 2, value = lead & 0x1F, smallest = 0x80;
+    } else if ((lead & 0xF0) == 0xE0) {
+        length = 3, value = lead & 0x0F, smallest = 0x800;
+    } else if ((lead & 0xF8) == 0xF0) {
+        length = 4, value = lead & 0x07, smallest = firstBeyondBmp;
+    } else {
+        return false;
+    }
+    if (text.size() < length) return false;
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byteAt(i) & 0xC0) != 0x80) return false;
+        value = value << 6 | (byteAt(i) & 0x3F);
+    }
+    if (value < smallest || value > lastCodePoint) return false;
+    if (value >= firstSurrogate && value <= lastSurrogate) return false;
+    result = value;
+    text.remove_prefix(length);
+    return true;
+}
+
+void appendUtf8(std::string& out, char32_t value) {
+    const auto tail = [&](int shift) { out += static_cast<char>(0x80 | (value >> shift & 0x3F)); };
+    if (value < 0x80) {
+        out += static_cast<char>(value);
+    } else if (value < 0x800) {
+        out += static_cast<char>(0xC0 | value >> 6);
+        tail(0);
+    } else if (value < firstBeyondBmp) {
+        out += static_cast<char>(0xE0 | value >> 12);
+        tail(6), tail(0);
+    } else {
+        out += static_cast<char>(0xF0 | value >> 18);
+        tail(12), tail(6), tail(0);
+    }
+}
+
+void refuseOverlong(std::size_t units) {
+    if (units > longestText) throw std::overflow_error("Input string too long for a conversion.");
+}
+
+} // namespace
+
+std::u16string utf16FromUtf8(std::string_view text) {
+    refuseOverlong(text.size());
+    std::u16string result;
+    result.reserve(text.size());
+    while (!text.empty()) {
+        char32_t value = 0;
+        if (!takeUtf8(text, value))
+            throw win32::Utf8ConversionException("Invalid UTF-8 sequence found in input string.",
+                                                 errorNoUnicodeTranslation);
+        if (value >= firstBeyondBmp) {
+            result += static_cast<char16_t>(firstSurrogate + ((value - firstBeyondBmp) >> 10));
+            result += static_cast<char16_t>(firstLowSurrogate + ((value - firstBeyondBmp) & 0x3FF));
+        } else {
+            result += static_cast<char16_t>(value);
+        }
+    }
+    return result;
+}
+
+std::string utf8FromUtf16(std::u16string_view text) {
+    refuseOverlong(text.size());
+    const auto invalid = [] {
+        return win32::Utf8ConversionException("Invalid UTF-16 sequence found in input string.",
+                                              errorNoUnicodeTranslation);
+    };
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char32_t value = text[i];
+        if (value >= firstLowSurrogate && value <= lastSurrogate) throw invalid();
+        if (value >= firstSurrogate && value < firstLowSurrogate) {
+            const char32_t low = i + 1 < text.size() ? text[i + 1] : 0;
+            if (low < firstLowSurrogate || low > lastSurrogate) throw invalid();
+            value = firstBeyondBmp + ((value - firstSurrogate) << 10) + (low - firstLowSurrogate);
+            ++i;
+        }
+        appendUtf8(result, value);
+    }
+    return result;
+}
+
+} // namespace plat
