@@ -36,9 +36,10 @@ WeekSlot gf_weekSlot(std::int64_t utcSeconds);
 // What lives as long as the process.
 struct AppProcess {
     Flag windowClosed;      // the user closed the window; no reset clears it; ends countdowns, bars new runs
+    Flag closingFailed;     // a closing ended in an exception: closing the window ends the process
     Flag restartAfterClose; // written by lf_closingDown; read by lf_readSetup: this run is a restart
-    Relaxed<std::uint32_t>
-        runNumber; // counts runs, from 1; a stop asked by a thread of an older run is ignored
+    Relaxed<std::uint32_t> runNumber{
+        1}; // of the present run; a stop asked by a thread of an older run is ignored
     Relaxed<std::int32_t>
         tickCount; // passes of the motion step, 10 ms each; worker writes; not reset by a run
     Relaxed<bool> realTrafficLocal; // RealTraffic is installed on this computer; worker, once per run
@@ -65,8 +66,8 @@ struct AppRun {
 
     Relaxed<double> rangeNm{40}; // the range in force, nautical miles; see gf_setRange
     Relaxed<std::int32_t> rangeMeters{74080};
-    std::int32_t savedRange = 40; // LATERAL_RANGE that AUTO_RANGE replaced; message loop
-    std::int32_t liveLimit = -1;  // MAX_LIVE in force at the start; worker
+    Relaxed<std::int32_t> savedRange{40}; // LATERAL_RANGE that AUTO_RANGE replaced; worker, message loop
+    std::int32_t liveLimit = -1;          // MAX_LIVE in force at the start; worker
 
     // Requests of the window, each taken by the cycle.
     Flag reReadRequest, flushRequest, blockRequest, objectIdRequest, forgetTypesRequest, navLightsRequest,

@@ -14,6 +14,6 @@ struct Folders {
 };
 extern Folders folders;
 
-// Relative names below the program folder, absolute ones below the application data folder; logs
-// "Could not find the AppData path" and leaves those empty when there is none.
+// Relative names below the program folder, absolute ones below the application data folder; those stay empty when
+// there is none.
 void gf_buildFolders();

@@ -29,6 +29,6 @@ std::string
 gf_timeText(std::int64_t utcSeconds); // "{:3} {:3} {:02} {:02}:{:02}:{:02} {:4}", UTC, "Okt" for October
 std::string gf_shortTimeText();       // hours, minutes and seconds of now, UTC
 
-// Renames path to path with one 0 before its last dot and that to the one with two, replacing old ones. Nothing
-// happens when the name has no dot or the file is not there. Throws std::filesystem::filesystem_error.
+// Renames path to path with one 0 before its last dot, after that one to the one with two, replacing old ones; what is
+// not there is left out. Nothing happens when the name has no dot. Throws std::filesystem::filesystem_error.
 void gf_rotateFile(const std::filesystem::path& path);
