@@ -129,6 +129,10 @@ struct WaitRecord { // an object that appeared and gets its lights and start sta
 // What lives for a run; reset by assignment. owner: engine; worker
 struct EngineRun {
     std::vector<LiveAc> live;
+    // The numbers by which records are found, in the order of `live`: a Tick can bring hundreds of height reports,
+    // and these arrays are a few cache lines where the records are a megabyte. records.cpp alone keeps them right:
+    // add with lf_appendLive, drop with lf_eraseLive or lf_compactLive, change an object id with lf_setObjectId.
+    std::vector<std::uint32_t> liveHexids, liveObjectIds;
     std::vector<ParkedAc> parked;
     std::vector<std::uint32_t> spawnRequests; // hexids, last in first out
     std::deque<CreationRecord> creationQueue, staticCreationQueue;
@@ -151,7 +155,8 @@ struct EngineProcess {
 };
 extern EngineProcess engineLife;
 
-// Counters for the replay's report: nothing unknown passes without a trace.
+// Counters for the replay's report: nothing unknown passes without a trace. The reasons from `category` to
+// `unknownType` are met while filing and count reports, the others count records.
 enum class NotSpawned {
     emptyStream,
     singlePoint,
@@ -165,6 +170,7 @@ enum class NotSpawned {
     nearGround,
     sameCallsign,
     unknownType,
+    removed, // taken back while it was still in the buffer
     count
 };
 enum class Removed {
@@ -215,9 +221,30 @@ void lf_endEngineRun(); // at the closing: ghost list, flight plans
 void lf_resetEngine();  // the lists of a run; hexidTitles stay
 
 // ---- records and filing (records.cpp, filing.cpp) ---------------------------------------------------------------
+// Ticks are signed 32-bit numbers that may pass 2^31: sums and differences wrap.
+inline std::int32_t lf_tickAfter(std::int32_t tick, std::int32_t ticks) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(tick) + static_cast<std::uint32_t>(ticks));
+}
+inline std::int32_t lf_ticksBetween(std::int32_t from, std::int32_t to) { // negative when `to` is earlier
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(to) - static_cast<std::uint32_t>(from));
+}
+
+struct CategoryLimits {
+    double bank;                // largest, radians
+    double bankRate, pitchRate; // largest, radians per tick
+    double takeoffSpeed;        // knots, the lowest of a true take-off
+};
+const CategoryLimits& lf_categoryLimits(AcCategory category);
+
 LiveAc lf_makeLiveAc(const TrafficRecord& record); // fields from the type and the category's constants
-LiveAc* lf_findByHexid(std::uint32_t hexid);
-LiveAc* lf_findByObjectId(std::uint32_t objectId);
+LiveAc& lf_appendLive(LiveAc&& ac);
+void lf_eraseLive(std::size_t place); // the last record moves into its place
+void lf_compactLive();                // drops what is flagged eraseNow or eraseFromQueue; keeps the order
+void lf_setObjectId(LiveAc& ac, std::uint32_t id); // the one writer of a live aircraft's objectId
+LiveAc* lf_findByHexid(std::uint32_t hexid);       // nullptr: not known
+LiveAc* lf_findByObjectId(std::uint32_t objectId); // nullptr: not known, or 0
+ParkedAc* lf_findParkedByHexid(std::uint32_t hexid);
+std::string lf_acLabel(const AcBase& ac); // callsign, registration, airline and type, for log lines
 void lf_fileFeedRecord(TrafficRecord& record);
 bool lf_matchFeedRecord(LiveAc& ac, TrafficRecord& record); // true when it belongs to ac, taken or dropped
 void decodeExisting(LiveAc& ac, StreamPoint point);
