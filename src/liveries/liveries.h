@@ -27,10 +27,12 @@ extern LiveryStore liveryStore;
 
 void gf_scanLiveries(); // the store from "LiveriesScanned.xml"; shows the count
 bool gf_readScannedLiveries(const std::string& pathUtf8, std::vector<Livery>& out); // the file alone
+// Of a parsed document; appends. For gf_readScannedLiveries and the fuzz target.
+void gf_readLiveriesDocument(const pugi::xml_document& document, std::vector<Livery>& out);
 void gf_setLiveries(std::vector<Livery> liveries);
 void gf_clearLiveryStores();
-// Provisional: a title of the same type, else of the same category; "" when there is none. The view stays valid
-// until the stores are cleared.
+// Provisional: a title of the same type, else of the same category, that the simulator has not refused; "" when there
+// is none, and the type then counts as one without a livery. The view stays valid until the stores are cleared.
 std::string_view gf_titleForLiveAc(const AcBase& ac);
 std::string_view
 gf_titleOfRegcode(std::string_view regcode); // the title registered for this aircraft; "" for none

@@ -12,6 +12,10 @@
 #include <unordered_map>
 #include <vector>
 
+namespace pugi {
+class xml_document;
+}
+
 enum class AcCategory : std::int32_t {
     light = 0,
     buzjets = 1,
@@ -41,30 +45,34 @@ struct DbaseRegcode {
     bool cargo = false;
 };
 
-// The registrations: half a million records in little memory.
+// The registrations: half a million records in a fifth of the memory that a map of texts would take. Registrations lie
+// end to end in one text, and codes are kept once each. Not for more than 4 GiB of text.
 class RegcodeStore {
   public:
-    void reserve(std::size_t count);
+    void reserve(std::size_t count); // room for so many registrations of ordinary length
+    // False, with nothing changed, when the registration is already there.
     bool insert(std::string_view reg, std::string_view airl, std::string_view type, std::string_view opr,
                 bool cargo);
     std::optional<DbaseRegcode> find(std::string_view reg) const; // exactly this form
-    std::size_t size() const;
+    std::size_t size() const { return entries.size(); }
     void clear();
 
   private:
     struct Entry {
-        std::uint32_t text;            // place of the registration in `texts`
-        std::uint16_t airl, type, opr; // places in `codes`
-        std::uint8_t length;
-        bool cargo;
+        std::uint32_t textStart = 0;               // in `texts`; it ends where the next one starts
+        std::uint32_t airl = 0, type = 0, opr = 0; // places in `codes`
+        bool cargo = false;
     };
-    std::uint16_t codeIndex(std::string_view code);
-    std::size_t slotOf(std::string_view reg) const;
+    std::uint32_t codeIndex(std::string_view code);
+    std::string_view textOf(std::size_t entry) const;
+    std::size_t
+    slotOf(std::string_view reg) const; // the slot that holds it, or the free one where it belongs
+    void rebuildSlots(std::size_t count);
     std::vector<Entry> entries;
-    std::vector<std::uint32_t> slots; // open addressing: entry number plus 1, 0 for free
+    std::vector<std::uint32_t> slots; // open addressing, a power of two: entry number plus 1, 0 for free
     std::string texts;
     std::vector<std::string> codes{""};
-    TextMap<std::uint16_t> codeNumbers;
+    TextMap<std::uint32_t> codeNumbers;
 };
 
 struct PublisherAirports {
@@ -90,8 +98,15 @@ extern RefData refData;
 // Downloads, reads and deletes the file. Throws orvo::UserErrorException 60 and 61 and std::runtime_error; false
 // after a caught XPath failure.
 bool gf_readDbase();
-bool gf_readDbaseFile(
-    const std::string& pathUtf8); // the reading alone, of an unpacked file, without its deletion
+// The reading alone, of an unpacked file that stays; starts from empty stores. Throws as gf_readDbase does, and
+// pugi::xpath_exception.
+bool gf_readDbaseFile(const std::string& pathUtf8);
+// Of a parsed document; the name is for messages. For gf_readDbaseFile and the fuzz target.
+void gf_readDbaseDocument(const pugi::xml_document& document, const std::string& pathUtf8);
+// The comma lists of one attribute over all such elements of a section. Throws UserErrorException 61 when the set
+// stays empty, pugi::xpath_exception for a section name that is none.
+void gf_readSection(const pugi::xml_document& document, const char* section, const char* element,
+                    const char* attribute, TextSet& result);
 bool gf_isValidModel(std::string_view model);
 bool gf_isValidAirline(std::string_view airline);
 AcCategory gf_modelCategory(std::string_view model);
@@ -105,8 +120,9 @@ std::string gf_regcodeAirline(std::string_view registration);
 // callsign that equals the registration without its dash gives none.
 std::string gf_airlineOfCallsign(std::string_view callsign, std::string_view registration);
 
-// The scrambling of codes in the file; the encoders serve whoever writes it.
-std::string gf_decryptType(std::string_view stored);
+// The scrambling of codes in the file; the encoders serve whoever writes it and undo exactly what the decoders do,
+// for texts of the characters "-" to "Z" (and "+" in a registration).
+std::string gf_decryptType(std::string_view stored); // throws std::out_of_range for a single character
 std::string gf_decryptAirl(std::string_view stored); // throws std::runtime_error for a wrong length
 std::string gf_decryptReg(std::string_view stored);  // throws std::out_of_range
 std::string gf_encryptType(std::string_view plain);

@@ -3,6 +3,7 @@
 
 #include "app/version.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -14,12 +15,27 @@ using TransferHandle = void*; // a libcurl easy handle
 std::string gf_downloadBaseUrl();
 void gf_setDownloadBase(std::string base); // for tests and the rig; "" goes back to the build's
 
+// What ends a transfer besides success, failure and a stop. A test shortens them and puts them back.
+struct TransferLimits {
+    long connectSeconds = 20;                 // until a connection stands
+    long stallSeconds = 20;                   // with fewer bytes a second than stallBytes
+    long stallBytes = 16;                     // a second
+    long stopTestMillis = 250;                // how often a stop is looked for, at most
+    std::uint64_t unpackedBytes = 1ull << 30; // of one entry of an archive
+};
+extern TransferLimits transferLimits; // owner: updates; worker
+
+// Blocking. False for a null handle, a file that cannot be opened (logged), a failed or a stopped transfer; a partial
+// file then stays.
 bool gf_downloadFile(TransferHandle handle, const std::string& url, const std::filesystem::path& file,
                      bool binary);
+// The archive of that name from the base address, by way of a file of that name in the program folder, which goes
+// afterwards. Its one file is written to target; of several the last one stands. False, with a log line, when the
+// transfer fails, and then also without target when the archive is broken.
 bool gf_downloadAndUnzip(const std::filesystem::path& archive, const std::filesystem::path& target);
 bool gf_dbaseUnzip(const std::filesystem::path& target);
-VersionData gf_fetchVersion(TransferHandle handle, const std::string& url);
-std::string gf_simFolderUrl(bool force2020);
+VersionData gf_fetchVersion(TransferHandle handle, const std::string& url); // 0.0.0 when there is none
+std::string gf_simFolderUrl(bool force2020); // the folder of the selected simulator's files
 
 // The version checks come with the update flow; until then they find nothing.
 void gf_checkProgramVersion();
