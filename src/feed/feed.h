@@ -77,6 +77,7 @@ enum class Drop {
     airspeed,
     notEnabled,
     queueFull,
+    exception,
     count
 };
 extern const std::array<const char*, static_cast<std::size_t>(Drop::count)> dropNames; // "vehicle", ...
@@ -93,8 +94,9 @@ class UdpReader {
     static constexpr int bufferSize = 16384; // a datagram that fills it is ignored
 
     virtual ~UdpReader() = default;
-    void start(std::uint16_t port);               // socket and bind; throws std::runtime_error
-    void run();                                   // receive until stopFlag
+    void start(std::uint16_t port); // socket library, socket, bind; throws std::runtime_error
+    void run();       // receives until stopFlag, or until the run has changed; throws std::runtime_error
+    void closePort(); // and gives the socket library back; a closed one is left alone
     void takeDatagram(std::string_view datagram); // what run() does with one; also driven by hand
     virtual void onDatagram() = 0;
     virtual void onStopped() = 0;
@@ -105,18 +107,19 @@ class UdpReader {
     std::uint32_t watchedCount = 0;       // worker: the count at the last watch
     Flag finished{true};                  // the thread function has returned (or was never started)
     std::string lastDatagram;             // reader thread: for the duplicate test
-    plat::Socket socket = plat::noSocket;
+    std::uint32_t ofRun = 0;              // reader thread: the run that it was started by
+    plat::Socket socket = plat::noSocket; // reader thread
 
   private:
+    bool socketsStarted = false;
     std::array<char, bufferSize> buffer;
 };
 
 class TrafficReader : public UdpReader {
   public:
-    TrafficReader();
     void onDatagram() override;
     void onStopped() override;
-    Drop processLine(); // of `fields`; Drop::count when a record was queued
+    Drop processLine(); // of `fields`, and counts; Drop::count when a record was queued
 
     SeqLocked<std::array<double, 2>>
         userPosition;                       // latitude, longitude in degrees, as the worker last copied them
@@ -128,8 +131,11 @@ class TrafficReader : public UdpReader {
     Relaxed<std::uint64_t> kept;
     std::array<Relaxed<std::uint64_t>, static_cast<std::size_t>(Drop::count)> dropped;
 
+    static constexpr std::size_t fieldCount = 29; // the last field that is read has the index 28
+
   private:
-    std::vector<std::string_view> fields; // of the current line
+    Drop testLine();
+    std::array<std::string_view, fieldCount> fields; // of the current line, views into the datagram
 };
 
 class QnhReader : public UdpReader {
@@ -137,7 +143,7 @@ class QnhReader : public UdpReader {
     void onDatagram() override;
     void onStopped() override;
 
-    std::int32_t lastQnh = 0;               // reader thread; cleared by lf_resetReaders between runs
+    Relaxed<std::int32_t> lastQnh{0};       // reader thread; forgotten by lf_resetReaders
     Relaxed<std::int32_t> currentQnh{1013}; // hectopascals
 };
 
@@ -175,6 +181,7 @@ struct ControlLink { // owner: feed; worker
     Flag clientConnected;
     Relaxed<bool> rtProfessional; // RealTraffic reported level 2
     bool socketsStarted = false;
+    bool clientLost = false; // a send has failed, and lf_sendPosition has not told its caller yet
 };
 extern ControlLink controlLink;
 
