@@ -8,7 +8,6 @@
 #include "app/display.h"
 #include "app/log.h"
 #include "app/parameters.h"
-#include "app/textfiles.h"
 
 #include <fmt/format.h>
 
@@ -97,6 +96,16 @@ static double lf_estimatedAirspeed(double altitudeFt) {
     return 430;
 }
 
+// The number at the start of the field; what follows it is ignored. Stricter than the readers of files: no blank and
+// no plus may stand before it.
+static bool lf_number(std::string_view text, double& number) {
+    double value = 0;
+    if (std::from_chars(text.data(), text.data() + text.size(), value).ec != std::errc()) return false;
+    if (!std::isfinite(value)) return false;
+    number = value;
+    return true;
+}
+
 static bool lf_parseHexid(std::string_view text, std::uint32_t& hexid) {
     return std::from_chars(text.data(), text.data() + text.size(), hexid).ec == std::errc();
 }
@@ -161,10 +170,10 @@ Drop TrafficReader::processLine() {
 
 Drop TrafficReader::testLine() {
     double timestamp = 0, lat = 0, lon = 0;
-    if (!gf_parseDouble(fields[timeField], timestamp)) return Drop::timestamp;
+    if (!lf_number(fields[timeField], timestamp)) return Drop::timestamp;
     latestFeedTime = timestamp; // whatever becomes of the line
-    if (!gf_parseDouble(fields[latField], lat) || !gf_parseDouble(fields[lonField], lon) ||
-        std::fabs(lat) > 90 || std::fabs(lon) > 180 || gf_isNoPosition(lat, lon))
+    if (!lf_number(fields[latField], lat) || !lf_number(fields[lonField], lon) || std::fabs(lat) > 90 ||
+        std::fabs(lon) > 180 || gf_isNoPosition(lat, lon))
         return Drop::position;
     const auto [userLat, userLon] = userPosition.load();
     if (gf_distanceNm(userLat, userLon, lat, lon) > app.rangeNm) return Drop::range;
@@ -189,7 +198,7 @@ Drop TrafficReader::testLine() {
     point.lon = lon;
     if (fields[sourceField] == "adsb_icao") {
         double heading = 0;
-        if (!gf_parseDouble(fields[headingField], heading) || heading > 360) return Drop::heading;
+        if (!lf_number(fields[headingField], heading) || heading > 360) return Drop::heading;
         if (heading >= 0) {
             // North is 2π, so that the engine can tell it from a missing heading.
             point.heading = heading == 0 ? twoPi : heading * degToRad;
@@ -201,8 +210,8 @@ Drop TrafficReader::testLine() {
     if (!lf_parseHexid(fields[hexidField], hexid) || hexid < firstLiveHexid) return Drop::hexid;
 
     double altitude = 0;
-    if (!gf_parseDouble(fields[speedField], point.speed)) return Drop::speed;
-    if (!gf_parseDouble(fields[altitudeField], altitude)) return Drop::altitude;
+    if (!lf_number(fields[speedField], point.speed)) return Drop::speed;
+    if (!lf_number(fields[altitudeField], altitude)) return Drop::altitude;
     const ParkAirportView park = parkAirport.load();
     point.alt = lf_correctedAltitude(altitude, point.speed, park.known ? park.elevation : unknownElevationFt);
     point.airborne = point.alt > 0;
@@ -213,16 +222,16 @@ Drop TrafficReader::testLine() {
     if (!point.airborne && (!park.known || gf_distanceNm(park.lat, park.lon, lat, lon) > parkAirportRadiusNm))
         return Drop::groundElsewhere;
 
-    if (!fields[trackField].empty() && !gf_parseDouble(fields[trackField], point.track)) return Drop::track;
+    if (!fields[trackField].empty() && !lf_number(fields[trackField], point.track)) return Drop::track;
     if (point.track == 0 && point.headingValid) point.track = point.heading * radToDeg;
-    if (!gf_parseDouble(fields[verticalSpeedField], point.vs)) return Drop::verticalSpeed;
+    if (!lf_number(fields[verticalSpeedField], point.vs)) return Drop::verticalSpeed;
     if (point.airborne) {
         double roll = 0;
-        if (!gf_parseDouble(fields[rollField], roll)) return Drop::roll;
+        if (!lf_number(fields[rollField], roll)) return Drop::roll;
         point.bankValid = roll != -1 && roll != 0;
         point.bank = point.bankValid ? -roll * degToRad : roll;
     }
-    if (!gf_parseDouble(fields[airspeedField], point.tas)) return Drop::airspeed;
+    if (!lf_number(fields[airspeedField], point.tas)) return Drop::airspeed;
     if (point.tas == -1) point.tas = lf_estimatedAirspeed(point.alt);
 
     TrafficRecord record;

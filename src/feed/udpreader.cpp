@@ -28,6 +28,8 @@ void UdpReader::start(std::uint16_t port) {
     if (!plat::bindUdp(socket, port, appLife.realTrafficLocal))
         throw std::runtime_error(fmt::format("bind to stream socket failed, error: {}",
                                              gf_winsockErrorText(plat::lastSocketError())));
+    // A datagram that is announced may yet be thrown away for its checksum: then the receive must not wait.
+    plat::setNonBlocking(socket, true);
 }
 
 void UdpReader::closePort() {
@@ -48,8 +50,7 @@ void UdpReader::run() {
             takeDatagram({buffer.data(), buffer.size()});
         } else if (got.count >= 0) {
             takeDatagram({buffer.data(), static_cast<std::size_t>(got.count)});
-        } else if (got.error !=
-                   plat::wouldBlock) { // a datagram whose checksum is wrong is announced and not there
+        } else if (got.error != plat::wouldBlock) {
             throw std::runtime_error(fmt::format("receive error: {}", gf_winsockErrorText(got.error)));
         }
     }
