@@ -17,6 +17,8 @@ struct Transport {
     virtual bool send(std::span<const char> bytes) = 0;
     // What has arrived, without waiting: bytes > 0, none 0, the stream has ended -1.
     virtual int receive(std::span<char> buffer) = 0;
+    // A larger message ends the session; 1 MiB is the most in any case.
+    virtual std::size_t maxReceiveSize() const { return 1 << 20; }
 };
 
 // Opens the stream to the simulator of a configuration index, or gives nullptr. Takes at most a second and gives up

@@ -14,10 +14,10 @@ std::vector<PositionUpdate> fillingUpdates;
 static Lock engineMessageLock;
 static std::vector<SimMessage> engineMessages GUARDED_BY(engineMessageLock); // owner: simlink
 
-constexpr std::size_t queuePlaces = 256;     // more than the pacing of creations and removals lets pile up
-constexpr std::size_t updatePlaces = 1024;   // the simulator takes at most 1000 objects
-constexpr std::size_t messagePlaces = 4096;  // three by-type answers of a full sky between two Ticks
-constexpr float frameRateWorthWaiting = 50;  // frames a second; above it a lost Tick would be seen
+constexpr std::size_t queuePlaces = 256;    // more than the pacing of creations and removals lets pile up
+constexpr std::size_t updatePlaces = 1024;  // the simulator takes at most 1000 objects
+constexpr std::size_t messagePlaces = 4096; // three by-type answers of a full sky between two Ticks
+constexpr float frameRateWorthWaiting = 50; // frames a second; above it a lost Tick would be seen
 
 // Start of a run: everything empty, with room so that neither a Tick nor a frame allocates.
 void lf_presizeSimQueues() {

@@ -1,0 +1,130 @@
+// The stream over TCP, and the choice of the stream that a session gets: by the opener that was set, else as
+// SimConnect.cfg says. The local pipe of Windows is not here.
+
+#include "platform/clock.h"
+#include "platform/sockets.h"
+#include "simconnect/session.h"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+namespace simconnect {
+
+constexpr int connectMs = 1000;     // the longest that connecting may take
+constexpr int connectSliceMs = 250; // of it, between two looks at the stop
+constexpr int sendMs = 1000;        // the longest that a send waits for a slow peer
+constexpr std::int64_t nsPerMs = 1'000'000;
+
+static Lock choiceLock;
+static Opener chosenOpener GUARDED_BY(choiceLock);
+static std::function<bool()> chosenCancelled GUARDED_BY(choiceLock);
+static std::atomic<unsigned long long> writes{0};
+
+unsigned long long sendCalls() { return writes; }
+
+void setOpener(Opener opener) {
+    LockGuard hold(choiceLock);
+    chosenOpener = std::move(opener);
+}
+
+void setCancelled(std::function<bool()> cancelled) {
+    LockGuard hold(choiceLock);
+    chosenCancelled = std::move(cancelled);
+}
+
+bool connectCancelled() {
+    std::function<bool()> ask;
+    {
+        LockGuard hold(choiceLock);
+        ask = chosenCancelled;
+    }
+    return ask && ask();
+}
+
+namespace {
+
+// One thread sends and one receives; the socket never blocks.
+class TcpTransport : public Transport {
+  public:
+    TcpTransport(plat::Socket connected, std::size_t limit) : socket(connected), receiveLimit(limit) {}
+    ~TcpTransport() override {
+        plat::closeSocket(socket);
+        plat::stopSockets();
+    }
+    TcpTransport(const TcpTransport&) = delete;
+    TcpTransport& operator=(const TcpTransport&) = delete;
+    std::size_t maxReceiveSize() const override { return receiveLimit; }
+
+    bool send(std::span<const char> bytes) override {
+        const plat::SteadyNs until = plat::steadyNow() + sendMs * nsPerMs;
+        while (!bytes.empty()) {
+            ++writes;
+            const plat::Transfer sent = plat::sendBytes(socket, bytes);
+            if (sent.count > 0) {
+                bytes = bytes.subspan(static_cast<std::size_t>(sent.count));
+                continue;
+            }
+            if (sent.count < 0 && sent.error != plat::wouldBlock) return false;
+            const std::int64_t left = (until - plat::steadyNow()) / nsPerMs;
+            if (left <= 0 || plat::waitWritable(socket, static_cast<int>(left)) != 1) return false;
+        }
+        return true;
+    }
+
+    int receive(std::span<char> buffer) override {
+        const plat::Transfer got = plat::receiveBytes(socket, buffer);
+        if (got.count > 0) return got.count;
+        return got.count < 0 && got.error == plat::wouldBlock ? 0 : -1;
+    }
+
+  private:
+    plat::Socket socket;
+    const std::size_t receiveLimit;
+};
+
+} // namespace
+
+// A refusal comes at once; a host that says nothing is asked anew in each slice, so that a stop is seen in between.
+static plat::Socket lf_connect(const std::string& host, std::uint16_t port) {
+    for (int spent = 0; spent < connectMs && !connectCancelled(); spent += connectSliceMs) {
+        const plat::SteadyNs begin = plat::steadyNow();
+        const plat::Socket socket = plat::connectTcp(host, port, connectSliceMs);
+        if (socket != plat::noSocket) return socket;
+        if (plat::steadyNow() - begin < (connectSliceMs - 1) * nsPerMs) break;
+    }
+    return plat::noSocket;
+}
+
+std::unique_ptr<Transport> connectTcp(const Endpoint& endpoint) {
+    std::uint16_t port = 0;
+    const std::string& text = endpoint.port;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+    if (error != std::errc{} || end != text.data() + text.size() || port == 0) return nullptr;
+    std::string host = endpoint.address;
+    if (host.empty() || host == ".") host = endpoint.protocol == Protocol::ipv6 ? "::1" : "127.0.0.1";
+
+    if (plat::startSockets() != 0) return nullptr;
+    plat::Socket socket = lf_connect(host, port);
+    if (socket == plat::noSocket || !plat::setNonBlocking(socket, true)) {
+        plat::closeSocket(socket);
+        plat::stopSockets();
+        return nullptr;
+    }
+    if (endpoint.disableNagle) plat::setNoDelay(socket); // slower without it, but it works
+    return std::make_unique<TcpTransport>(socket, endpoint.maxReceiveSize);
+}
+
+std::unique_ptr<Transport> openTransport(DWORD index) {
+    Opener opener;
+    {
+        LockGuard hold(choiceLock);
+        opener = chosenOpener;
+    }
+    if (opener) return opener(index);
+    const auto endpoint = findEndpoint(index);
+    if (!endpoint || endpoint->protocol == Protocol::pipe) return nullptr;
+    return connectTcp(*endpoint);
+}
+
+} // namespace simconnect
