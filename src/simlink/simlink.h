@@ -143,6 +143,7 @@ struct SimLinkRun {
     Relaxed<float> frameRate;           // frames per second
     int framesCounted = 0;              // simulator thread
     bool quitSeen = false;              // simulator thread
+    std::uint64_t badMessages = 0;      // shorter than their record, or not finite; simulator thread
     Flag storeUserStand;                // the worker is to store the stand under the user
 };
 extern SimLinkRun sim;
