@@ -10,8 +10,10 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <set>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace rig {
@@ -56,8 +58,7 @@ class SimHub {
     void setPaused(bool on);
     void setRunning(bool on);
     void flightLoaded(const std::string& file);
-    void userEvent(const std::string& name, std::uint32_t data); // as if the user had pulled the lever
-    bool knownEventName(const std::string& name) const;
+    bool userEvent(const std::string& name, std::uint32_t data); // the user's own doing; false: unknown name
     void quit();             // QUIT to all, then the streams end; ended() from then on
     void closeConnections(); // hard, without QUIT
     bool ended() const { return hasEnded; }
@@ -73,50 +74,76 @@ class SimHub {
 
   private:
     struct Request { // RequestDataOnSimObject
-        std::uint32_t definition = 0, object = 0, period = 0, flags = 0, interval = 0, left = 0;
-        bool limited = false;
-        double dueSecond = 0;         // world.simSeconds of the next answer, for SECOND
+        std::uint32_t definition = 0, object = 0, period = 0, interval = 0;
+        std::uint32_t left = 0;       // answers still to come; 0: without end
+        bool onlyChanged = false;     // leave out answers that equal the last one
+        double dueSecond = 0;         // world.simSeconds of the next answer, for the period of a second
         std::uint32_t waitFrames = 0; // for the frame periods
-        std::string lastData;         // for "only when changed"
+        std::string lastData;
     };
     struct TypeRequest {
         std::uint32_t request, definition, radius, type;
     };
+    struct Delayed {
+        double due; // world.elapsed
+        std::string bytes;
+    };
     struct Client {
         std::string name, input, output;
-        std::deque<std::pair<double, std::string>> delayed; // due time and bytes, while faults.late
+        std::deque<Delayed> delayed; // while faults.late
         bool opened = false, closed = false;
         std::map<std::uint32_t, Definition> definitions;
-        std::map<std::uint32_t, std::uint32_t> systemEvents; // client event id -> index of the system event
-        std::map<std::uint32_t, std::uint32_t> simEvents; // client event id -> index of the simulator's event
+        std::map<std::uint32_t, int> systemEvents, simEvents; // client event id -> row of the name's table
         std::map<std::uint32_t, std::vector<std::uint32_t>> groups; // group id -> client event ids
         std::map<std::uint32_t, Request> requests;
         std::vector<TypeRequest> typeRequests;
-        std::map<std::uint64_t, std::uint64_t>
-            journaledRequests; // request and kind, so that repeats stay out
+        std::set<std::uint32_t> journaledRequests; // their repeats stay out of the journal
     };
+    struct Call; // a packet with its reader; calls.cpp
 
     // session.cpp: streams and frames.
     void takePackets(int number, Client& client);
     void tellChanges();
-    void answerData(int number, Client& client);
+    void answerRequests(Client& client);
     void answerType(Client& client, const TypeRequest& request);
+    void answer(Client& client, std::uint32_t message, std::uint32_t request, std::uint32_t definitionId,
+                const Definition& definition, const SimObject* object, std::uint32_t entry,
+                std::uint32_t outOf, std::uint32_t flags);
     void sendFrameEvents(double seconds);
-    void send(Client& client, std::uint32_t id, std::string_view body);
+    void systemEvent(int event, std::uint32_t data);
+    void systemEventTo(Client& client, int event, std::uint32_t data);
+    void send(Client& client, std::uint32_t message, std::string_view body);
     void exception(Client& client, std::uint32_t number, std::uint32_t sendId, std::uint32_t index);
-    void systemEvent(std::uint32_t index, std::uint32_t data);
-    void checkOpen(Client& client, const Packet& packet);
-    bool seconds(double period) const; // a whole multiple of period passed in this frame
+    void close(int number, Client& client);
+    static std::string label(int number, const Client& client);
+
     // calls.cpp: what each call does.
     void execute(int number, Client& client, const Packet& packet);
-    friend struct Calls;
+    void callOpen(Call& call);
+    void callMapEvent(Call& call);
+    void callTransmitEvent(Call& call);
+    void callAddToGroup(Call& call);
+    void callGroupPriority(Call& call);
+    void callAddDatum(Call& call);
+    void callClearDefinition(Call& call);
+    void callRequestData(Call& call);
+    void callRequestType(Call& call);
+    void callSetData(Call& call);
+    void callSubscribe(Call& call);
+    void callUnsubscribe(Call& call);
+    void callCreate(Call& call);
+    void callRelease(Call& call);
+    void callRemove(Call& call);
+    void callFlightPlan(Call& call);
+    void tellUserEvent(int event, std::uint32_t data);
 
     Edition edition;
     std::map<int, Client> clients;
     int nextClient = 1;
     bool hasEnded = false;
+    float frameRate = 0;      // frames per second, averaged
     double secondsBefore = 0; // world.simSeconds at the frame before
-    std::string scratch;      // a message under construction
+    std::string packed;       // data of an answer under construction
 };
 
 } // namespace rig

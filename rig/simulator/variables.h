@@ -22,7 +22,8 @@ struct Definition {
     std::vector<Datum> datums;
     std::uint32_t size = 0; // bytes of the fixed-length data
     bool variableLength = false;
-    bool writable = true; // all of it
+    bool writable = true;  // all of it
+    bool position = false; // holds the latitude
 };
 
 constexpr std::uint32_t exceptionNone = 0, exceptionName = 7, exceptionDataType = 18, exceptionData = 20;
@@ -31,7 +32,7 @@ constexpr std::uint32_t exceptionNone = 0, exceptionName = 7, exceptionDataType 
 std::uint32_t addDatum(Definition& definition, std::string_view name, std::string_view unit,
                        std::uint32_t type);
 
-// Appends the values of all datums, packed. When out starts empty the padding of a variable text is counted right.
+// Appends the values of all datums, packed.
 void appendData(std::string& out, const World& world, const SimObject& object, const Definition& definition);
 
 // Writes a block of definition.size bytes; gives the exception number. Changes nothing unless all of it is good.

@@ -151,7 +151,11 @@ struct Stance {
 };
 Stance stanceOf(const std::string& title);
 
-// The wheels on the ground, the plane level with it.
+// The wheels on the ground, the aircraft in its stance.
 void putOnGround(const World& world, SimObject& object);
+
+// One step of what moves by itself; World::frame calls them, motion.cpp has them.
+void moveFree(const World& world, SimObject& object, double seconds);
+void moveUser(World& world, double seconds);
 
 } // namespace rig
