@@ -2,6 +2,8 @@
 
 #include "simulator/script.h"
 
+#include "app/geo.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -86,7 +88,7 @@ static void addOwnObject(World& world, std::string_view title) {
     request.tailNumber = "SIM1";
     const SimObject& own = world.user();
     request.lat = own.lat;
-    request.lon = own.lon + mileOfLatitude / std::max(0.1, std::cos(own.lat * 0.0174533));
+    request.lon = own.lon + mileOfLatitude / std::max(0.1, std::cos(own.lat * degToRad));
     request.alt = own.alt;
     request.onGround = world.onGround(own);
     request.airspeed = request.onGround ? 0 : own.trueAirspeed;
