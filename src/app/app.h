@@ -62,6 +62,7 @@ struct AppRun {
     Relaxed<std::int32_t> messageAge;  // second steps, never reset within a run; worker
     bool flightPaused = false;         // worker
     std::int32_t pauseCount = 100;     // worker
+    std::int64_t lastSecondTick = 0;   // steady nanoseconds of the last second step; worker
     SeqLocked<WeekSlot> weekSlot;      // worker writes
 
     Relaxed<double> rangeNm{40}; // the range in force, nautical miles; see gf_setRange

@@ -80,6 +80,8 @@ void lf_freshRun() {
     const LockGuard hold(stopLock);
     AppRun fresh;
     fresh.userClosing = app.userClosing;
+    fresh.rangeNm = LATERAL_RANGE.value;
+    fresh.rangeMeters = static_cast<std::int32_t>(LATERAL_RANGE.value * metersPerNm);
     fresh.stopRequested.set();
     app = fresh;
     appLife.runNumber += 1;

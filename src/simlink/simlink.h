@@ -177,6 +177,7 @@ void gf_requestStaticCg(std::uint32_t objectId);
 bool gf_setFlightPlan(std::uint32_t objectId, const std::string& path);
 void gf_setSpoilers(std::uint32_t objectId, const SpoilerBlock& block);
 void gf_allLightsToggle(std::uint32_t objectId); // sent at once
+std::string gf_findPackagesPath(); // "": nothing looks for the installation yet
 void gf_simRequestFailed();
 void gf_simGone();
 

@@ -1,0 +1,167 @@
+// The loop that moves the system. It has two clocks: a Tick every 10 ms of the steady clock, and the second step,
+// once per second of the simulator, which follows the simulator's own message. The schedules of the second step are in
+// schedules.cpp. All of it runs on the worker, or by hand on one thread: lf_beginCycle, then lf_cycleStep.
+
+#include "app/maincycle.h"
+
+#include "app/app.h"
+#include "app/display.h"
+#include "app/log.h"
+#include "app/parameters.h"
+#include "engine/engine.h"
+#include "feed/feed.h"
+#include "platform/clock.h"
+#include "platform/window.h"
+
+#include <fmt/format.h>
+
+static constexpr plat::SteadyNs oneMs = 1'000'000;
+static constexpr plat::SteadyNs tickNs = 10 * oneMs;
+static constexpr plat::SteadyNs silentSecondsNs = 1500 * oneMs; // a stop waits no longer for a second tick
+
+static bool flightRuns() { return app.simRunning && !app.simConnectFailed; }
+
+static void sendPosition() {
+    const UserBlock& u = engine.user;
+    const UserPosition position{u.lat, u.lon, u.pitch, u.bank, u.heading, u.alt, u.groundSpeed};
+    if (!lf_sendPosition(position)) return;
+    if (!app.userClosing) lf_removeAllForLostFeed();
+    lf_realTrafficGone();
+}
+
+static void tellReaderWhere() { trafficReader.userPosition.store({engine.user.lat, engine.user.lon}); }
+
+void lf_firstPosition() {
+    sendPosition();
+    tellReaderWhere();
+}
+
+void lf_workOutWeekSlot() {
+    const auto feedSeconds = static_cast<std::int64_t>(trafficReader.latestFeedTime);
+    const bool feedRules =
+        controlLink.rtProfessional && feedSeconds != 0; // a replayed moment has its own week
+    app.weekSlot.store(gf_weekSlot(feedRules ? feedSeconds : plat::utcSeconds()));
+}
+
+// The order is part of the behaviour: what the simulator said before the aircraft move, what the aircraft asked for
+// before new reports come in.
+static void motionStep() {
+    const std::int32_t tick = appLife.tickCount;
+    lf_handleSimMessages();
+    lf_updateLiveAircraft();
+    lf_paceQueues(); // each 100 and 500 ms
+    lf_fileFeedRecords();
+    lf_serveSpawnRequest();
+    if (tick % 20 == 0 && !app.simConnectFailed) gf_requestInRange(app.rangeMeters);
+    if (tick % 100 == 0) {
+        sendPosition();
+        engine.user = gf_requestUserAircraft();
+    }
+    appLife.tickCount += 1;
+}
+
+void lf_secondStep() {
+    if (app.flightPaused) {
+        app.flightPaused = false;
+        gf_logLine(fmt::format("{} Flight resumed", gf_shortTimeText()));
+        gf_enableTraffic(true);
+    }
+    app.messageAge += 1;
+    gf_expireMessage();
+    lf_refreshCounts();
+    lf_workOutWeekSlot();
+    app.secondCount += 1;
+    lf_serveNewArrival();
+    lf_serveRequests();
+    lf_userConflicts();
+    lf_parkedConflicts();
+    if (app.blockRequest.take()) lf_serveBlockRequest();
+}
+
+// One second step of the running flight, with the schedule that its number falls on. The order of the branches is part
+// of the behaviour: a multiple of 15 never looks at the others.
+static bool runSecond() {
+    lf_secondStep();
+    if (gf_stopping()) return false;
+    const std::int32_t second = app.secondCount;
+    if (second % 15 != 0) {
+        if (second % 16 == 0 && !app.reparkFirstPhase) lf_parkingStep(false);
+        if (second % 59 == 0) lf_readerWatch();
+        if (second % 61 == 0) lf_removeStaticDoubles();
+        if (second % 62 == 0 && CALLSIGN_OBJECTIDS && MSFS_2020) lf_writeCallsignFile();
+        return true;
+    }
+    tellReaderWhere();
+    if (controlLink.rtProfessional) lf_sendSimTime(sim.simTimeEpoch);
+    if (app.reReadRequest.take()) lf_rereadParkAirports();
+    lf_slowSchedule(second);
+    return true;
+}
+
+void lf_pausedStep() {
+    constexpr std::int32_t passesPerSecond = 100;
+    if (!app.flightPaused) {
+        gf_enableTraffic(false);
+        app.flightPaused = true;
+        app.pauseCount = passesPerSecond;
+        gf_dropUpdates();
+        gf_logLine(fmt::format("{} Flight not running", gf_shortTimeText()));
+    }
+    lf_handleSimMessages();
+    if (--app.pauseCount % passesPerSecond == 0) {
+        if (app.reReadRequest.take()) lf_rereadParkAirports();
+        sendPosition();
+    }
+    if (app.pauseCount < 1) {
+        app.pauseCount = passesPerSecond;
+        lf_refreshCounts();
+        lf_workOutWeekSlot();
+    }
+}
+
+bool lf_cycleStep() {
+    if (sim.storeUserStand.take()) gf_storeUserStand();
+    if (!flightRuns()) {
+        lf_pausedStep();
+        return !gf_stopping();
+    }
+    motionStep();
+    if (app.secondTick.take()) {
+        app.lastSecondTick = plat::steadyNow();
+        return runSecond();
+    }
+    // A stop waits for the simulator's second, so that the step is whole, but not for one that does not come.
+    return !gf_stopping() || plat::steadyNow() - app.lastSecondTick < silentSecondsNs;
+}
+
+void lf_beginCycle() {
+    lf_parkingStep(true);
+    lf_readerWatch();
+    app.secondCount = 0;
+    app.lastSecondTick = plat::steadyNow();
+    lf_workOutWeekSlot();
+    gf_enableTraffic(true);
+    plat::setEnabled(FLUSH_STATIC.control.controlId, true);
+    plat::setEnabled(CALLSIGN_2_OBJECTID.control.controlId, true);
+}
+
+namespace {
+struct FineTimer { // also when an exception ends the cycle
+    FineTimer() { plat::beginTimerResolution(); }
+    ~FineTimer() { plat::endTimerResolution(); }
+    FineTimer(const FineTimer&) = delete;
+    FineTimer& operator=(const FineTimer&) = delete;
+};
+} // namespace
+
+void lf_mainCycle() {
+    lf_beginCycle();
+    plat::SteadyNs deadline = plat::addSaturating(plat::steadyNow(), tickNs);
+    const FineTimer fine;
+    while (lf_cycleStep()) {
+        // After a late pass the deadline lies behind, and passes follow without a sleep until it is ahead again.
+        if (deadline - plat::steadyNow() >= oneMs) plat::sleepUntil(deadline);
+        if (app.secondTick) deadline = plat::steadyNow(); // the Ticks follow the simulator's second
+        deadline = plat::addSaturating(deadline, tickNs);
+    }
+}

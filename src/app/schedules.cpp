@@ -1,0 +1,94 @@
+// The slower work of the main cycle: the requests of the window, the schedule of each 15 seconds, and the watch over
+// both readers. Worker.
+
+#include "app/maincycle.h"
+
+#include "app/app.h"
+#include "app/display.h"
+#include "app/log.h"
+#include "app/parameters.h"
+#include "engine/engine.h"
+#include "feed/feed.h"
+#include "liveries/liveries.h"
+
+static void setNavLightsOfParked() {
+    const bool on = NAV_LIGHTS_WHILE_PARKED.value;
+    for (const ParkedAc& ac : engine.parked)
+        if (ac.st == SimState::active) gf_setNavLights(ac.objectId, on);
+    for (const LiveAc& ac : engine.live)
+        if (ac.st == SimState::active && ac.fs == FlightState::parked) gf_setNavLights(ac.objectId, on);
+}
+
+void lf_serveRequests() {
+    if (app.objectIdRequest.take()) lf_findObjectId();
+    if (app.flushRequest.take()) {
+        gf_flushStatics();
+        INITIAL_LOAD_ONLY.value = true; // what was flushed does not come back by itself
+        gf_showParameter(INITIAL_LOAD_ONLY);
+    }
+    if (app.navLightsRequest.take()) setNavLightsOfParked();
+    if (app.trimLiveRequest.take()) {
+        if (!airports.park.loaded) app.liveLimit = MAX_LIVE.value;
+        lf_trimLive();
+    }
+}
+
+// Two visits 15 seconds apart: the first begins to collect the callsigns that the feed shows, the second renews the
+// static aircraft by them.
+static void visitRepark() {
+    if (!app.reparkRequest) return;
+    if (!app.reparkFirstPhase) {
+        app.reparkFirstPhase = true;
+        lf_beginStaticWork();
+        {
+            const LockGuard hold(trafficReader.callsignLock);
+            trafficReader.seenCallsigns.clear();
+        }
+        trafficReader.collectCallsigns.set();
+        return;
+    }
+    app.reparkFirstPhase = false;
+    gf_clearError();
+    gf_clearMessage();
+    app.reparkRequest.clear();
+    if (airports.park.loaded) lf_adjustStatics();
+}
+
+static void endOfSimDay() {
+    app.secondCount = 0;
+    gf_logMatchingSummary();
+    engine.ghosts.clear();
+}
+
+void lf_slowSchedule(int second) {
+    constexpr int summaryMinutes = 20;
+    visitRepark();
+    if (display.trafficMark == ReaderMark::silent || display.weatherMark == ReaderMark::silent)
+        lf_readerWatch();
+    if (second % 30 != 0) return;
+    if (app.forgetTypesRequest.take()) lf_forgetTypesWithoutLivery();
+    if (AUTO_RANGE) lf_autoRange();
+    if (second % 60 != 0) return;
+    display.minutesToSummary = summaryMinutes - second / 60 % summaryMinutes;
+    gf_repaint(Band::status);
+    gf_repaint(Band::settings);
+    if (second % 1200 != 0) return;
+    gf_logNoMatches();
+    if (!engine.parked.empty() && !INITIAL_LOAD_ONLY) app.reparkRequest.raise();
+    if (second % 86400 == 0) endOfSimDay();
+}
+
+static void watchReader(UdpReader& reader, Relaxed<ReaderMark>& mark) {
+    const std::uint32_t count = reader.datagramCount;
+    const ReaderMark seen = count == reader.watchedCount ? ReaderMark::silent : ReaderMark::live;
+    reader.watchedCount = count;
+    if (mark == seen) return;
+    mark = seen;
+    gf_repaint(Band::status);
+}
+
+void lf_readerWatch() {
+    if (!display.feedConnected) return;
+    watchReader(qnhReader, display.weatherMark);
+    watchReader(trafficReader, display.trafficMark);
+}
