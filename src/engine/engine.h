@@ -210,8 +210,10 @@ void lf_userConflicts();       // aircraft in the way of the user: none yet
 void lf_parkedConflicts();     // none yet
 void lf_removeStaticDoubles(); // every 61 seconds
 void lf_serveBlockRequest();
-void lf_findObjectId();      // none yet
-void lf_writeCallsignFile(); // none yet
+void lf_findObjectId(); // none yet
+void lf_forgetObjectId(const AcBase& ac,
+                       bool respawns); // its object goes: the look-up's answer is void: none yet
+void lf_writeCallsignFile();           // none yet
 void lf_trimLive();
 void lf_autoRange();
 void lf_refreshCounts();
@@ -244,6 +246,7 @@ void lf_setObjectId(LiveAc& ac, std::uint32_t id); // the one writer of a live a
 LiveAc* lf_findByHexid(std::uint32_t hexid);       // nullptr: not known
 LiveAc* lf_findByObjectId(std::uint32_t objectId); // nullptr: not known, or 0
 ParkedAc* lf_findParkedByHexid(std::uint32_t hexid);
+void lf_clearStand(AcBase& ac);           // the stand fields, not the stand's mark
 std::string lf_acLabel(const AcBase& ac); // callsign, registration, airline and type, for log lines
 void lf_fileFeedRecord(TrafficRecord& record);
 bool lf_matchFeedRecord(LiveAc& ac, TrafficRecord& record); // true when it belongs to ac, taken or dropped
@@ -256,13 +259,17 @@ void lf_checkSpawn(LiveAc& ac);
 void spawnLiveAc(LiveAc& ac);
 bool lf_objectReady(LiveAc& ac, const SimMessage& message);
 void lf_activate(LiveAc& ac);
-void removeAircraftFromSim(AcBase& ac, Removed why);
+void removeAircraftFromSim(AcBase& ac, Removed why); // asked twice, it removes and counts once
+void lf_beginRemoval(AcBase& ac);                    // its object goes; for the wait after creation
+bool lf_removeFarthest(double beyondNm); // the active aircraft farthest from the user, if beyond that
+std::size_t lf_countActive();
 void liveryRespawn(LiveAc& ac);
 bool lf_updateIdentity(LiveAc& ac, const TrafficRecord& record); // false: a respawn began
 void lf_objectRemoved(std::uint32_t objectId);
 void lf_liveryFailed(std::uint32_t hexid, bool titleRefused);
 void lf_removeGhost(std::string_view callsign);
 bool lf_realExists(std::string_view ghostCallsign);
+bool lf_isGhostCallsign(std::string_view callsign); // ends in "_"
 bool lf_validCallsign(std::string_view callsign);
 
 // ---- motion (motion.cpp, air.cpp, landing.cpp, extend.cpp, ground.cpp, config.cpp) -------------------------------
@@ -283,6 +290,13 @@ bool lf_checkLeaveStand(LiveAc& ac, StreamPoint& point); // none yet: false
 void lf_onHeightReport(const SimMessage& message);
 void lf_onStaticCg(const SimMessage& message);
 void lf_touchdown(LiveAc& ac);
+
+// ---- stands and conflicts (parking.cpp, conflicts.cpp) -------------------------------------------------------------
+void lf_spawnAtStand(LiveAc& ac, const Stand& stand); // none yet
+void lf_parkedAtCreation(LiveAc& ac);                 // its object has appeared at its stand: none yet
+void lf_shutDownAtStand(AcBase& ac);                  // none yet
+void lf_freeStand(const AcBase& ac);                  // the stand's occupied mark: none yet
+void lf_arrivalCheck(LiveAc& ac);                     // statics that are the same aircraft: none yet
 
 // ---- flight plan files (flightplan.cpp) ---------------------------------------------------------------------------
 std::string gf_planFileName(std::uint32_t objectId);

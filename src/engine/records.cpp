@@ -3,6 +3,7 @@
 
 #include "engine/engine.h"
 
+#include "app/log.h"
 #include "platform/random.h"
 
 #include <algorithm>
@@ -157,8 +158,30 @@ ParkedAc* lf_findParkedByHexid(std::uint32_t hexid) {
     return nullptr;
 }
 
+void lf_clearStand(AcBase& ac) {
+    ac.standLat = ac.standLon = ac.standHeading = 0;
+    ac.standId = 0;
+    ac.standCargo = false;
+}
+
 std::string lf_acLabel(const AcBase& ac) {
     return fmt::format("{:8} {} {:3} {:4}", ac.callsign, ac.regcode, ac.airline, ac.acType);
+}
+
+// ---- the Tick of the list ----------------------------------------------------------------------------------------
+
+void lf_updateLiveAircraft() {
+    bool finished = false;
+    for (LiveAc& ac : engine.live) {
+        try {
+            finished |= updateLiveAc(ac);
+        } catch (const std::exception& e) { // costs this aircraft a Tick and the others nothing
+            gf_logLine(fmt::format("{}: {} {}, sz:{}, fs:{}, st:{}", "updateLiveAc", e.what(), lf_acLabel(ac),
+                                   ac.stream.size(), gf_flightStateName(ac.fs), gf_simStateName(ac.st)));
+        }
+    }
+    if (finished) lf_compactLive();
+    gf_exchangeUpdates();
 }
 
 // ---- the run -----------------------------------------------------------------------------------------------------
