@@ -75,26 +75,34 @@ void lf_secondStep() {
     lf_serveRequests();
     lf_userConflicts();
     lf_parkedConflicts();
-    if (app.blockRequest.take()) lf_serveBlockRequest();
+    lf_serveBlockRequest();
 }
 
-// One second step of the running flight, with the schedule that its number falls on. The order of the branches is part
-// of the behaviour: a multiple of 15 never looks at the others.
+SecondJobs lf_jobsOfSecond(std::int32_t second) {
+    SecondJobs due;
+    due.slowSchedule = second % 15 == 0;
+    if (due.slowSchedule) return due;
+    due.parkingStep = second % 16 == 0;
+    due.readerWatch = second % 59 == 0;
+    due.staticDoubles = second % 61 == 0;
+    due.callsignFile = second % 62 == 0;
+    return due;
+}
+
 static bool runSecond() {
     lf_secondStep();
     if (gf_stopping()) return false;
-    const std::int32_t second = app.secondCount;
-    if (second % 15 != 0) {
-        if (second % 16 == 0 && !app.reparkFirstPhase) lf_parkingStep(false);
-        if (second % 59 == 0) lf_readerWatch();
-        if (second % 61 == 0) lf_removeStaticDoubles();
-        if (second % 62 == 0 && CALLSIGN_OBJECTIDS && MSFS_2020) lf_writeCallsignFile();
-        return true;
+    const SecondJobs due = lf_jobsOfSecond(app.secondCount);
+    if (due.parkingStep && !app.reparkFirstPhase) lf_parkingStep(false);
+    if (due.readerWatch) lf_readerWatch();
+    if (due.staticDoubles) lf_removeStaticDoubles();
+    if (due.callsignFile && CALLSIGN_OBJECTIDS && MSFS_2020) lf_writeCallsignFile();
+    if (due.slowSchedule) {
+        tellReaderWhere();
+        if (controlLink.rtProfessional) lf_sendSimTime(sim.simTimeEpoch);
+        if (app.reReadRequest.take()) lf_rereadParkAirports();
+        lf_slowSchedule(app.secondCount);
     }
-    tellReaderWhere();
-    if (controlLink.rtProfessional) lf_sendSimTime(sim.simTimeEpoch);
-    if (app.reReadRequest.take()) lf_rereadParkAirports();
-    lf_slowSchedule(second);
     return true;
 }
 

@@ -1,6 +1,15 @@
 #pragma once
 // The loop that moves the system: the Tick every 10 ms, and the second step at each of the simulator's seconds.
 
+#include <cstdint>
+
+// What the number of a second step brings. A multiple of 15 has the slow schedule and looks at nothing else.
+struct SecondJobs {
+    bool slowSchedule = false, parkingStep = false, readerWatch = false, staticDoubles = false;
+    bool callsignFile = false;
+};
+SecondJobs lf_jobsOfSecond(std::int32_t second);
+
 bool lf_waitForUserAircraft(); // false: a stop came
 void lf_waitForFirstReport();
 void lf_mainCycle();
