@@ -1,0 +1,55 @@
+// rig refdata: the command.
+
+#include "options.h"
+#include "refdata/refdata.h"
+#include "rig.h"
+
+#include <fmt/format.h>
+
+namespace rig {
+
+constexpr const char* usage = R"(usage: rig refdata [--out DIR] [--liveries FILE] [options]
+Builds the reference data from plain tables.
+  --out DIR        a download tree: dbase.zip, AIG-regcodes.zip, version files
+  --liveries FILE  a LiveriesScanned.xml with invented titles for all types
+  --tables DIR     the tables (rig/refdata/tables)
+  --types FILE --airlines FILE --registrations FILE --fixes FILE --similar FILE --cargo FILE
+  --publishers FILE --simaddons FILE
+                   one table from elsewhere; plain or gzip
+  --synthetic N    adds N invented registrations
+  --seed S         for them (1)
+)";
+
+int runRefdata(const std::vector<std::string>& arguments) {
+    const Options options(arguments,
+                          {"out", "liveries", "tables", "types", "airlines", "registrations", "fixes",
+                           "similar", "cargo", "publishers", "simaddons", "synthetic", "seed"},
+                          {"help"});
+    if (options.has("help") || (!options.has("out") && !options.has("liveries"))) {
+        fmt::print(options.has("help") ? stdout : stderr, "{}", usage);
+        return options.has("help") ? 0 : 2;
+    }
+    RefTableFiles files = refTablesIn(options.text("tables", "rig/refdata/tables"));
+    const std::pair<const char*, std::filesystem::path*> replaced[] = {
+        {"types", &files.types},
+        {"airlines", &files.airlines},
+        {"registrations", &files.registrations},
+        {"fixes", &files.fixes},
+        {"similar", &files.similar},
+        {"cargo", &files.cargoTypes},
+        {"publishers", &files.publishers},
+        {"simaddons", &files.simaddons}};
+    for (const auto& [name, file] : replaced)
+        if (options.has(name)) *file = options.text(name);
+    RefTables tables = readRefTables(files);
+    constexpr long mostSynthetic = 5'000'000, largestSeed = 2'000'000'000;
+    addSynthetic(tables, static_cast<std::size_t>(options.integer("synthetic", 0, 0, mostSynthetic)),
+                 static_cast<std::uint32_t>(options.integer("seed", 1, 0, largestSeed)));
+    if (options.has("out")) writeDownloadTree(tables, options.text("out"));
+    if (options.has("liveries")) writeDemoLiveries(tables, options.text("liveries"));
+    fmt::print("{} types, {} airlines, {} registrations, {} rows skipped\n", tables.types.size(),
+               tables.airlines.size(), tables.registrations.size(), tables.skipped);
+    return 0;
+}
+
+} // namespace rig

@@ -1,0 +1,244 @@
+// Reading of the plain tables: comma-separated files with a header line, plain or gzip. Columns are found by name and
+// others ignored, so that tables of other makers with the same columns do as well.
+
+#include "refdata/refdata.h"
+
+#include <fmt/format.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <set>
+#include <stdexcept>
+
+namespace rig {
+
+static std::string readWhole(const std::filesystem::path& path) { // plain or gzip
+    const std::unique_ptr<gzFile_s, int (*)(gzFile)> in(gzopen(path.c_str(), "rb"), gzclose);
+    if (!in) throw std::runtime_error(fmt::format("cannot open \"{}\"", path.string()));
+    std::string text;
+    std::vector<char> block(1 << 16);
+    int count = 0;
+    while ((count = gzread(in.get(), block.data(), static_cast<unsigned>(block.size()))) > 0)
+        text.append(block.data(), static_cast<std::size_t>(count));
+    if (count < 0) throw std::runtime_error(fmt::format("\"{}\" is damaged", path.string()));
+    return text;
+}
+
+// The fields of the line at `place`, which moves behind it. A field in quotes may hold commas and doubled quotes.
+static std::vector<std::string> nextRow(const std::string& text, std::size_t& place) {
+    std::vector<std::string> fields(1);
+    bool quoted = false;
+    for (; place < text.size(); ++place) {
+        const char c = text[place];
+        if (quoted) {
+            if (c != '"') {
+                fields.back() += c;
+            } else if (place + 1 < text.size() && text[place + 1] == '"') {
+                fields.back() += text[++place];
+            } else {
+                quoted = false;
+            }
+        } else if (c == '"') {
+            quoted = true;
+        } else if (c == ',') {
+            fields.emplace_back();
+        } else if (c == '\n') {
+            ++place;
+            break;
+        } else if (c != '\r') {
+            fields.back() += c;
+        }
+    }
+    return fields;
+}
+
+// Walks the rows of one table; an empty path is a table without rows.
+class CsvReader {
+  public:
+    explicit CsvReader(const std::filesystem::path& p) : path(p) {
+        if (path.empty()) return;
+        text = readWhole(path);
+        header = nextRow(text, place);
+    }
+    bool next() {
+        while (place < text.size()) {
+            row = nextRow(text, place);
+            if (row.size() > 1 || !row[0].empty()) return true;
+        }
+        return false;
+    }
+    // "" when the row is short; a column that only some tables have may be missing
+    std::string field(const char* name, bool needed = true) const {
+        const auto found = std::find(header.begin(), header.end(), name);
+        if (found == header.end() && needed)
+            throw std::runtime_error(fmt::format("\"{}\" has no column \"{}\"", path.string(), name));
+        const auto column = static_cast<std::size_t>(found - header.begin());
+        return column < row.size() ? row[column] : std::string();
+    }
+    const std::vector<std::string>& wholeRow() const { return row; }
+
+  private:
+    std::filesystem::path path;
+    std::string text;
+    std::size_t place = 0;
+    std::vector<std::string> header, row;
+};
+
+static std::vector<std::string> splitAtBlanks(const std::string& text) {
+    std::vector<std::string> parts;
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = std::min(text.find(' ', start), text.size());
+        if (end > start) parts.push_back(text.substr(start, end - start));
+        start = end + 1;
+    }
+    return parts;
+}
+
+// What the scrambling can carry.
+static bool fitsAlphabet(const std::string& code) {
+    return std::all_of(code.begin(), code.end(), [](char c) { return c >= '-' && c <= 'Z'; });
+}
+static bool isModel(const std::string& code) {
+    return code.size() >= 2 && code.size() <= 4 && fitsAlphabet(code);
+}
+static bool isAirline(const std::string& code) { return code.size() == 3 && fitsAlphabet(code); }
+static bool isRegistration(const std::string& reg) {
+    constexpr std::size_t longest = 24;
+    return !reg.empty() && reg.size() <= longest && fitsAlphabet(reg);
+}
+static bool isTrue(const std::string& text) { return text == "1" || text == "true"; }
+
+static std::string sizeName(const std::string& name) {
+    if (name == "business") return "buzjets";
+    static const std::set<std::string> known{"light", "buzjets", "large", "heavy", "highperf", "rotor"};
+    return known.count(name) > 0 ? name : std::string();
+}
+
+RefTableFiles refTablesIn(const std::filesystem::path& folder) {
+    return {folder / "types.csv",      folder / "airlines.csv", folder / "registrations.csv",
+            folder / "fixes.csv",      folder / "similar.csv",  folder / "cargo_types.csv",
+            folder / "publishers.csv", folder / "simaddons.csv"};
+}
+
+static void readTypes(const std::filesystem::path& path, RefTables& tables) {
+    std::set<std::string> seen;
+    for (CsvReader in(path); in.next();) {
+        const TypeRow row{in.field("designator"), sizeName(in.field("class")), in.field("span_m")};
+        if (!isModel(row.designator) || row.size.empty() || !seen.insert(row.designator).second)
+            ++tables.skipped;
+        else
+            tables.types.push_back(row);
+    }
+}
+
+static void readAirlines(const std::filesystem::path& path, RefTables& tables) {
+    std::set<std::string> seen;
+    for (CsvReader in(path); in.next();) {
+        const AirlineRow row{in.field("icao"), isTrue(in.field("cargo"))};
+        if (!isAirline(row.code) || !seen.insert(row.code).second)
+            ++tables.skipped;
+        else
+            tables.airlines.push_back(row);
+    }
+}
+
+static void readRegistrations(const std::filesystem::path& path, RefTables& tables) {
+    std::set<std::string> seen;
+    for (CsvReader in(path); in.next();) {
+        RegistrationRow row;
+        row.type = in.field("type");
+        row.airl = in.field("operator");
+        row.cargo = isTrue(in.field("cargo"));
+        if (!row.type.empty() && !isModel(row.type)) row.type.clear();
+        if (!row.airl.empty() && !isAirline(row.airl)) row.airl.clear();
+        for (auto& reg : expandSeries(in.field("reg"))) {
+            if (!isRegistration(reg) || !seen.insert(reg).second) {
+                ++tables.skipped;
+                continue;
+            }
+            row.reg = std::move(reg);
+            tables.registrations.push_back(row);
+        }
+    }
+}
+
+RefTables readRefTables(const RefTableFiles& files) {
+    RefTables tables;
+    readTypes(files.types, tables);
+    readAirlines(files.airlines, tables);
+    readRegistrations(files.registrations, tables);
+    for (CsvReader in(files.fixes); in.next();)
+        tables.fixes.emplace_back(in.field("wrong"), in.field("right"));
+    for (CsvReader in(files.similar); in.next();) {
+        auto group = splitAtBlanks(in.field("types"));
+        tables.skipped += std::erase_if(group, [](const std::string& code) { return !isModel(code); });
+        tables.similar.push_back(std::move(group));
+    }
+    for (CsvReader in(files.cargoTypes); in.next();) {
+        if (isModel(in.field("designator")))
+            tables.cargoTypes.push_back(in.field("designator"));
+        else
+            ++tables.skipped;
+    }
+    for (CsvReader in(files.publishers); in.next();) tables.publishers.push_back(in.wholeRow());
+    for (CsvReader in(files.simaddons); in.next();) tables.simaddons.push_back(in.field("airport"));
+    return tables;
+}
+
+std::vector<std::string> expandSeries(const std::string& pattern) {
+    std::vector<std::string> result{""};
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        std::string choices(1, pattern[i]);
+        if (pattern[i] == '[') {
+            const std::size_t end = pattern.find(']', i);
+            choices.clear();
+            for (std::size_t k = i + 1; end != std::string::npos && k < end; ++k) {
+                if (pattern[k] == '-' && k > i + 1 && k + 1 < end) {
+                    for (char c = pattern[k - 1]; ++c < pattern[k + 1];) choices += c;
+                } else {
+                    choices += pattern[k];
+                }
+            }
+            if (choices.empty()) throw std::runtime_error(fmt::format("bad series \"{}\"", pattern));
+            i = end;
+        }
+        std::vector<std::string> longer;
+        for (const auto& start : result)
+            for (const char c : choices) longer.push_back(start + c);
+        result = std::move(longer);
+    }
+    return result;
+}
+
+void addSynthetic(RefTables& tables, std::size_t count, std::uint32_t seed) {
+    if (tables.types.empty() || tables.airlines.empty())
+        throw std::runtime_error("invented registrations need types and airlines");
+    static const char* const prefixes[] = {"D-",  "G-",  "F-",  "C-",  "I-", "EI-",
+                                           "PH-", "VH-", "OE-", "HB-", "JA", "N"};
+    constexpr std::size_t prefixCount = std::size(prefixes), letters = 26, places = 4;
+    std::set<std::string> taken;
+    for (const auto& row : tables.registrations) taken.insert(row.reg);
+    std::mt19937 chance(seed);
+    tables.registrations.reserve(tables.registrations.size() + count);
+    for (std::size_t number = 0, made = 0; made < count; ++number) {
+        std::string reg = prefixes[number % prefixCount];
+        std::size_t rest = number / prefixCount;
+        for (std::size_t i = 0; i < places; ++i, rest /= letters)
+            reg += static_cast<char>('A' + rest % letters);
+        if (rest > 0) throw std::runtime_error("too many invented registrations");
+        if (taken.count(reg) > 0) continue;
+        RegistrationRow row;
+        row.reg = std::move(reg);
+        row.type = tables.types[chance() % tables.types.size()].designator;
+        const auto& airline = tables.airlines[chance() % tables.airlines.size()];
+        if (chance() % 4 != 0) row.airl = airline.code; // a quarter is private
+        if (chance() % 8 == 0) row.opr = tables.airlines[chance() % tables.airlines.size()].code;
+        row.cargo = airline.cargo && !row.airl.empty();
+        tables.registrations.push_back(std::move(row));
+        ++made;
+    }
+}
+
+} // namespace rig
