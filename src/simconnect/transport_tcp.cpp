@@ -14,6 +14,7 @@ namespace simconnect {
 constexpr int connectMs = 1000;     // the longest that connecting may take
 constexpr int connectSliceMs = 250; // of it, between two looks at the stop
 constexpr int sendMs = 1000;        // the longest that a send waits for a slow peer
+constexpr int sendSliceMs = 50;
 constexpr std::int64_t nsPerMs = 1'000'000;
 
 static Lock choiceLock;
@@ -58,16 +59,17 @@ class TcpTransport : public Transport {
 
     bool send(std::span<const char> bytes) override {
         const plat::SteadyNs until = plat::steadyNow() + sendMs * nsPerMs;
+        int slices = sendMs / sendSliceMs; // beside the clock, since a wait may end early
         while (!bytes.empty()) {
             ++writes;
             const plat::Transfer sent = plat::sendBytes(socket, bytes);
-            if (sent.count > 0) {
-                bytes = bytes.subspan(static_cast<std::size_t>(sent.count));
-                continue;
-            }
             if (sent.count < 0 && sent.error != plat::wouldBlock) return false;
-            const std::int64_t left = (until - plat::steadyNow()) / nsPerMs;
-            if (left <= 0 || plat::waitWritable(socket, static_cast<int>(left)) != 1) return false;
+            bytes = bytes.subspan(static_cast<std::size_t>(std::max(sent.count, 0)));
+            if (sent.count > 0) continue;
+            if (slices == 0 || plat::steadyNow() >= until) return false;
+            const int ready = plat::waitWritable(socket, sendSliceMs);
+            if (ready < 0) return false;
+            if (ready == 0) --slices;
         }
         return true;
     }
