@@ -1,0 +1,299 @@
+// The ends of a run in virtual time, and whole runs with their real threads.
+
+#include "app_fixture.h"
+
+#include "app/runcontrol.h"
+#include "platform/clock.h"
+#include "platform/process.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <functional>
+#include <pugixml.hpp>
+#include <thread>
+
+using testing::ElementsAre;
+
+namespace {
+
+// One thread plays worker and message loop: what the closing posts is kept, and things happen at given seconds.
+class ClosingTest : public VirtualAppTest {
+  protected:
+    ClosingTest() {
+        gf_readParameters();
+        plat::WindowHandlers handlers;
+        handlers.posted = [this](unsigned message) {
+            posted.push_back(message);
+            plat::quitLoop(0);
+        };
+        plat::openWindow("", 0, 0, 0, 0, handlers);
+        start = clock.now;
+        clock.onAdvance = [this](plat::SteadyNs now) {
+            const std::string message = gf_shownMessage();
+            if (message != (shown.empty() ? "" : shown.back())) shown.push_back(message);
+            if (event && now - start >= eventAt) std::exchange(event, nullptr)();
+        };
+    }
+    void at(double seconds, std::function<void()> what) {
+        eventAt = static_cast<plat::SteadyNs>(seconds * 1e9);
+        event = std::move(what);
+    }
+    double seconds() const { return static_cast<double>(clock.now - start) / 1e9; }
+    unsigned takePosted() {
+        plat::runLoop();
+        return posted.back();
+    }
+    static std::string stored(const char* key) {
+        pugi::xml_document document;
+        document.load_file(folders.parameters.c_str());
+        return document.child("parameters")
+            .find_child_by_attribute("parameter", "name", key)
+            .attribute("value")
+            .value();
+    }
+
+    std::vector<std::string> shown;
+    std::vector<unsigned> posted;
+    plat::SteadyNs start = 0, eventAt = 0;
+    std::function<void()> event;
+};
+
+} // namespace
+
+TEST_F(ClosingTest, CountsDownWithAPluralUntilOne) {
+    app.restartDelay = 3;
+    lf_restartCountdown();
+    EXPECT_THAT(shown, ElementsAre("Restarting after 3 seconds", "Restarting after 2 seconds",
+                                   "Restarting after 1 second"));
+    EXPECT_DOUBLE_EQ(seconds(), 3);
+    EXPECT_TRUE(logged("Restarting after 3 seconds\n\n\n\n\n"));
+    EXPECT_EQ(timesLogged("Restarting after"), 1);
+    app.restartDelay = 0;
+    lf_restartCountdown();
+    EXPECT_DOUBLE_EQ(seconds(), 3);
+    EXPECT_EQ(timesLogged("Restarting after"), 1);
+}
+
+TEST_F(ClosingTest, AFailedLinkRestartsWithoutItsScans) {
+    for (const RunState state : {RunState::readerError, RunState::simConnectError}) {
+        app = AppRun{};
+        gf_setAndSave(SCAN_LIVERIES, true);
+        gf_setAndSave(SCAN_AIRPORTS, true);
+        gf_setAndSave(DESTINATION, "EGLL");
+        gf_showError("an error of the run");
+        gf_requestStop(state, 15);
+        app.secondCount = 77;
+        const double before = seconds();
+        const std::uint32_t run = appLife.runNumber;
+        lf_closingDown();
+        EXPECT_EQ(takePosted(), messageStartRun);
+        EXPECT_NEAR(seconds() - before, 15.5, 0.2);
+        EXPECT_EQ(stored("SCAN_LIVERIES") + stored("SCAN_AIRPORTS") + stored("DESTINATION"), "falsefalse");
+        EXPECT_EQ(app.runState, RunState::notYetSet);
+        EXPECT_FALSE(gf_stopping());
+        EXPECT_EQ(app.secondCount, 0);
+        EXPECT_EQ(appLife.runNumber, run + 1);
+        EXPECT_TRUE(appLife.restartAfterClose);
+        EXPECT_EQ(gf_shownError(), "");
+    }
+    const std::string text = logText();
+    const auto exiting = text.find("\nExiting: READER ERROR\n");
+    const auto summary = text.find("live traffic livery matching summary"),
+               prepare = text.find("Prepare for a restart ...");
+    EXPECT_LT(exiting, summary);
+    EXPECT_LT(summary, prepare);
+    EXPECT_LT(prepare, text.find("Restarting after 15 seconds"));
+}
+
+TEST_F(ClosingTest, NewSettingsRestartAndKeepTheScans) {
+    gf_setAndSave(SCAN_LIVERIES, true);
+    gf_requestStop(RunState::newSettings, 2);
+    lf_closingDown();
+    EXPECT_EQ(takePosted(), messageStartRun);
+    EXPECT_EQ(stored("SCAN_LIVERIES"), "true");
+}
+
+TEST_F(ClosingTest, ANewFlightIsToldForTenSecondsAndEndsTheProcess) {
+    gf_requestStop(RunState::newFlight, 0);
+    lf_closingDown();
+    EXPECT_EQ(takePosted(), messageEndProcess);
+    EXPECT_NEAR(seconds(), 10.5, 0.2);
+    EXPECT_TRUE(logged("New flight detected, Velloray will close, please restart manually ..."));
+    EXPECT_EQ(shown.back(), "New flight detected, Velloray will close, please restart manually ...");
+    EXPECT_FALSE(appLife.restartAfterClose);
+}
+
+TEST_F(ClosingTest, ASimulatorThatWasClosedEndsTheProcessAtOnce) {
+    gf_requestStop(RunState::simClosed, 0);
+    lf_closingDown();
+    EXPECT_EQ(takePosted(), messageEndProcess);
+    EXPECT_LT(seconds(), 1);
+    EXPECT_TRUE(logged("Exiting: SIM WAS CLOSED"));
+}
+
+TEST_F(ClosingTest, ClosingTheWindowEndsACountdownAndBarsTheNextRun) {
+    at(5, gf_userClosesWindow);
+    gf_requestStop(RunState::readerError, 15);
+    lf_closingDown();
+    EXPECT_EQ(takePosted(), messageEndProcess);
+    EXPECT_LT(seconds(), 5.5);
+    gf_startRunThread();
+    EXPECT_EQ(takePosted(), messageEndProcess);
+    EXPECT_EQ(timesLogged("Parameters"), 1) << "no run began";
+}
+
+TEST_F(ClosingTest, StartedFromAnotherFolderItShowsTheErrorUntilTheWindowIsClosed) {
+    std::filesystem::remove("docs");
+    at(7, [] {
+        EXPECT_EQ(gf_shownError(), "41: Velloray must be run from the Velloray folder!");
+        EXPECT_FALSE(app.stopRequested);
+        gf_userClosesWindow();
+    });
+    lf_startRun();
+    EXPECT_EQ(takePosted(), messageEndProcess);
+    EXPECT_NEAR(seconds(), 7.2, 0.5);
+    EXPECT_TRUE(logged("Error 41: Velloray must be run from the Velloray folder!"));
+    EXPECT_TRUE(logged("Exiting: SYSTEM ERROR"));
+    EXPECT_TRUE(logged("User closed Velloray"));
+}
+
+TEST_F(ClosingTest, NewSettingsMendAnErrorOfTheSetUp) {
+    std::filesystem::remove("docs");
+    at(4, [] { gf_requestStop(RunState::newSettings, 3); });
+    lf_startRun();
+    EXPECT_EQ(takePosted(), messageStartRun);
+    EXPECT_NEAR(seconds(), 7.5, 0.6);
+    EXPECT_FALSE(logged("User closed Velloray"));
+}
+
+TEST_F(ClosingTest, AFolderThatCannotBeMadeIsASystemError) {
+    std::filesystem::remove("input"); // comes with the installation and is not made
+    at(2, gf_userClosesWindow);
+    lf_startRun();
+    EXPECT_EQ(app.runState, RunState::systemError);
+    EXPECT_TRUE(app.stopRequested);
+    EXPECT_NE(logText().find("input/my_regcodes"), std::string::npos) << logText();
+    EXPECT_TRUE(std::filesystem::is_directory("airports/learned/thirdparty"));
+}
+
+TEST_F(ClosingTest, AResetKeepsWhatOutlivesARun) {
+    appLife.tickCount = 4711;
+    engineLife.hexidTitles[0x4ca123] = "A title";
+    simLife.userRadiusNm = 0.01;
+    engine.ghosts.insert("BAW1_");
+    engine.failedTitles.insert("Bad");
+    engine.newArrivals.push_back(0x4ca123);
+    gf_queueRemoval(17);
+    gf_postSimMessage({});
+    sim.userObjectId = 99;
+    gf_publishParkAirport({"EGLL", "LHR", 51.47, -0.46, 83, true});
+    gf_setDisplayText(DisplayText::userTitle, "my aircraft");
+    display.liveryCount = 12;
+    display.trafficMark = ReaderMark::live;
+    display.feedConnected = true;
+    app.rtNotYetConnected.clear();
+    app.messageAge = 55;
+    LATERAL_RANGE.value = 400; // never out of its limits afterwards
+    gf_requestStop(RunState::newSettings, 0);
+    lf_resetForRestart();
+    EXPECT_EQ(appLife.tickCount, 4711);
+    EXPECT_EQ(engineLife.hexidTitles.size(), 1u);
+    EXPECT_EQ(simLife.userRadiusNm, 0.01);
+    EXPECT_EQ(display.liveryCount, 12u);
+    EXPECT_TRUE(engine.ghosts.empty() && engine.failedTitles.empty() && engine.newArrivals.empty());
+    EXPECT_TRUE(sim.removals.empty());
+    std::vector<SimMessage> messages;
+    gf_takeSimMessages(messages);
+    EXPECT_TRUE(messages.empty());
+    EXPECT_EQ(sim.userObjectId, 2u);
+    EXPECT_FALSE(airports.park.known() || trafficReader.parkAirport.load().known);
+    EXPECT_EQ(gf_displayText(DisplayText::userTitle), "");
+    EXPECT_EQ(display.trafficMark, ReaderMark::notStarted);
+    EXPECT_FALSE(display.feedConnected);
+    EXPECT_TRUE(app.rtNotYetConnected);
+    EXPECT_EQ(app.messageAge, 0);
+    EXPECT_EQ(LATERAL_RANGE.value, 100);
+    EXPECT_EQ(app.rangeNm, 100);
+    EXPECT_EQ(app.rangeMeters, 185200);
+    simLife.userRadiusNm = 0;
+}
+
+// ---- real threads ----------------------------------------------------------------------------------------------
+
+namespace {
+
+class ProcessTest : public AppTest {
+  protected:
+    ProcessTest() {
+        setenv("XDG_RUNTIME_DIR", folder.path.c_str(), 1); // an instance of another test is none of ours
+        gf_closeLog();
+        appLife.dbaseRead = true; // no download server here
+    }
+    ~ProcessTest() override { unsetenv("XDG_RUNTIME_DIR"); }
+
+    // Runs the process with `script` on a thread beside it; gives its exit code.
+    static int run(const std::function<void()>& script) {
+        std::thread user(script);
+        const int code = gf_main();
+        user.join();
+        return code;
+    }
+    static bool waitForLog(const std::string& part, int times) {
+        for (int i = 0; i < 300; ++i) {
+            if (timesLogged(part) >= times) return true;
+            plat::sleepMs(50);
+        }
+        return false;
+    }
+};
+
+} // namespace
+
+TEST_F(ProcessTest, RestartsForNewSettingsAndEndsWithTheWindow) {
+    const int code = run([] {
+        EXPECT_TRUE(waitForLog("Waiting for MSFS 2020 ...", 1));
+        plat::headless::setPosition(123, 45);
+        gf_requestStop(RunState::newSettings, 1);
+        EXPECT_TRUE(waitForLog("Waiting for MSFS 2020 ...", 2));
+        plat::headless::close();
+    });
+    EXPECT_EQ(code, 0);
+    const std::string text = logText();
+    const char* const order[] = {" (utc) Velloray version 10.10.10 for MSFS 2020/2024\n",
+                                 " Parameters ",
+                                 "\nRealTraffic not detected at this PC\n",
+                                 "\nWaiting for MSFS 2020 ...\n",
+                                 "\nExiting: NEW SETTINGS\n",
+                                 "\nPrepare for a restart ...\n",
+                                 "\nRestarting after 1 seconds\n\n\n\n\n",
+                                 " Parameters ",
+                                 "\nWaiting for MSFS 2020 ...\n",
+                                 "\nExiting: USER CLOSED SIM\n"};
+    std::size_t place = 0;
+    for (const char* part : order) {
+        place = text.find(part, place);
+        ASSERT_NE(place, std::string::npos) << part << " is missing in\n" << text;
+    }
+    EXPECT_EQ(text.size() - text.rfind('\n', text.size() - 2), 26u) << "the time is the last line";
+    EXPECT_NE(test::readFile(folders.parameters).find("name=\"MAIN_WINDOW_X\" value=\"123\""),
+              std::string::npos);
+    EXPECT_TRUE(simLife.thread.get_id() == std::thread::id()) << "the simulator thread has been joined";
+}
+
+TEST_F(ProcessTest, ATerminationRequestClosesLikeTheWindow) {
+    const int code = run([] {
+        EXPECT_TRUE(waitForLog("Waiting for MSFS 2020 ...", 1));
+        kill(getpid(), SIGTERM);
+    });
+    EXPECT_EQ(code, 0);
+    EXPECT_TRUE(logged("Exiting: USER CLOSED SIM"));
+}
+
+TEST_F(ProcessTest, ASecondInstanceEndsAtOnceAndLeavesTheLogAlone) {
+    const plat::InstanceGuard first("Local\\$Velloray$");
+    const std::string before = logText();
+    EXPECT_EQ(gf_main(), -1);
+    EXPECT_EQ(logText(), before);
+    EXPECT_FALSE(std::filesystem::exists("Log0.txt"));
+}
