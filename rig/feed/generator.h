@@ -22,7 +22,7 @@ struct GeneratorOptions {
     bool faults = true; // gaps, position noise, bursts, garbage lines and ghosts; false: clean reports only
 };
 
-// Where an aircraft truly was, once a second and at each of its reports.
+// Where an aircraft truly was, once a second; each report is of one of these seconds.
 struct TrueFix {
     double time = 0;         // seconds since 1970
     double lat = 0, lon = 0; // degrees
@@ -38,7 +38,7 @@ struct GeneratedTraffic {
 };
 
 struct KnownAirport {
-    const char* code;
+    const char *code, *iata;
     double lat, lon, elevationFt;      // of the airport: degrees, feet
     double thresholdLat, thresholdLon; // of the landing runway: degrees
     double runwayBearing;              // true, degrees, in the direction of landing

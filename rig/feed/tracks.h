@@ -1,0 +1,40 @@
+#pragma once
+// The true tracks of generated flights, one fix a second: a ground path of straight legs and turns, flown by speed
+// and height profiles of each kind of flight.
+
+#include "generator.h"
+
+#include <random>
+
+namespace rig {
+
+// Chance that gives the same on every system, which the distributions of the standard library do not.
+class Dice {
+  public:
+    explicit Dice(std::uint32_t seed) : engine(seed) {}
+    double between(double low, double high) { return low + (high - low) * (engine() * (1.0 / 4294967296.0)); }
+    int below(int count) { return static_cast<int>(between(0, count)); }
+    bool oneIn(double count) { return between(0, count) < 1; }
+
+  private:
+    std::mt19937 engine;
+};
+
+struct Performance {
+    double approachKt; // over the threshold; also the speed of lift-off
+    double cruiseKt;   // ground speed at cruise
+    double cruiseFt;   // typical cruise altitude
+    double climbFpm;
+};
+
+// Each track begins or is centred at the given time; none has an end before its flight is over.
+std::vector<TrueFix> makeArrival(const KnownAirport& airport, const Performance& type, double thresholdTime,
+                                 Dice& dice);
+std::vector<TrueFix> makeDeparture(const KnownAirport& airport, const Performance& type, double rollTime,
+                                   Dice& dice);
+std::vector<TrueFix> makeOverflight(const KnownAirport& airport, const Performance& type, double nearestTime,
+                                    Dice& dice);
+std::vector<TrueFix> makeLocalFlight(const KnownAirport& airport, const Performance& type, double startTime,
+                                     double endTime, Dice& dice); // light aircraft and helicopters
+
+} // namespace rig
