@@ -52,7 +52,7 @@ std::string knownAirportCodes() {
 static KnownAirport madeAirport(const GeneratorOptions& options) {
     constexpr double bearing = 270, length = 3500, thresholdFt = 5700; // the position is the middle
     const LatLon threshold = gf_destination(options.lat, options.lon, pi / 2, thresholdFt);
-    return {"null",        options.lat,   options.lon, options.elevationFt,
+    return {"null",        "null",        options.lat, options.lon, options.elevationFt,
             threshold.lat, threshold.lon, bearing,     length};
 }
 
