@@ -1,7 +1,7 @@
 // Filing: a tested report is given to its aircraft, filtered, and put at the back of its position stream, or it
 // becomes a new aircraft. Worker, at most two reports a Tick.
 
-#include "engine/engine.h"
+#include "engine/motion.h"
 
 #include "app/log.h"
 #include "app/parameters.h"
@@ -126,8 +126,8 @@ bool lf_checkRepeat(LiveAc& ac, StreamPoint& point) {
     constexpr double samePlace = 0.00015; // degrees, the noise of a standing transponder
     if (ac.stream.empty()) return true;
     const StreamPoint& last = ac.stream.back();
-    point.stationary = point.lat == last.lat && point.lon == last.lon;
-    if (ac.category == AcCategory::rotorcraft) return true;
+    point.stationary = lf_samePlace(point, last);
+    if (lf_isRotorcraft(ac)) return true;
     const bool near =
         std::abs(point.lat - last.lat) <= samePlace && std::abs(point.lon - last.lon) <= samePlace;
     if (near) {
@@ -166,17 +166,16 @@ static bool lf_leavesAfterPush(LiveAc& ac, StreamPoint& point) {
     const double d = gf_distanceNm(point.lat, point.lon, ac.lat, ac.lon);
     const bool leaves = (d > 2.75 * ac.radiusNm && d > ac.pushRefDist) || d > 6 * ac.radiusNm;
     if (!leaves) {
-        if (!ac.holding) ac.holdStart = appLife.tickCount;
+        if (!ac.holding) ac.holdStart = lf_now();
         ac.holding = true;
         ac.pushRefDist = d;
         return false;
     }
     point.stationary = false;
     if (ac.extendCount > 0) {
-        ac.stream.front().dueTick = lf_tickAfter(appLife.tickCount, 1);
+        ac.stream.front().dueTick = lf_tickAfter(lf_now(), 1);
         ac.extendCount = 0;
-        ac.dueLead = 3000;
-        ac.dueLag = ac.departing ? 5000 : 3000;
+        lf_widenElasticity(ac);
     }
     ac.pushTurnKnown = false;
     ac.pushCounter = 0;
@@ -219,13 +218,12 @@ static void lf_shortenStops(LiveAc& ac, const StreamPoint& point) {
 }
 
 static void lf_followFeedOffTheGround(LiveAc& ac, const StreamPoint& point) {
-    constexpr double rollSpeed = 43; // knots, faster than any taxiing
     if (ac.st != SimState::active || !ac.onGround || ac.departing || ac.stream.empty()) return;
     const StreamPoint& last = ac.stream.back();
     if (ac.landingRoll) {
         if (point.airborne && last.airborne) lf_goAroundAfterTouchdown(ac);
     } else if (ac.fs == FlightState::taxi &&
-               (point.airborne || (point.speed >= rollSpeed && last.speed >= rollSpeed)))
+               (point.airborne || (point.speed >= takeoffRollKnots && last.speed >= takeoffRollKnots)))
         lf_startTakeoffRoll(ac);
 }
 
@@ -234,8 +232,7 @@ void decodeExisting(LiveAc& ac, StreamPoint point) {
     if (ac.stream.size() >= mostPoints) removeAircraftFromSim(ac, Removed::stuck);
     if (ac.holding && !ac.stream.empty()) {
         const StreamPoint& front = ac.stream.front();
-        const double meters = gf_distanceNm(point.lat, point.lon, front.lat, front.lon) * metersPerNm;
-        if (meters > HOLDING_THRESHOLD_METERS.value) {
+        if (lf_distanceNm(point, front) * metersPerNm > HOLDING_THRESHOLD_METERS.value) {
             ac.holding = false;
             ac.holdStart = 0;
             return removeAircraftFromSim(ac, Removed::holdingOver);
@@ -249,7 +246,7 @@ void decodeExisting(LiveAc& ac, StreamPoint point) {
     lf_followFeedOffTheGround(ac, point);
     lf_pushAfterLast(ac, point);
     if (ac.stream.size() == 2 && ac.stream[0].stationary && ac.stream[1].stationary) {
-        ac.stream.front().dueTick = lf_tickAfter(appLife.tickCount, 1);
+        ac.stream.front().dueTick = lf_tickAfter(lf_now(), 1);
         ac.stream.front().speed = ac.stream[1].speed;
     }
 }

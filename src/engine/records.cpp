@@ -3,7 +3,6 @@
 
 #include "engine/engine.h"
 
-#include "app/log.h"
 #include "platform/random.h"
 
 #include <algorithm>
@@ -172,14 +171,7 @@ std::string lf_acLabel(const AcBase& ac) {
 
 void lf_updateLiveAircraft() {
     bool finished = false;
-    for (LiveAc& ac : engine.live) {
-        try {
-            finished |= updateLiveAc(ac);
-        } catch (const std::exception& e) { // costs this aircraft a Tick and the others nothing
-            gf_logLine(fmt::format("{}: {} {}, sz:{}, fs:{}, st:{}", "updateLiveAc", e.what(), lf_acLabel(ac),
-                                   ac.stream.size(), gf_flightStateName(ac.fs), gf_simStateName(ac.st)));
-        }
-    }
+    for (LiveAc& ac : engine.live) finished |= updateLiveAc(ac);
     if (finished) lf_compactLive();
     gf_exchangeUpdates();
 }

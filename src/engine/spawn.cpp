@@ -1,12 +1,11 @@
 // From the buffer to the simulator: whether and when an aircraft may appear, the state it starts in, and the queues
 // that pace what the simulator gets. Worker.
 
-#include "engine/engine.h"
+#include "engine/motion.h"
 
 #include "app/log.h"
 #include "app/parameters.h"
 
-#include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
 
@@ -108,7 +107,7 @@ void lf_checkSpawn(LiveAc& ac) {
     if (ac.eraseNow) return;
     if (ac.stream.empty()) return lf_giveUp(ac, NotSpawned::emptyStream);
     const StreamPoint& front = ac.stream.front();
-    if (lf_ticksBetween(appLife.tickCount, front.dueTick) > lf_spawnLead(front)) return;
+    if (lf_ticksBetween(lf_now(), front.dueTick) > lf_spawnLead(front)) return;
     if (ac.stream.size() == 1) return lf_giveUp(ac, NotSpawned::singlePoint); // no track yet
     if (lf_isGhostCallsign(ac.callsign) && engine.ghosts.contains(ac.callsign))
         return lf_giveUp(ac, NotSpawned::ghost);
@@ -157,8 +156,7 @@ static bool lf_startOnGround(LiveAc& ac) {
     bool search =
         park.loaded && park.known() && gf_distanceNm(first.lat, first.lon, park.lat, park.lon) <= nearAirport;
     if (search && !first.stationary)
-        search = second.speed <= creep &&
-                 gf_distanceNm(first.lat, first.lon, last.lat, last.lon) * metersPerNm <= rolledOut;
+        search = second.speed <= creep && lf_distanceNm(first, last) * metersPerNm <= rolledOut;
     if (!search) {
         setFlightState(ac, FlightState::taxi);
         return true;
@@ -188,29 +186,24 @@ static bool lf_startOfBirth(LiveAc& ac) {
     return true;
 }
 
-static double lf_startPitch(const StreamPoint& first) { // radians, negative is nose up
-    if (!first.airborne) return 0.6 * degToRad;
-    double vs = std::clamp(first.vs, -3000.0, 2400.0); // feet per minute
-    if (vs < 0) vs /= 2;
-    return (-3 - vs / 600 * 2.2) * degToRad;
-}
-
 static double lf_startHeading(const LiveAc& ac) {
     if (ac.forcedHeadingSet) return ac.forcedHeading;
     if (ac.fs == FlightState::parked) return ac.standHeading;
     const StreamPoint& first = ac.stream.front();
     if (ac.stream.size() < 2 || ac.stream[1].stationary) return first.track * degToRad;
-    return gf_bearing(first.lat, first.lon, ac.stream[1].lat, ac.stream[1].lon);
+    return lf_bearing(first, ac.stream[1]);
 }
 
 static void lf_fillPosition(LiveAc& ac) {
+    constexpr double restingPitch =
+        0.6 * degToRad; // on the ground, until the simulator tells the model's own
     const StreamPoint& first = ac.stream.front();
     ac.lat = first.lat;
     ac.lon = first.lon;
     ac.alt = first.alt;
     ac.tas = first.tas;
     ac.vsFps = first.vs / 60;
-    ac.pitch = lf_startPitch(first);
+    ac.pitch = first.airborne ? lf_pitchOfClimb(first.vs) : restingPitch;
     ac.bank = first.bankValid ? first.bank : 0;
     ac.heading = lf_startHeading(ac);
 }
@@ -267,12 +260,12 @@ void lf_serveSpawnRequest() {
 // The simulator is given one removal in 100 ms and one creation in 500 ms at the most.
 void lf_paceQueues() {
     constexpr std::int32_t removalTicks = 10, creationTicks = 50;
-    if (appLife.tickCount % removalTicks != 0) return;
+    if (lf_now() % removalTicks != 0) return;
     if (!engine.removalQueue.empty()) {
         gf_queueRemoval(engine.removalQueue.front());
         engine.removalQueue.pop_front();
     }
-    if (appLife.tickCount % creationTicks != 0) return;
+    if (lf_now() % creationTicks != 0) return;
     auto& queue = engine.creationQueue.empty() ? engine.staticCreationQueue : engine.creationQueue;
     const bool live = &queue == &engine.creationQueue;
     if (!queue.empty()) {
