@@ -5,6 +5,7 @@
 #include "simconnect/transport.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -70,7 +71,7 @@ struct SentPacket {
 class ScriptedStream {
   public:
     std::size_t bytesPerRead = 1 << 20;
-    int sends = 0; // calls of Transport::send
+    std::atomic<int> sends{0}; // calls of Transport::send
 
     void arrive(const std::string& bytes) {
         const std::lock_guard hold(lock);
@@ -100,7 +101,7 @@ class ScriptedStream {
         }
         return result;
     }
-    bool open = false; // a session has it
+    std::atomic<bool> open{false}; // a session has it
 
     // As an opener for the client library.
     static simconnect::Opener opener(const std::shared_ptr<ScriptedStream>& stream) {
