@@ -1,0 +1,361 @@
+// Airborne segments: their end, their steps, and the configurations of flight.
+
+#include "motion_fixture.h"
+
+#include <map>
+
+namespace {
+
+using test::Events;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+class AirMotion : public test::MotionTest {
+  protected:
+    static double degrees(double radians) { return radians * radToDeg; }
+    // The configuration of a segment that starts with this vertical speed at this height.
+    static Events configure(LiveAc& ac, double vs, double agl) {
+        takeEvents();
+        ac.stream.front().vs = vs;
+        ac.agl = agl;
+        lf_lowConfig(ac);
+        return takeEvents();
+    }
+};
+
+constexpr double metersPerKnotSecond = metersPerNm / 3600;
+
+} // namespace
+
+TEST_F(AirMotion, EndsASegmentInsideItsElasticityAndNeverInThePast) {
+    struct Row {
+        double p0Due, p1Due, meters; // seconds from now
+        std::int32_t lead, lag, extend;
+        double expected;
+    };
+    const double threeSeconds = 200 * 3 * metersPerKnotSecond;
+    const Row rows[] = {
+        {0, 3, threeSeconds, 1000, 1000, 0, 3},
+        {0, 3, threeSeconds + 200 * 40 * metersPerKnotSecond, 1000, 1000, 0, 13}, // 40 s more: 10 s granted
+        {0, 50, threeSeconds, 3000, 1000, 0, 20},                                 // early by the lead
+        {0, 3, threeSeconds + 200 * 40 * metersPerKnotSecond, 1000, 1000, 8, 43}, // invented: no feed time
+        {-2, -1, 1, 1000, 1000, 0, 0.25},                                         // due in the past
+        {-40, -30, 1, 1000, 1000, 0, 0.25},                                       // far in the past
+    };
+    for (const std::int32_t start : {10000, 2147483000, INT32_MIN}) { // the counter may wrap
+        for (const Row& row : rows) {
+            reset();
+            appLife.tickCount = start;
+            LiveAc& ac =
+                add("A320", {at(row.p0Due, 0, 0, 30000, 200), at(row.p1Due, row.meters, 0, 30000, 200)}, 0);
+            ac.dueLead = row.lead;
+            ac.dueLag = row.lag;
+            ac.extendCount = row.extend;
+            ac.agl = 5000;
+            nextPosMain(ac);
+            ASSERT_EQ(ac.stream.size(), 1u);
+            EXPECT_NEAR(lf_ticksBetween(start, ac.stream.front().dueTick), row.expected * 100, 1)
+                << "start " << start << " p1 " << row.p1Due;
+        }
+    }
+}
+
+TEST_F(AirMotion, ASegmentDueInThePastRunsForTwentyFiveTicksAndArrives) {
+    LiveAc& ac = add("A320", {at(-40, 0, 0, 30000, 400), at(-30, 60, 20, 30100, 400)}, 0);
+    ac.extendCount = -1;
+    ac.agl = 5000;
+    const StreamPoint target = ac.stream.back();
+    for (int i = 0; i < 25; ++i) {
+        EXPECT_EQ(ac.st, SimState::active);
+        tick(ac);
+    }
+    EXPECT_NEAR(ac.lat, target.lat, 1e-9);
+    EXPECT_NEAR(ac.lon, target.lon, 1e-9);
+    EXPECT_EQ(fillingUpdates.size(), 25u);
+    tick(ac); // and then the stream has ended
+    EXPECT_EQ(ac.st, SimState::removingFromSim);
+}
+
+TEST_F(AirMotion, AimsAtTheNextPointFromWhereItReallyIs) {
+    LiveAc& ac =
+        add("A320", {at(0, 0, 0, 20000, 300), at(3, 463, 0, 20000, 300), at(6, 926, 0, 20000, 300)}, 0);
+    ac.lon += 0.001; // off the track
+    ac.agl = 5000;
+    const double lon = ac.stream[1].lon;
+    for (int i = 0; i < 300; ++i) tick(ac);
+    EXPECT_NEAR(ac.lon, lon, 1e-9);
+    EXPECT_EQ(ac.tas, 300);
+    ASSERT_FALSE(fillingUpdates.empty());
+    EXPECT_EQ(fillingUpdates.back().objectId, ac.objectId);
+    EXPECT_EQ(fillingUpdates.back().block.lon, ac.lon);
+    EXPECT_EQ(fillingUpdates.back().block.tas, ac.tas);
+}
+
+TEST_F(AirMotion, CrossesTheDateLineTheShortWay) {
+    StreamPoint a = at(0, 0, 0, 20000, 400), b = at(3, 0, 0, 20000, 400);
+    a.lon = 179.999;
+    b.lon = -179.999;
+    LiveAc& ac = add("A320", {a, b}, pi / 2);
+    ac.agl = 5000;
+    double last = ac.lon;
+    for (int i = 0; i < 300; ++i) {
+        tick(ac);
+        EXPECT_LT(std::abs(lf_lonDifference(last, ac.lon)), 0.0001);
+        EXPECT_LE(std::abs(ac.lon), 180);
+        last = ac.lon;
+    }
+    EXPECT_LT(ac.lon, 0);
+}
+
+TEST_F(AirMotion, DropsStopsInTheAirButNotThoseOfAHelicopter) {
+    for (const char* type : {"A320", "EC35"}) {
+        reset();
+        StreamPoint stop = at(3, 100, 0, 1000, 0);
+        stop.stationary = true;
+        LiveAc& ac = add(type, {at(0, 0, 0, 1000, 100), stop, at(6, 300, 0, 1000, 100)}, 0);
+        nextPosMain(ac);
+        EXPECT_EQ(ac.stream.front().stationary, std::string(type) == "EC35");
+    }
+}
+
+TEST_F(AirMotion, StepsTheElasticityDownToTenSecondsAndNoFurther) {
+    LiveAc& ac = add("A320", {at(0, 0, 0, 0, 0)}, 0);
+    ac.dueLead = 1150;
+    ac.dueLag = 1300;
+    for (const auto& [lead, lag] : {std::pair{1050, 1200}, {1000, 1100}, {1000, 1000}, {1000, 1000}}) {
+        StreamPoint stop = ac.stream.front();
+        stop.stationary = true;
+        stop.dueTick = lf_tickAfter(stop.dueTick, 100);
+        ac.stream.pushBack(stop);
+        nextPosMain(ac);
+        EXPECT_EQ(ac.dueLead, lead);
+        EXPECT_EQ(ac.dueLag, lag);
+    }
+}
+
+TEST_F(AirMotion, CorrectsTheDescentRateByThePressure) {
+    const struct {
+        std::int32_t qnh;
+        double vs0, vs1, agl, expected;
+    } rows[] = {
+        {1013, -700, -700, 1500, -700}, {1014, -700, -700, 1500, -706}, {1023, -700, -700, 1500, -760},
+        {1023, -400, -600, 1500, -601}, {990, -700, -700, 1500, -601}, // low pressure: as fast as it must be
+        {990, -900, -900, 1500, -762},  {1023, -700, -700, 100, -600},
+    };
+    for (const auto& row : rows) {
+        reset();
+        qnhReader.currentQnh = row.qnh;
+        LiveAc& ac = add("A320", {at(0, 0, 0, 900, 130), at(3, 200, 0, 700, 130)}, 0);
+        ac.stream[0].vs = row.vs0;
+        ac.stream[1].vs = row.vs1;
+        ac.agl = row.agl;
+        EXPECT_DOUBLE_EQ(lf_descentRate(ac), row.expected) << row.qnh;
+    }
+}
+
+TEST_F(AirMotion, ChoosesTheAltitudeStepByWhatTheTwoPointsAre) {
+    enum Field { none, here, far };
+    const struct {
+        const char* what;
+        double alt0, alt1, vs1, agl;
+        bool landing;
+        Field field;
+        std::int32_t qnh;
+        double step; // feet per tick over 300 ticks from alt0
+    } rows[] = {
+        {"climb", 20000, 20090, 1800, 5000, false, none, 1013, 0.3},
+        {"climb too steep", 20000, 20900, 1800, 5000, false, none, 1013, 0.6},
+        {"descent", 20000, 19700, -6000, 5000, false, none, 1013, -1},
+        {"low and not landing", 900, 870, -600, 900, false, none, 1013, 0.2},
+        {"approach", 900, 870, -600, 900, true, here, 1013, -0.1},
+        {"level approach, QNH", 900, 900, 0, 900, true, here, 1023, -0.10016666666666667},
+        {"to the field", 350, 0, 0, 350, true, here, 1013, -0.5},
+        {"to another field", 350, 0, 0, 350, true, far, 1013, -0.10016666666666667},
+        {"to no field", 350, 0, 0, 350, false, none, 1013, -0.10016666666666667},
+        {"to the field, high QNH", 350, 0, 0, 350, true, here, 1023, -0.10016666666666667},
+    };
+    for (const auto& row : rows) {
+        reset();
+        qnhReader.currentQnh = row.qnh;
+        if (row.field != none) setAirport(row.field == here ? 50 : 52, 8, 200);
+        LiveAc& ac = add("A320", {at(0, 0, 0, row.alt0, 130), at(3, 200.6, 0, row.alt1, 130)}, 0);
+        ac.stream[1].vs = row.vs1;
+        ac.agl = row.agl;
+        ac.landing = row.landing;
+        nextPosMain(ac);
+        EXPECT_NEAR(ac.altStep, row.step, 0.002) << row.what;
+    }
+}
+
+TEST_F(AirMotion, FindsTheClimbBehindGroundPointsThatCameTooEarly) {
+    std::vector<StreamPoint> points{at(0, 0, 0, 0, 130), at(3, 200, 0, 0, 130), at(6, 400, 0, 0, 130),
+                                    at(9, 600, 0, 250, 140), at(12, 850, 0, 400, 150)};
+    for (StreamPoint& p : points) p.vs = 500;
+    LiveAc& ac = add("A320", points, 0);
+    ac.onGround = false;
+    ac.alt = 40;
+    ac.agl = 35;
+    nextPosMain(ac);
+    EXPECT_EQ(ac.stream.size(), 2u);
+    EXPECT_EQ(ac.stream.front().alt, 250);
+    EXPECT_GT(ac.altStep, 0);
+    const double ticks = lf_ticksBetween(now(), ac.stream.front().dueTick);
+    EXPECT_NEAR(ac.lat + ticks * ac.latStep, ac.stream.front().lat, 1e-9);
+
+    // With nothing airborne to find it climbs all the same, and without a climb it comes down.
+    for (const double vs : {300.0, -100.0}) {
+        reset();
+        for (StreamPoint& p : points) p.alt = 0, p.airborne = false, p.vs = vs;
+        LiveAc& other = add("A320", points, 0);
+        other.onGround = false;
+        other.agl = 300;
+        nextPosMain(other);
+        EXPECT_NEAR(other.altStep, vs > 0 ? 601 / 6000.0 : -601 / 6000.0, 1e-9);
+        EXPECT_THAT(takeEvents(), testing::Contains(Pair(evGear, 1)));
+    }
+}
+
+TEST_F(AirMotion, LimitsPitchAndBankByCategory) {
+    const std::map<std::string, std::array<double, 3>> limits{
+        // bank, degrees; rates, degrees a second
+        {"C172", {40, 3.5, 1}},   {"C56X", {35, 2.75, 0.85}}, {"A320", {30, 2, 0.75}},
+        {"B744", {20, 1.5, 0.5}}, {"F16", {90, 10, 3}},       {"EC35", {75, 6, 3}}};
+    for (const auto& [type, limit] : limits) {
+        reset();
+        StreamPoint steep = at(1, 100, 0, 5100, 200);
+        steep.vs = 9000;
+        LiveAc& ac = add(type, {at(0, 0, 0, 5000, 200), steep, at(2, 60, 100, 5000, 200)}, 0); // far right
+        ac.agl = 5000;
+        nextPosMain(ac);
+        EXPECT_NEAR(degrees(ac.pitchStep) * 100, -limit[2], 1e-9) << type; // nose up
+        EXPECT_NEAR(degrees(ac.bankStep) * 100, -limit[1], 1e-9) << type;  // right wing down
+
+        reset();
+        LiveAc& slow =
+            add(type, {at(0, 0, 0, 5000, 20), at(100, 1000, 0, 5000, 20), at(200, 900, 100, 5000, 20)}, 0);
+        slow.agl = 5000;
+        nextPosMain(slow);
+        const double ticks = lf_ticksBetween(now(), slow.stream.front().dueTick);
+        EXPECT_NEAR(degrees(slow.bankStep) * ticks, -limit[0], 1e-6) << type;
+    }
+    const std::map<double, double> pitches{{0, -3},       {600, -5.2},  {2400, -11.8}, {6000, -11.8},
+                                           {-1200, -0.8}, {-3000, 2.5}, {-9000, 2.5}};
+    for (const auto& [vs, pitch] : pitches) EXPECT_NEAR(degrees(lf_pitchOfClimb(vs)), pitch, 1e-9) << vs;
+}
+
+TEST_F(AirMotion, TurnsTowardsTheLegAfterThisOneAndWrapsTheHeading) {
+    // From just left of north to just right of it, and back: the heading passes 0 without a jump.
+    for (const double side : {1.0, -1.0}) {
+        reset();
+        LiveAc& ac = add(
+            "A320", {at(0, 0, 0, 20000, 300), at(3, 463, 0, 20000, 300), at(6, 900, side * 160, 20000, 300)},
+            gf_wrapHeading(-side * 5 * degToRad));
+        ac.agl = 5000;
+        double last = ac.heading;
+        for (int i = 0; i < 300; ++i) {
+            tick(ac);
+            EXPECT_GE(ac.heading, 0);
+            EXPECT_LT(ac.heading, twoPi);
+            EXPECT_LT(std::abs(gf_headingDiff(last, ac.heading)), 0.002);
+            last = ac.heading;
+        }
+        EXPECT_NEAR(degrees(gf_headingDiff(0, ac.heading)), side * 20.1, 0.2);
+        EXPECT_LT(ac.bank * side, 0);
+    }
+    // Near the ground the reported heading counts; a reported 0 is 2π.
+    for (const double agl : {900.0, 1500.0}) {
+        reset();
+        LiveAc& ac =
+            add("A320", {at(0, 0, 0, 900, 130), at(3, 200, 0, 880, 130), at(6, 400, 0, 850, 130)}, 6.2);
+        ac.stream[1].trueHeadingSource = ac.stream[1].bankValid = ac.stream[1].headingValid = true;
+        ac.stream[1].heading = twoPi;
+        ac.stream[1].bank = 0.1;
+        ac.agl = agl;
+        nextPosMain(ac);
+        EXPECT_NEAR(ac.headingStep * 300, twoPi - 6.2, 0.01);
+        EXPECT_NEAR(ac.bankStep * 300, 0.1, 0.001);
+    }
+}
+
+TEST_F(AirMotion, SetsTheHighConfigurationOnceAndTheLightsAgainBelow) {
+    LiveAc& ac = add("A320", {at(0, 0, 0, 10000, 250), at(3, 300, 0, 10000, 250)}, 0);
+    lf_highConfig(ac);
+    EXPECT_THAT(takeEvents(), ElementsAre(Pair(evNavLights, 1), Pair(evBeaconLights, 1),
+                                          Pair(evLandingLights, 0), Pair(evTaxiLights, 0), Pair(evStrobes, 0),
+                                          Pair(evLogoLights, 0), Pair(evCabinLights, 1),
+                                          Pair(evThrottle, 11468), Pair(evGear, 0), Pair(evFlaps, 0)));
+    lf_highConfig(ac);
+    EXPECT_THAT(takeEvents(), IsEmpty());
+    EXPECT_THAT(configure(ac, 0, 5000),
+                ElementsAre(Pair(evNavLights, 1), Pair(evBeaconLights, 1), Pair(evLandingLights, 1),
+                            Pair(evTaxiLights, 1), Pair(evStrobes, 1), Pair(evLogoLights, 1),
+                            Pair(evCabinLights, 1), Pair(evCabinLights, 1), Pair(evGear, 0)));
+    EXPECT_THAT(configure(ac, 0, 5000), ElementsAre(Pair(evCabinLights, 1), Pair(evGear, 0)));
+    lf_highConfig(ac); // up again
+    EXPECT_EQ(takeEvents().size(), 8u);
+
+    LiveAc& rotor = add("EC35", {at(0, 0, 0, 10000, 100)}, 0);
+    lf_highConfig(rotor);
+    const Events events = takeEvents();
+    EXPECT_EQ(events.size(), 8u);
+    EXPECT_THAT(events.back(), Pair(evThrottle, 16383));
+}
+
+TEST_F(AirMotion, FliesCleanAboveTheApproachHeight) {
+    LiveAc& ac = add("A320", {at(0, 0, 0, 3000, 250), at(3, 300, 0, 3000, 250)}, 0);
+    ac.lowLightsSet = true;
+    ac.thrustIndex = 3;
+    ac.flapsIndex = 0;
+    ac.departing = ac.landing = true;
+    EXPECT_THAT(configure(ac, -250, 2400),
+                ElementsAre(Pair(evCabinLights, 1), Pair(evThrottle, 8191), Pair(evGear, 0)));
+    EXPECT_FALSE(ac.departing || ac.landing);
+    ac.thrustIndex = 4;
+    EXPECT_THAT(configure(ac, 400, 2399), ElementsAre(Pair(evCabinLights, 1)));
+    EXPECT_THAT(configure(ac, 401, 2399), ElementsAre(Pair(evCabinLights, 1), Pair(evThrottle, 11468)));
+    EXPECT_THAT(configure(ac, 101, 2100), ElementsAre(Pair(evCabinLights, 1)));
+    EXPECT_THAT(configure(ac, 100, 2100), ElementsAre(Pair(evCabinLights, 1), Pair(evFlaps, 3072)));
+    EXPECT_THAT(configure(ac, 100, 2060), ElementsAre(Pair(evCabinLights, 1)));
+    EXPECT_THAT(configure(ac, -200, 2051), ElementsAre(Pair(evCabinLights, 1)));
+
+    ac.category = AcCategory::light; // its limit is lower, so it still flies clean here
+    EXPECT_THAT(configure(ac, -200, 626), ElementsAre(Pair(evCabinLights, 1), Pair(evFlaps, 10240)));
+    EXPECT_THAT(configure(ac, -200, 625), ElementsAre(Pair(evCabinLights, 0)));
+}
+
+TEST_F(AirMotion, BeginsAnApproachNearTheFieldAndGoesAroundFromIt) {
+    setAirport(50, 8, 200);
+    LiveAc& ac = add("A320", {at(0, 0, 0, 1500, 140), at(3, 200, 0, 1480, 140)}, 0);
+    ac.lowLightsSet = true;
+    ac.goingAround = true;
+    ac.standId = 7;
+    ac.takeoffCounter = -20;
+    EXPECT_THAT(configure(ac, -249, 2050), ElementsAre(Pair(evCabinLights, 0)));
+    EXPECT_THAT(configure(ac, -250, 2050), ElementsAre(Pair(evCabinLights, 0), Pair(evThrottle, 4914),
+                                                       Pair(evFlaps, 16383), Pair(evGear, 1)));
+    EXPECT_TRUE(ac.landing && !ac.goingAround && ac.standId == 0 && ac.takeoffCounter == 1);
+    EXPECT_EQ(ac.dueLag, 3000);
+    EXPECT_EQ(ac.dueLead, 3000);
+    EXPECT_THAT(engine.newArrivals, ElementsAre(ac.hexid));
+    EXPECT_THAT(configure(ac, -700, 1000), ElementsAre(Pair(evCabinLights, 0)));
+    EXPECT_THAT(configure(ac, 600, 1000), ElementsAre(Pair(evCabinLights, 0)));
+    ac.flareStage = 2;
+    EXPECT_THAT(configure(ac, 601, 1000), ElementsAre(Pair(evCabinLights, 0), Pair(evThrottle, 16383),
+                                                      Pair(evGear, 0), Pair(evFlaps, 0)));
+    EXPECT_TRUE(ac.goingAround && !ac.landing && ac.flareStage == 0);
+    EXPECT_THAT(configure(ac, 900, 1000), ElementsAre(Pair(evCabinLights, 0)));
+
+    ac.goingAround = false;
+    ac.landing = true;
+    setAirport(51, 8, 200); // 60 miles away now
+    EXPECT_THAT(configure(ac, 0, 1000),
+                ElementsAre(Pair(evCabinLights, 0), Pair(evGear, 0))); // the rest is set
+    EXPECT_TRUE(ac.goingAround);
+    EXPECT_THAT(configure(ac, -700, 1000), ElementsAre(Pair(evCabinLights, 0))); // not near: no approach
+    EXPECT_FALSE(ac.landing);
+
+    ac.goingAround = false;
+    ac.fs = FlightState::takeOff; // a steep first climb is none
+    EXPECT_THAT(configure(ac, 2000, 300), ElementsAre(Pair(evCabinLights, 0)));
+}

@@ -1,0 +1,239 @@
+// Taxiing: corners and curves, the time of a segment and its turn rate, stops, the take-off roll.
+
+#include "motion_fixture.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::Pair;
+
+class GroundMotion : public test::MotionTest {
+  protected:
+    // 60 m north at 10 knots, then a corner of that many degrees to the right.
+    static LiveAc& addCorner(double degrees, const char* type = "A320", double seconds = 5) {
+        const double a = degrees * degToRad;
+        return add(type,
+                   {at(0, 0, 0, 0, 10), at(seconds, 60, 0, 0, 10),
+                    at(2 * seconds, 60 + 60 * std::cos(a), 60 * std::sin(a), 0, 10)},
+                   0);
+    }
+};
+
+} // namespace
+
+TEST_F(GroundMotion, CurvesThroughCornersBetweenThreeAndAHundredAndSixtyDegrees) {
+    for (const double degrees : {0.0, 2.9, 4.0, 45.0, 90.0, -90.0, 159.0, 161.0, 180.0}) {
+        reset();
+        LiveAc& ac = addCorner(degrees);
+        const StreamPoint p1 = ac.stream[1], p2 = ac.stream[2];
+        nextPosMain(ac);
+        const bool curved = std::abs(degrees) > 3 && std::abs(degrees) <= 160;
+        EXPECT_EQ(ac.curve.inForce(), curved) << degrees;
+        EXPECT_EQ(ac.stream.front().lat, (curved ? p2 : p1).lat) << degrees;
+        if (!curved) continue;
+        EXPECT_NEAR(ac.curveAngle, std::abs(degrees), 0.01);
+        const std::int32_t ticks = lf_ticksBetween(now(), ac.stream.front().dueTick);
+        StreamPoint last = at(0, 0, 0, 0, 0);
+        for (int i = 0; i < ticks; ++i) {
+            lf_stepPosition(ac);
+            StreamPoint here = last;
+            here.lat = ac.lat;
+            here.lon = ac.lon;
+            EXPECT_LT(lf_distanceNm(last, here) * metersPerNm, 240.0 / ticks) << degrees;
+            last = here;
+        }
+        EXPECT_LT(lf_distanceNm(last, p2) * metersPerNm, 0.01) << degrees; // the curve ends at p2
+    }
+}
+
+TEST_F(GroundMotion, TurnsWithTheCurveAndComesOutInItsDirection) {
+    for (const double degrees : {20.0, -40.0}) {
+        reset();
+        LiveAc& ac = addCorner(degrees);
+        nextPosMain(ac);
+        const std::int32_t ticks = lf_ticksBetween(now(), ac.stream.front().dueTick);
+        double last = ac.heading;
+        for (int i = 0; i < ticks; ++i) {
+            lf_stepPosition(ac);
+            const double turn = gf_headingDiff(last, ac.heading) * radToDeg;
+            EXPECT_GE(turn * (degrees > 0 ? 1 : -1), -1e-9);
+            EXPECT_LE(std::abs(turn), 0.7);
+            EXPECT_GE(ac.heading, 0);
+            EXPECT_LT(ac.heading, twoPi);
+            last = ac.heading;
+        }
+        EXPECT_NEAR(gf_headingDiff(0, ac.heading) * radToDeg, degrees, 1.5);
+    }
+}
+
+TEST_F(GroundMotion, SplitsALongSlowLegBeforeASharpCorner) {
+    LiveAc& ac = addCorner(90, "A320", 12);
+    nextPosMain(ac);
+    EXPECT_FALSE(ac.curve.inForce());
+    EXPECT_NEAR(ac.stream.front().lat, at(0, 30, 0, 0, 0).lat, 1e-9);
+    EXPECT_EQ(ac.stream.size(), 3u);
+    for (int i = 0; i < 1300 && !ac.curve.inForce(); ++i) tick(ac);
+    EXPECT_TRUE(ac.curve.inForce()); // at the next segment
+    EXPECT_EQ(ac.stream.size(), 1u);
+}
+
+TEST_F(GroundMotion, SplitsWhereTheSpeedJumps) {
+    const struct {
+        double meters, knots;
+        bool third, splits;
+    } rows[] = {
+        {100.1, 15.1, false, true}, {99, 30, false, false}, {300, 15, false, false}, {300, 30, true, true}};
+    for (const auto& row : rows) {
+        reset();
+        std::vector<StreamPoint> points{at(0, 0, 0, 0, 10), at(9, row.meters, 0, 0, row.knots)};
+        if (row.third) points.push_back(at(20, row.meters + 300, 0, 0, row.knots));
+        LiveAc& ac = add("A320", points, 0);
+        nextPosMain(ac);
+        EXPECT_EQ(ac.stream.size(), points.size() - (row.splits ? 0 : 1)) << row.meters;
+        if (!row.splits) continue;
+        EXPECT_NEAR(ac.stream.front().speed, (10 + row.knots) / 2, 1e-9);
+    }
+    StreamPoint a = at(0, 0, 0, 0, 10), b = at(9, 0, 0, 0, 30);
+    a.lon = 179.9;
+    b.lon = -179.5;
+    LiveAc& ac = add("A320", {a, b}, 0);
+    lf_insertMidPoint(ac);
+    EXPECT_NEAR(ac.stream[1].lon, -179.8, 1e-9);
+}
+
+TEST_F(GroundMotion, FitsTheTurnToTheTimeOfTheSegment) {
+    const double rate = 7 * degToRad / 100; // of a large aircraft, per tick
+    const struct {
+        double angle, meters, knots, expected; // the turn rate over the normal one
+        std::int32_t elasticity;
+    } rows[] = {
+        // 10 knots are 5.144 m/s; 30 degrees need 429 ticks.
+        {30, 10.288, 10, 429 / 200.0, 1000},           // too little time: as fast as it needs
+        {30, 24.0, 10, 429 / 466.6, 1000},             // some slack: spread over the segment
+        {30, 30.864, 10, 3 * 429 / 600.0, 1000},       // room: 10 degrees' worth of it
+        {30, 308.64, 10, 10.288 * 429 / 6000.0, 1000}, // a long way: 30 m of it
+        {5, 30.864, 10, 71 * 1.0288 / 600.0, 1000},    // a small turn: 30 m of it, too
+        {60, 30.864, 10, 600 / 857.0, 1000},           // sharp
+        {60, 308.64, 10, 2, 1000},                     // sharp with room
+        {120, 308.64, 10, 3, 2000},                    // at most three times
+    };
+    for (const auto& row : rows) {
+        reset();
+        LiveAc& ac = add("A320", {at(0, 0, 0, 0, row.knots), at(3, row.meters, 0, 0, row.knots)}, 0);
+        ac.headingLag = true;
+        ac.headingError = row.angle;
+        lf_timeGroundSegment(ac);
+        EXPECT_NEAR(ac.turnRate / rate, row.expected, 0.01 * row.expected) << row.angle << " " << row.meters;
+        EXPECT_EQ(ac.dueLead, row.elasticity);
+    }
+}
+
+TEST_F(GroundMotion, TimesStopsByTheFeed) {
+    const struct {
+        double p0, p1, expected;
+    } rows[] = {
+        {0, 20, 20}, {-5, 20, 20}, {0, 0.01, 0.25}, {-30, -25, 0} /* beyond the lag: at once */, {-12, 2, 2}};
+    for (const auto& row : rows) {
+        reset();
+        StreamPoint stop = at(row.p1, 0, 0, 0, 0);
+        stop.stationary = true;
+        LiveAc& ac = add("A320", {at(row.p0, 0, 0, 0, 5), stop}, 0);
+        nextPosMain(ac);
+        EXPECT_NEAR(lf_ticksBetween(now(), ac.stream.front().dueTick), row.expected * 100, 1) << row.p1;
+        const double lat = ac.lat;
+        tick(ac);
+        EXPECT_EQ(ac.lat, lat);
+        EXPECT_EQ(ac.tas, 0);
+    }
+}
+
+TEST_F(GroundMotion, OpensTheThrottleWithTheSpeedOfTheRoll) {
+    const struct {
+        double from, to;
+        std::uint32_t value;
+    } rows[] = {{0, 19, 0},    {15, 15, 4914},  {0, 20, 4914}, {20, 20, 8191},
+                {0, 25, 8191}, {25, 25, 16383}, {0, 30, 16383}};
+    for (const auto& row : rows) {
+        reset();
+        LiveAc& ac = add("A320", {at(0, 0, 0, 0, row.from), at(3, 40, 0, 0, row.to)}, 0);
+        ac.departing = true;
+        nextPosMain(ac);
+        EXPECT_THAT(takeEvents(), ElementsAre(Pair(evThrottle, row.value))) << row.from << " " << row.to;
+        EXPECT_EQ(ac.tasTarget, row.to);
+    }
+    LiveAc& ac = add("A320", {at(0, 0, 0, 0, 40)}, 0);
+    lf_startTakeoffRoll(ac);
+    EXPECT_THAT(takeEvents(), ElementsAre(Pair(evThrottle, 0), Pair(evSpoilers, 0), Pair(evFlaps, 3072),
+                                          Pair(evNavLights, 1), Pair(evBeaconLights, 1),
+                                          Pair(evLandingLights, 1), Pair(evTaxiLights, 1), Pair(evStrobes, 1),
+                                          Pair(evLogoLights, 1), Pair(evCabinLights, 0)));
+    EXPECT_EQ(ac.dueLag, 5000);
+    EXPECT_EQ(ac.dueLead, 3000);
+}
+
+TEST_F(GroundMotion, RemovesShortStopsAndStopsThatEndWhereTheyBegan) {
+    const struct {
+        double seconds, meters;
+        std::size_t left;
+    } rows[] = {{14, 100, 2}, {16, 100, 4}, {16, 20, 2}, {14, 20, 2}};
+    for (const auto& row : rows) {
+        reset();
+        StreamPoint stop = at(0, 50, 0, 0, 0);
+        stop.stationary = true;
+        std::vector<StreamPoint> points{at(0, 0, 0, 0, 10), at(10, 50, 0, 0, 10), stop, stop};
+        points[2].dueTick = now() + 1000 + static_cast<std::int32_t>(row.seconds * 50);
+        points[3].dueTick = now() + 1000 + static_cast<std::int32_t>(row.seconds * 100);
+        LiveAc& ac = add("A320", points, 0);
+        removeSmallStop(ac, at(30, 50 + row.meters, 0, 0, 10));
+        EXPECT_EQ(ac.stream.size(), row.left) << row.seconds << " " << row.meters;
+    }
+    StreamPoint stop = at(0, 50, 0, 0, 0);
+    stop.stationary = true;
+    LiveAc& two = add("A320", {at(0, 0, 0, 0, 10), stop}, 0);
+    removeSmallStop(two, at(30, 60, 0, 0, 10));
+    EXPECT_EQ(two.stream.size(), 2u);
+    LiveAc& longStop = add("A320", {at(0, 0, 0, 0, 10), stop, stop, stop, stop, stop, stop}, 0);
+    removeSmallStop(longStop, at(30, 60, 0, 0, 10)); // six places back there is nothing but the stop
+    EXPECT_EQ(longStop.stream.size(), 7u);
+}
+
+TEST_F(GroundMotion, PushesStraightBackWhereNoSideIsKnown) {
+    const auto push = [&](bool known, bool right) -> LiveAc& {
+        reset();
+        LiveAc& ac =
+            add("A320",
+                {at(0, 0, 0, 0, 4), at(10, -20, 0, 0, 4), at(20, -40, 0, 0, 4), at(30, -40, 20, 0, 4)}, 0);
+        ac.fs = FlightState::pushingBack;
+        ac.pushCounter = 3;
+        ac.pushTurnKnown = known;
+        ac.pushTurnRight = right;
+        ac.savedPoint = at(30, -40, -20, 0, 4);
+        nextPosMain(ac);
+        EXPECT_EQ(ac.pushCounter, 2);
+        EXPECT_EQ(ac.tasTarget, -4);
+        nextPosMain(ac);
+        EXPECT_EQ(ac.pushCounter, 1);
+        return ac;
+    };
+    LiveAc& straight = push(false, false);
+    EXPECT_FALSE(straight.curve.inForce());
+    EXPECT_EQ(straight.stream.size(), 1u);
+    const struct {
+        bool right;
+        double east, heading; // where it ends, and where its nose points then
+    } sides[] = {{false, 20, 270}, {true, -20, 90}};
+    for (const auto& side : sides) {
+        LiveAc& ac = push(true, side.right);
+        EXPECT_TRUE(ac.curve.inForce());
+        EXPECT_EQ(ac.stream.front().lon, at(0, 0, side.east, 0, 0).lon);
+        for (int i = 0; i < 3000; ++i) lf_stepPosition(ac);
+        EXPECT_NEAR(ac.heading * radToDeg, side.heading, 1);
+    }
+    LiveAc& ac = push(false, false);
+    takeEvents();
+    ac.stream.pushBack(at(40, -60, 0, 0, 4));
+    nextPosMain(ac);
+    EXPECT_EQ(ac.fs, FlightState::pushedBack);
+    EXPECT_EQ(ac.pushRefDist, 900);
+    EXPECT_THAT(takeEvents(), testing::Contains(Pair(evEngineStart, 0)));
+}
