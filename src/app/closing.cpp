@@ -101,6 +101,8 @@ static void closeRun() {
 
 static void closingFailed(const char* text) {
     showAndLog(fmt::format("{} exception {}", "lf_closingDown", text));
+    gf_stopSimThread(false); // the end of the process joins it
+    gf_stopReaders();
     lf_noteClosingFailed();
 }
 

@@ -51,6 +51,14 @@ class CycleTest : public VirtualAppTest {
         lf_setObjectId(added, objectId);
         return added;
     }
+    static bool trafficEnabled() {
+        const LockGuard hold(trafficLock);
+        return feedQueue.trafficEnabled;
+    }
+    static std::size_t callsignsSeen() {
+        const LockGuard hold(trafficReader.callsignLock);
+        return trafficReader.seenCallsigns.size();
+    }
     static void placeUser(double lat, double lon) {
         const LockGuard hold(simLock);
         sim.userBlock.lat = lat;
@@ -145,7 +153,10 @@ TEST_F(CycleTest, TheRangeFollowsTheUserEachThirtySeconds) {
 
 TEST_F(CycleTest, StaticAircraftAreRenewedInTwoVisitsEachTwentyMinutes) {
     engine.parked.push_back({});
-    trafficReader.seenCallsigns.insert("OLD1");
+    {
+        const LockGuard hold(trafficReader.callsignLock);
+        trafficReader.seenCallsigns.insert("OLD1");
+    }
     lf_beginCycle();
     upTo(1200);
     EXPECT_TRUE(app.reparkRequest);
@@ -153,7 +164,7 @@ TEST_F(CycleTest, StaticAircraftAreRenewedInTwoVisitsEachTwentyMinutes) {
     upTo(1215);
     EXPECT_TRUE(app.reparkFirstPhase && app.reparkRequest);
     EXPECT_TRUE(trafficReader.collectCallsigns);
-    EXPECT_TRUE(trafficReader.seenCallsigns.empty());
+    EXPECT_EQ(callsignsSeen(), 0u);
     gf_showError("of the airport file");
     upTo(1230);
     EXPECT_FALSE(app.reparkFirstPhase || app.reparkRequest);
@@ -203,23 +214,23 @@ TEST_F(CycleTest, AMessageGoesTwentyFiveSecondStepsAfterItCame) {
 TEST_F(CycleTest, APauseHasOneLineAndItsEndAnother) {
     lf_beginCycle();
     ASSERT_TRUE(second());
-    ASSERT_TRUE(feedQueue.trafficEnabled);
+    ASSERT_TRUE(trafficEnabled());
     const std::int32_t ticks = appLife.tickCount;
     app.simRunning.clear();
     for (int i = 0; i < 250; ++i) ASSERT_TRUE(tick());
     EXPECT_EQ(timesLogged("05:06:08 Flight not running\n"), 1);
     EXPECT_EQ(timesLogged("Flight not running"), 1);
-    EXPECT_FALSE(feedQueue.trafficEnabled);
+    EXPECT_FALSE(trafficEnabled());
     EXPECT_EQ(appLife.tickCount, ticks) << "nothing moves";
     app.simRunning.set();
     ASSERT_TRUE(tick());
-    EXPECT_FALSE(feedQueue.trafficEnabled) << "reports wait for the second step";
+    EXPECT_FALSE(trafficEnabled()) << "reports wait for the second step";
     app.simRunning.clear();
     ASSERT_TRUE(tick());
     EXPECT_EQ(timesLogged("Flight not running"), 1) << "still the same pause";
     app.simRunning.set();
     ASSERT_TRUE(second());
-    EXPECT_TRUE(feedQueue.trafficEnabled);
+    EXPECT_TRUE(trafficEnabled());
     EXPECT_EQ(timesLogged("Flight resumed"), 1);
     app.simConnectFailed.set(); // a failed request stands like a pause
     ASSERT_TRUE(tick());

@@ -227,6 +227,10 @@ class ProcessTest : public AppTest {
   protected:
     ProcessTest() {
         setenv("XDG_RUNTIME_DIR", folder.path.c_str(), 1); // an instance of another test is none of ours
+        sigset_t request; // the program's thread alone takes it: the script's thread would die of it
+        sigemptyset(&request);
+        sigaddset(&request, SIGTERM);
+        pthread_sigmask(SIG_BLOCK, &request, nullptr);
         gf_closeLog();
         appLife.dbaseRead = true; // no download server here
     }
