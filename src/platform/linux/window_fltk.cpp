@@ -1,0 +1,459 @@
+// The window on Linux, with FLTK on X11. The toolkit belongs to the thread of the message loop: what other threads
+// ask for is queued, and what they read of a control is a mirror under a lock. Without a display no window opens;
+// a display that goes away later closes the program like its close box.
+
+#include "platform/lock.h"
+#include "platform/window.h"
+
+#include <FL/Fl.H>
+#include <FL/Fl_Button.H>
+#include <FL/Fl_Double_Window.H>
+#include <FL/Fl_Input.H>
+#include <FL/fl_draw.H>
+#include <FL/x.H>
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
+#include <fontconfig/fontconfig.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <clocale>
+#include <condition_variable>
+#include <cstring>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace plat {
+
+namespace {
+
+// The size that openWindow takes includes a frame of 3 pixels and a caption of 23; the layout was made for that.
+constexpr int frameWidth = 6, frameHeight = 29;
+constexpr int cellAscent = 13; // from the top of a character's cell to its base line, in the layout's font
+
+constexpr Colour controlBackground = 16764057; // the settings band's blue, which the controls stand on
+constexpr uchar enabledFrame = 90, disabledFrame = 160, disabledMark = 130;
+
+WindowHandlers handlers; // loop's thread
+Fl_Double_Window* window = nullptr;
+std::atomic<bool> isOpen{false}, done{false};
+std::atomic<bool> displayLost{false};
+std::atomic<int> exitCode{0};
+
+Fl_Color colourOf(Colour c) {
+    return fl_rgb_color(static_cast<uchar>(c), static_cast<uchar>(c >> 8), static_cast<uchar>(c >> 16));
+}
+
+// ---- from other threads to the loop ----------------------------------------------------------------------------
+
+struct Mirror { // of a control, as other threads set and read it
+    bool enabled = false, checked = false;
+    std::string text;
+    Fl_Widget* widget = nullptr; // loop's thread
+};
+
+Lock queueLock;
+std::condition_variable_any queueFilled; // waited for only when there is no display to wait at
+std::deque<std::function<void()>> jobs GUARDED_BY(queueLock);
+std::vector<Rect> invalidBands GUARDED_BY(queueLock);
+std::map<int, Mirror> mirrors GUARDED_BY(queueLock);
+
+void addJob(std::function<void()> job) REQUIRES(queueLock) {
+    const bool first = jobs.empty();
+    jobs.push_back(std::move(job));
+    if (!first) return; // the loop has been woken already
+    queueFilled.notify_all();
+    if (!displayLost) Fl::awake(static_cast<void*>(nullptr));
+}
+
+void runJobs() {
+    for (;;) {
+        std::function<void()> job;
+        {
+            const LockGuard held(queueLock);
+            if (jobs.empty()) return;
+            job = std::move(jobs.front());
+            jobs.pop_front();
+        }
+        job();
+    }
+}
+
+void damageInvalidBands() {
+    std::vector<Rect> bands;
+    {
+        const LockGuard held(queueLock);
+        bands.swap(invalidBands);
+    }
+    for (const Rect& r : bands)
+        window->damage(FL_DAMAGE_USER1, r.left, r.top, r.right - r.left, r.bottom - r.top);
+}
+
+// ---- controls --------------------------------------------------------------------------------------------------
+
+int idOf(const Fl_Widget* widget) { return static_cast<int>(widget->argument()); }
+
+void onCommand(Fl_Widget* widget, void*) {
+    if (handlers.command) handlers.command(idOf(widget));
+}
+
+void drawControlFrame(const Fl_Widget& widget) {
+    const uchar shade = widget.active_r() ? enabledFrame : disabledFrame;
+    fl_color(fl_rgb_color(shade, shade, shade));
+    fl_rect(widget.x(), widget.y(), widget.w(), widget.h());
+}
+
+struct CheckBox : Fl_Button {
+    bool on = false;
+    CheckBox(int left, int top, int width, int height) : Fl_Button(left, top, width, height) {}
+    void draw() override {
+        fl_rectf(x(), y(), w(), h(), active_r() ? FL_WHITE : colourOf(controlBackground));
+        drawControlFrame(*this);
+        if (on) {
+            fl_color(active_r() ? FL_BLACK : fl_rgb_color(disabledMark, disabledMark, disabledMark));
+            fl_line_style(FL_SOLID, 2);
+            fl_line(x() + 2, y() + 6, x() + 5, y() + 9);
+            fl_line(x() + 5, y() + 9, x() + 10, y() + 3);
+            fl_line_style(0);
+        }
+        if (Fl::focus() == this) {
+            fl_color(FL_BLACK);
+            fl_line_style(FL_DOT);
+            fl_rect(x() + 1, y() + 1, w() - 2, h() - 2);
+            fl_line_style(0);
+        }
+    }
+};
+
+// The toolkit's own greys the inside of a disabled box and leaves Enter to its owner's shortcuts.
+struct EditBox : Fl_Input {
+    EditBox(int left, int top, int width, int height) : Fl_Input(left, top, width, height) {}
+    void draw() override {
+        if (damage() & FL_DAMAGE_ALL) {
+            fl_rectf(x(), y(), w(), h(), colourOf(controlBackground));
+            drawControlFrame(*this);
+        }
+        textcolor(active_r() ? FL_BLACK : fl_rgb_color(disabledMark, disabledMark, disabledMark));
+        const bool wasActive = active();
+        if (!wasActive) set_active();
+        drawtext(x() + 1, y() + 1, w() - 2, h() - 2);
+        if (!wasActive) clear_active();
+    }
+    int handle(int event) override {
+        if (event == FL_KEYBOARD && (Fl::event_key() == FL_Enter || Fl::event_key() == FL_KP_Enter)) {
+            if (handlers.enter) handlers.enter(idOf(this));
+            return 1;
+        }
+        return Fl_Input::handle(event);
+    }
+};
+
+void onEdited(Fl_Widget* widget, void*) {
+    const LockGuard held(queueLock);
+    mirrors[idOf(widget)].text = static_cast<Fl_Input*>(widget)->value();
+}
+
+void addControl(int id, Fl_Widget* widget, bool enabled, bool checked) {
+    widget->argument(id);
+    if (!enabled) widget->deactivate();
+    const LockGuard held(queueLock);
+    mirrors[id] = {enabled, checked, "", widget};
+}
+
+// Changes the mirror at once and the control when the loop comes to it. An unknown id is ignored.
+template <class Change> void changeControl(int id, Change change, std::function<void(Fl_Widget*)> show) {
+    const LockGuard held(queueLock);
+    const auto found = mirrors.find(id);
+    if (found == mirrors.end()) return;
+    change(found->second);
+    addJob([widget = found->second.widget, show = std::move(show)] { show(widget); });
+}
+
+template <class Read> auto readControl(int id, Read read) {
+    const LockGuard held(queueLock);
+    const auto found = mirrors.find(id);
+    return read(found == mirrors.end() ? Mirror{} : found->second);
+}
+
+// ---- the window ------------------------------------------------------------------------------------------------
+
+int fontSize = 0; // pixels; 0: not yet chosen
+
+bool hasFont(const char* family) {
+    FcPattern* const wanted = FcNameParse(reinterpret_cast<const FcChar8*>(family));
+    FcConfigSubstitute(nullptr, wanted, FcMatchPattern);
+    FcDefaultSubstitute(wanted);
+    FcResult result = FcResultNoMatch;
+    FcPattern* const match = FcFontMatch(nullptr, wanted, &result);
+    FcChar8* name = nullptr;
+    const bool found = match && FcPatternGetString(match, FC_FAMILY, 0, &name) == FcResultMatch &&
+                       std::strcmp(reinterpret_cast<const char*>(name), family) == 0;
+    if (match) FcPatternDestroy(match);
+    FcPatternDestroy(wanted);
+    return found;
+}
+
+// The layout was made for a bitmap font of 16 pixels. Wine brings one of the same widths, which is added to this
+// process alone; else the first of those in which no label runs into the next.
+void chooseFont() {
+    constexpr const char* systemFont = "/usr/share/wine/fonts/system.ttf";
+    struct Choice {
+        const char* family;
+        const char* toolkitName; // the blank in front means neither bold nor italic
+        int size;
+    };
+    constexpr std::array choices{
+        Choice{"System", " System", 16}, Choice{"Liberation Sans", " Liberation Sans", 14},
+        Choice{"Arimo", " Arimo", 14}, Choice{"DejaVu Sans Condensed", " DejaVu Sans Condensed", 13},
+        Choice{"", " sans", 12}};
+    FcConfigAppFontAddFile(nullptr, reinterpret_cast<const FcChar8*>(systemFont));
+    const auto& choice =
+        *std::find_if(choices.begin(), choices.end() - 1, [](const Choice& c) { return hasFont(c.family); });
+    Fl::set_font(FL_HELVETICA, choice.toolkitName);
+    fontSize = choice.size;
+}
+
+struct MainWindow : Fl_Double_Window {
+    using Fl_Double_Window::Fl_Double_Window;
+    void draw() override {
+        if (damage() & ~FL_DAMAGE_CHILD) {
+            fl_font(FL_HELVETICA, fontSize);
+            if (handlers.paint) handlers.paint();
+            draw_children();
+        } else {
+            for (int n = 0; n < children(); ++n) update_child(*child(n));
+        }
+    }
+    int handle(int event) override {
+        if (event == FL_SHORTCUT && Fl::event_key() == FL_Escape) return 1; // closes a window otherwise
+        return Fl_Double_Window::handle(event);
+    }
+};
+
+void onClose(Fl_Widget*, void*) {
+    if (handlers.close) handlers.close();
+}
+
+// The display is opened here: the toolkit would end the process when there is none, or when it goes away.
+bool openDisplay() {
+    if (fl_display) return true;
+    Display* const opened = XOpenDisplay(nullptr);
+    if (!opened) return false;
+    fl_open_display(opened);
+    XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
+    XSetIOErrorHandler([](Display*) { return 0; });
+    XSetIOErrorExitHandler(
+        opened, [](Display*, void*) { displayLost = true; }, nullptr);
+    return true;
+}
+
+// How far the client area lies inside the frame that the window manager has put around it.
+void frameExtents(int& left, int& top) {
+    left = top = 0;
+    const Atom property = XInternAtom(fl_display, "_NET_FRAME_EXTENTS", False);
+    Atom type = None;
+    int format = 0;
+    unsigned long count = 0, rest = 0;
+    unsigned char* data = nullptr;
+    constexpr long wanted = 4; // left, right, top, bottom
+    if (XGetWindowProperty(fl_display, fl_xid(window), property, 0, wanted, False, XA_CARDINAL, &type,
+                           &format, &count, &rest, &data) == Success &&
+        data && format == 32 && count == wanted) {
+        const long* const values = reinterpret_cast<const long*>(data);
+        left = static_cast<int>(values[0]);
+        top = static_cast<int>(values[2]);
+    }
+    if (data) XFree(data);
+}
+
+void sendTopMost(bool on) {
+    if (displayLost) return;
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = fl_xid(window);
+    event.xclient.message_type = XInternAtom(fl_display, "_NET_WM_STATE", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = on ? 1 : 0; // add or remove
+    event.xclient.data.l[1] = static_cast<long>(XInternAtom(fl_display, "_NET_WM_STATE_ABOVE", False));
+    event.xclient.data.l[3] = 1; // asked by a normal program
+    XSendEvent(fl_display, RootWindow(fl_display, fl_screen), False,
+               SubstructureRedirectMask | SubstructureNotifyMask, &event);
+    XFlush(fl_display);
+}
+
+} // namespace
+
+bool openWindow(const char* title, int x, int y, int outerWidth, int outerHeight, WindowHandlers h) {
+    if (!openDisplay()) return false;
+    handlers = std::move(h);
+    Fl::lock(); // makes Fl::awake work; no other thread ever takes it
+    Fl::scheme("none");
+    chooseFont();
+    window = new MainWindow(x, y, outerWidth - frameWidth, outerHeight - frameHeight);
+    window->copy_label(title);
+    window->xclass(title);
+    window->color(FL_BLACK);
+    window->callback(onClose);
+    isOpen = true;
+    if (handlers.create) handlers.create();
+    window->end();
+    window->resizable(nullptr);
+    window->show();
+    // The toolkit moves a window onto the screen; it is to stay where it was asked for.
+    XMoveWindow(fl_display, fl_xid(window), x, y);
+    // The toolkit takes up the user's locale; numbers keep their point.
+    std::setlocale(LC_NUMERIC, "C");
+    return true;
+}
+
+int runLoop() {
+    while (!done && !displayLost) {
+        runJobs();
+        if (done || displayLost) break;
+        damageInvalidBands();
+        Fl::wait(1e9);
+    }
+    if (displayLost && !done && handlers.close) handlers.close();
+    while (!done) { // what is left to do is told by other threads alone
+        {
+            const LockGuard held(queueLock);
+            while (jobs.empty() && !done) queueFilled.wait(queueLock);
+        }
+        runJobs();
+    }
+    return exitCode;
+}
+
+bool windowPosition(int& x, int& y) {
+    if (!isOpen || displayLost) return false;
+    int clientX = 0, clientY = 0, left = 0, top = 0;
+    ::Window child = None;
+    if (!XTranslateCoordinates(fl_display, fl_xid(window), RootWindow(fl_display, fl_screen), 0, 0, &clientX,
+                               &clientY, &child))
+        return false;
+    frameExtents(left, top);
+    if (displayLost) return false;
+    x = clientX - left;
+    y = clientY - top;
+    return true;
+}
+
+void postMessage(unsigned message) {
+    const LockGuard held(queueLock);
+    if (!isOpen) return;
+    addJob([message] {
+        if (handlers.posted) handlers.posted(message);
+    });
+}
+
+void quitLoop(int code) {
+    const LockGuard held(queueLock);
+    if (!isOpen) return;
+    exitCode = code;
+    addJob([] { done = true; });
+}
+
+void invalidate(Rect band) {
+    const LockGuard held(queueLock);
+    const auto same = [&](const Rect& r) {
+        return r.left == band.left && r.top == band.top && r.right == band.right && r.bottom == band.bottom;
+    };
+    if (!isOpen || std::any_of(invalidBands.begin(), invalidBands.end(), same)) return;
+    invalidBands.push_back(band);
+    addJob([] {}); // wakes the loop
+}
+
+void setTopMost(bool on) {
+    const LockGuard held(queueLock);
+    if (isOpen) addJob([on] { sendTopMost(on); });
+}
+
+// ---- controls, as the program sees them ------------------------------------------------------------------------
+
+void addCheckBox(int id, int x, int y, int w, int h, bool checked) {
+    auto* const box = new CheckBox(x, y, w, h);
+    box->on = checked;
+    box->callback(onCommand);
+    addControl(id, box, true, checked);
+}
+
+void addPushButton(int id, int x, int y, int w, int h, const char* text) {
+    auto* const button = new Fl_Button(x, y, w, h);
+    button->copy_label(text);
+    button->labelfont(FL_HELVETICA);
+    button->labelsize(fontSize);
+    button->callback(onCommand);
+    addControl(id, button, false, false);
+}
+
+void addEditBox(int id, int x, int y, int w, int h) {
+    auto* const box = new EditBox(x, y, w, h);
+    box->box(FL_BORDER_BOX);
+    box->color(colourOf(controlBackground));
+    box->textfont(FL_HELVETICA);
+    box->textsize(fontSize);
+    box->when(FL_WHEN_CHANGED);
+    box->callback(onEdited);
+    addControl(id, box, false, false);
+}
+
+void setEnabled(int id, bool on) {
+    changeControl(
+        id, [on](Mirror& m) { m.enabled = on; },
+        [on](Fl_Widget* widget) { on ? widget->activate() : widget->deactivate(); });
+}
+
+bool isEnabled(int id) {
+    return readControl(id, [](const Mirror& m) { return m.enabled; });
+}
+
+void setChecked(int id, bool on) {
+    changeControl(
+        id, [on](Mirror& m) { m.checked = on; },
+        [on](Fl_Widget* widget) {
+            if (auto* const box = dynamic_cast<CheckBox*>(widget)) box->on = on;
+            widget->redraw();
+        });
+}
+
+bool isChecked(int id) {
+    return readControl(id, [](const Mirror& m) { return m.checked; });
+}
+
+void setText(int id, std::string_view utf8) {
+    changeControl(
+        id, [&](Mirror& m) { m.text = utf8; },
+        [text = std::string(utf8)](Fl_Widget* widget) {
+            if (auto* const box = dynamic_cast<EditBox*>(widget)) {
+                box->value(text.c_str());
+                box->position(0);
+            }
+        });
+}
+
+std::string getText(int id) {
+    return readControl(id, [](const Mirror& m) { return m.text; });
+}
+
+// ---- drawing ---------------------------------------------------------------------------------------------------
+
+void fillRect(Rect r, Colour c) { fl_rectf(r.left, r.top, r.right - r.left, r.bottom - r.top, colourOf(c)); }
+
+void drawLine(int x1, int y1, int x2, int y2, Colour c) {
+    fl_color(colourOf(c));
+    if (y1 == y2)
+        fl_xyline(x1, y1, x2 - 1);
+    else
+        fl_yxline(x1, y1, y2 - 1);
+}
+
+void drawText(int x, int y, std::string_view utf8, Colour c) {
+    fl_color(colourOf(c));
+    fl_draw(utf8.data(), static_cast<int>(utf8.size()), x, y + cellAscent);
+}
+
+} // namespace plat
