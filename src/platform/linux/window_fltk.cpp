@@ -36,6 +36,7 @@ constexpr int frameWidth = 6, frameHeight = 29;
 constexpr int cellAscent = 13; // from the top of a character's cell to its base line, in the layout's font
 
 constexpr Colour controlBackground = 16764057; // the settings band's blue, which the controls stand on
+constexpr double placementLookSeconds = 0.2;   // a manager has answered long before
 constexpr uchar enabledFrame = 90, disabledFrame = 160, disabledMark = 130;
 
 WindowHandlers handlers; // loop's thread
@@ -270,19 +271,66 @@ void frameExtents(int& left, int& top) {
     if (data) XFree(data);
 }
 
-void sendTopMost(bool on) {
-    if (displayLost) return;
+// A request to the window manager about this window.
+void askManager(const char* request, std::array<long, 5> values) {
     XEvent event{};
     event.xclient.type = ClientMessage;
     event.xclient.window = fl_xid(window);
-    event.xclient.message_type = XInternAtom(fl_display, "_NET_WM_STATE", False);
+    event.xclient.message_type = XInternAtom(fl_display, request, False);
     event.xclient.format = 32;
-    event.xclient.data.l[0] = on ? 1 : 0; // add or remove
-    event.xclient.data.l[1] = static_cast<long>(XInternAtom(fl_display, "_NET_WM_STATE_ABOVE", False));
-    event.xclient.data.l[3] = 1; // asked by a normal program
+    std::copy(values.begin(), values.end(), event.xclient.data.l);
     XSendEvent(fl_display, RootWindow(fl_display, fl_screen), False,
                SubstructureRedirectMask | SubstructureNotifyMask, &event);
     XFlush(fl_display);
+}
+
+bool framePosition(int& x, int& y) {
+    int clientX = 0, clientY = 0, left = 0, top = 0;
+    ::Window child = None;
+    if (!XTranslateCoordinates(fl_display, fl_xid(window), RootWindow(fl_display, fl_screen), 0, 0, &clientX,
+                               &clientY, &child))
+        return false;
+    frameExtents(left, top);
+    x = clientX - left;
+    y = clientY - top;
+    return !displayLost;
+}
+
+// The toolkit keeps a window on the screen, and places its client area. This one is to stay where it was asked for, by
+// the corner of its frame: with no manager the move does it, with an old one the hint, else the request. That is made
+// twice, since a manager may take a move to where the client area lies already for none at all.
+struct Placement {
+    int x = 0, y = 0;
+    int looks = 3; // how often it is asked again when the manager was not yet ready, or will not
+} placement;
+
+void placeFrame() {
+    const auto [x, y, looks] = placement;
+    XSizeHints hints{};
+    long supplied = 0;
+    XGetWMNormalHints(fl_display, fl_xid(window), &hints, &supplied);
+    hints.flags |= USPosition | PWinGravity;
+    hints.win_gravity = NorthWestGravity;
+    XSetWMNormalHints(fl_display, fl_xid(window), &hints);
+    XMoveWindow(fl_display, fl_xid(window), x, y);
+    constexpr long hasX = 1 << 8, hasY = 1 << 9, fromProgram = 1 << 12;
+    for (const int beside : {1, 0})
+        askManager("_NET_MOVERESIZE_WINDOW",
+                   {NorthWestGravity | hasX | hasY | fromProgram, x + beside, y, 0, 0});
+}
+
+void lookAtPlace(void*) {
+    int x = 0, y = 0;
+    if (displayLost || !framePosition(x, y) || (x == placement.x && y == placement.y)) return;
+    placeFrame();
+    if (--placement.looks > 0) Fl::repeat_timeout(placementLookSeconds, lookAtPlace);
+}
+
+void sendTopMost(bool on) {
+    if (displayLost) return;
+    const Atom above = XInternAtom(fl_display, "_NET_WM_STATE_ABOVE", False);
+    constexpr long remove = 0, add = 1, fromProgram = 1;
+    askManager("_NET_WM_STATE", {on ? add : remove, static_cast<long>(above), 0, fromProgram, 0});
 }
 
 } // namespace
@@ -303,8 +351,9 @@ bool openWindow(const char* title, int x, int y, int outerWidth, int outerHeight
     window->end();
     window->resizable(nullptr);
     window->show();
-    // The toolkit moves a window onto the screen; it is to stay where it was asked for.
-    XMoveWindow(fl_display, fl_xid(window), x, y);
+    placement = {x, y};
+    placeFrame();
+    Fl::add_timeout(placementLookSeconds, lookAtPlace);
     // The toolkit takes up the user's locale; numbers keep their point.
     std::setlocale(LC_NUMERIC, "C");
     return true;
@@ -328,19 +377,7 @@ int runLoop() {
     return exitCode;
 }
 
-bool windowPosition(int& x, int& y) {
-    if (!isOpen || displayLost) return false;
-    int clientX = 0, clientY = 0, left = 0, top = 0;
-    ::Window child = None;
-    if (!XTranslateCoordinates(fl_display, fl_xid(window), RootWindow(fl_display, fl_screen), 0, 0, &clientX,
-                               &clientY, &child))
-        return false;
-    frameExtents(left, top);
-    if (displayLost) return false;
-    x = clientX - left;
-    y = clientY - top;
-    return true;
-}
+bool windowPosition(int& x, int& y) { return isOpen && !displayLost && framePosition(x, y); }
 
 void postMessage(unsigned message) {
     const LockGuard held(queueLock);
