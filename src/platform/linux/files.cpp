@@ -71,6 +71,7 @@ bool replaceFile(const fs::path& path, std::string_view text) {
         target = fs::canonical(path, failed);
         if (failed) return false;
     }
+    if (fs::exists(target, failed) && !fs::is_regular_file(target, failed)) return false;
     fs::path beside = target;
     beside += ".new" + std::to_string(counter++);
 
