@@ -92,7 +92,9 @@ TEST(Udp, AnAnswerThatNobodyListensDoesNotEndAReader) {
     std::array<char, 100> buffer;
     for (int i = 0; i < 3; ++i) {
         EXPECT_TRUE(plat::sendDatagram(reader, deadPort, std::string_view("anybody?")));
-        if (plat::waitReadable(reader, 50) == 1) EXPECT_EQ(plat::receiveDatagram(reader, buffer).count, 0);
+        if (plat::waitReadable(reader, 50) == 1) {
+            EXPECT_EQ(plat::receiveDatagram(reader, buffer).count, 0);
+        }
     }
     EXPECT_TRUE(plat::sendDatagram(reader, plat::localPort(reader), std::string_view("hello")));
     ASSERT_EQ(plat::waitReadable(reader, soon), 1);
