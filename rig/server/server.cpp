@@ -54,8 +54,11 @@ DownloadServer::DownloadServer(std::filesystem::path root, int port, std::filesy
     inside->set_logger([this](const httplib::Request& request, const httplib::Response& response) {
         note(fmt::format("{} {} {}", request.method, request.path, response.status));
     });
-    // Without this a second server takes the port of the first without a word.
-    inside->set_socket_options([](socket_t) {});
+    // The library's own options would let a second server share the port of the first without a word.
+    inside->set_socket_options([](socket_t listener) {
+        const int yes = 1;
+        setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    });
     usedPort =
         port == 0 ? inside->bind_to_any_port(loopback) : (inside->bind_to_port(loopback, port) ? port : -1);
     if (usedPort <= 0) throw std::runtime_error(fmt::format("port {} is in use", port));

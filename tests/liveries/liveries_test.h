@@ -1,0 +1,87 @@
+#pragma once
+// What the tests of this folder share: a program folder of their own, empty stores, a log that can be read, and a
+// small set of tables from which to write a reference data file.
+
+#include "app/app.h"
+#include "app/display.h"
+#include "app/folders.h"
+#include "app/log.h"
+#include "app/parameters.h"
+#include "engine/engine.h"
+#include "liveries/liveries.h"
+#include "refdata/refdata.h"
+#include "support.h"
+#include "updates/updates.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+class LiveriesTest : public testing::Test {
+  protected:
+    LiveriesTest() {
+        folder.enter();
+        app = AppRun{};
+        engine = EngineRun{};
+        refData = RefData{};
+        display = Display{};
+        gf_clearLiveryStores();
+        gf_forgetNoMatches();
+        gf_setDownloadBase("");
+        gf_buildFolders();
+        gf_openLog();
+    }
+    ~LiveriesTest() override {
+        gf_closeLog();
+        gf_setDownloadBase("");
+        gf_clearLiveryStores();
+        refData = RefData{};
+        engine = EngineRun{};
+        display = Display{};
+        RANDOM.value = RANDOM.defaultValue;
+    }
+
+    static bool logged(const std::string& text) {
+        return test::readFile("Log.txt").find(text) != std::string::npos;
+    }
+
+    // One or two types of each size, so that every required section has something.
+    static rig::RefTables smallTables() {
+        rig::RefTables tables;
+        tables.types = {{"C172", "light", "11"},   {"GLID", "light", ""},     {"C25B", "buzjets", "16.2"},
+                        {"A320", "large", "35.8"}, {"A321", "large", "36"},   {"B772", "heavy", "60.9"},
+                        {"F16", "highperf", "10"}, {"A139", "rotor", "13.8"}, {"A5", "light", "10.6"}};
+        tables.airlines = {{"BAW", false}, {"AFR", false}, {"FDX", true}, {"PHA", false}};
+        tables.registrations = {{"G-BAFM", "", "C172", "", false},
+                                {"N123AB", "FDX", "B772", "AFR", true},
+                                {"G-EUUA", "BAW", "A320", "", false}};
+        tables.fixes = {{"A32N", "A320"}};
+        tables.similar = {{"A321", "A320"}};
+        tables.cargoTypes = {"B772"};
+        tables.publishers = {{"orbx"}};
+        tables.simaddons = {"EGLL"};
+        return tables;
+    }
+
+    static void replace(std::string& text, const std::string& from, const std::string& to) {
+        const std::size_t place = text.find(from);
+        ASSERT_NE(place, std::string::npos) << from;
+        text.replace(place, from.size(), to);
+    }
+
+    // The section's elements replaced by others.
+    static void replaceSection(std::string& text, const std::string& section, const std::string& content) {
+        const std::string open = "<" + section + ">", close = "</" + section + ">";
+        const std::size_t start = text.find(open), end = text.find(close);
+        ASSERT_NE(start, std::string::npos) << section;
+        text.replace(start, end + close.size() - start, open + content + close);
+    }
+
+    static void read(const std::string& xml) {
+        test::writeFile("data.xml", xml);
+        gf_readDbaseFile("data.xml");
+    }
+
+    test::ScratchFolder folder;
+};
