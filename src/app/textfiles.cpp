@@ -139,7 +139,7 @@ std::vector<std::string> gf_splitAtCommas(std::string_view text) {
 }
 
 void gf_writeMeta(pugi::xml_document& document) {
-    pugi::xml_node meta = document.document_element().prepend_child("meta");
+    pugi::xml_node meta = document.prepend_child("meta");
     const auto add = [&](const char* name, const std::string& value) {
         pugi::xml_node info = meta.append_child("info");
         info.append_attribute("name") = name;
@@ -153,7 +153,7 @@ void gf_writeMeta(pugi::xml_document& document) {
 }
 
 void gf_testMeta(const pugi::xml_document& document) {
-    const pugi::xml_node meta = document.document_element().child("meta");
+    const pugi::xml_node meta = document.child("meta");
     for (const char* name : {"author", "date", "version"}) {
         if (meta.find_child_by_attribute("info", "name", name)) continue;
         gf_logLine("meta data incorrect?");

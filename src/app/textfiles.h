@@ -26,7 +26,7 @@ bool gf_boolOfText(
     std::string_view text); // the files' rule: true when the first character is one of 1 t T y Y
 std::vector<std::string> gf_splitAtCommas(std::string_view text); // no trimming; an empty text gives none
 
-// The element "meta" that opens the program's own XML files.
+// The element "meta", the first of several at the top of the program's own XML files.
 void gf_writeMeta(pugi::xml_document& document);
 void gf_testMeta(const pugi::xml_document& document); // logs "meta data incorrect?"
 
