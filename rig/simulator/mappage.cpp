@@ -7,7 +7,7 @@ namespace rig {
 const char* const mapPage = R"html(<!doctype html>
 <html lang="en"><head><meta charset="utf-8"><title>Simulator</title>
 <style>
-:root { --ink:#dbe4ee; --dim:#7f90a3; --line:#24303d; --panel:#131a22; --accent:#ffb347; --air:#5ec8f2; --land:#8bd17c; --warn:#ff6b6b; }
+:root { color-scheme:dark; --ink:#dbe4ee; --dim:#7f90a3; --line:#24303d; --panel:#131a22; --accent:#ffb347; --air:#5ec8f2; --land:#8bd17c; --warn:#ff6b6b; }
 * { box-sizing:border-box; }
 html,body { margin:0; height:100%; background:#0d1218; color:var(--ink); font:13px/1.35 "Segoe UI","DejaVu Sans",Helvetica,Arial,sans-serif; overflow:hidden; }
 body { display:flex; }
@@ -106,14 +106,17 @@ function scaleBar() {
 
 function labels(list) {
   const taken = [];
-  const place = (x, y, w, h) => {
-    for (const [dx, dy] of [[14, -h / 2], [-14 - w, -h / 2], [-w / 2, 14], [-w / 2, -14 - h], [12, 8], [12, -10 - h]]) {
+  const place = (x, y, w, h, far) => {
+    const spots = [[14, -h / 2], [-14 - w, -h / 2], [-w / 2, 14], [-w / 2, -14 - h], [12, 8], [12, -10 - h]];
+    if (far) for (const d of [50, 80, 120]) spots.push([d, -d / 2], [-d - w, -d / 2], [d, d / 2], [-d - w, d / 2]);
+    for (const [dx, dy] of spots) {
       const r = [x + dx, y + dy, w, h];
+      if (r[0] < 2 || r[1] < 2 || r[0] + w > c.clientWidth - 2 || r[1] + h > c.clientHeight - 2) continue;
       if (taken.every(t => r[0] > t[0] + t[2] || t[0] > r[0] + w || r[1] > t[1] + t[3] || t[1] > r[1] + h)) { taken.push(r); return r; }
     }
     return null;
   };
-  for (const o of list) { const [x, y] = xy(o.lat, o.lon); taken.push([x - 7, y - 7, 14, 14]); }
+  for (const o of list) { const [x, y] = xy(o.lat, o.lon); taken.push([x - 6, y - 6, 12, 12]); }
   for (const o of list) {
     const [x, y] = xy(o.lat, o.lon);
     if (x < -50 || y < -50 || x > c.clientWidth + 50 || y > c.clientHeight + 50) continue;
@@ -124,8 +127,13 @@ function labels(list) {
       g.font = "600 11px sans-serif";
       let w = g.measureText(name).width; g.font = "10px sans-serif";
       for (const t of lines.slice(1)) w = Math.max(w, g.measureText(t).width);
-      const r = place(x, y, w, 12 * lines.length);
+      const chosen = o.id === 1 || o.id === selected;        // these get a label in any crowd, with a line to it
+      const r = place(x, y, w, 12 * lines.length, chosen);
       if (!r) continue;
+      if (Math.hypot(r[0] + w / 2 - x, r[1] + 6 * lines.length - y) > 14 + w / 2 + 12 * lines.length) {
+        g.strokeStyle = colour(o); g.lineWidth = 1;
+        g.beginPath(); g.moveTo(x, y); g.lineTo(r[0] > x ? r[0] - 3 : r[0] + w + 3, r[1] + 6 * lines.length); g.stroke();
+      }
       lines.forEach((t, i) => {
         g.font = i ? "10px sans-serif" : "600 11px sans-serif";
         g.fillStyle = i === 0 ? colour(o) : i === 1 ? "#b6c4d2" : "#71828f";
