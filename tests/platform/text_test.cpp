@@ -34,9 +34,9 @@ TEST(Text, TurnsTheEdgesOfEachLengthIntoTheirUnitsAndBack) {
     }
 }
 
-TEST(Text, KeepsEveryCodePointOnItsWayThereAndBack) {
+TEST(Text, KeepsCodePointsOfEveryPlaneOnTheirWayThereAndBack) {
     std::u16string all;
-    for (char32_t c = 0; c <= 0x10FFFF; ++c) {
+    for (char32_t c = 0; c <= 0x10FFFF; c += c < 0x10000 ? 1 : 61) {
         if (c >= 0xD800 && c <= 0xDFFF) continue;
         if (c >= 0x10000) {
             all += static_cast<char16_t>(0xD7C0 + (c >> 10));
@@ -45,9 +45,7 @@ TEST(Text, KeepsEveryCodePointOnItsWayThereAndBack) {
             all += static_cast<char16_t>(c);
         }
     }
-    const std::string narrow = plat::utf8FromUtf16(all);
-    EXPECT_EQ(narrow.size(), 0x80u + 0x780 * 2 + (0xF800 - 0x800) * 3 + 0x100000 * 4);
-    EXPECT_TRUE(plat::utf16FromUtf8(narrow) == all);
+    EXPECT_TRUE(plat::utf16FromUtf8(plat::utf8FromUtf16(all)) == all);
 }
 
 template <class Convert> void expectInvalid(Convert convert, const char* text) {

@@ -1,0 +1,297 @@
+// What the window paints in each state, and what its messages do.
+
+#include "app/app.h"
+#include "app/display.h"
+#include "app/folders.h"
+#include "app/log.h"
+#include "app/parameters.h"
+#include "platform/headless/window_headless.h"
+#include "support.h"
+#include "window/window.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace {
+
+using plat::headless::Drawn;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr plat::Colour red = 0x0000FF, green = 0x32CD32, yellow = 0x00FFFF, black = 0, white = 0xFFFFFF,
+                       blue = 0xFFCC99;
+
+struct MainWindow : testing::Test {
+    MainWindow() {
+        startValues();
+        scratch.enter();
+        gf_buildFolders();
+        gf_openLog();
+    }
+    ~MainWindow() override {
+        gf_closeLog();
+        startValues();
+    }
+    static void startValues() {
+        plat::headless::reset();
+        display = Display{};
+        gf_clearDisplayTexts();
+        app = AppRun{};
+        appLife.windowClosed.clear();
+        gf_clearError();
+        gf_clearMessage();
+        gf_resetParametersToDefaults();
+    }
+    const test::ScratchFolder scratch;
+};
+
+struct Text { // a text, and the place and colour that it is drawn with
+    int x, y;
+    std::string text;
+    plat::Colour colour;
+    auto operator<=>(const Text&) const = default;
+};
+std::ostream& operator<<(std::ostream& out, const Text& t) {
+    return out << t.x << ',' << t.y << " \"" << t.text << "\" " << std::hex << t.colour << std::dec;
+}
+
+std::vector<Text> textsIn(Band band) {
+    const plat::Rect r = gf_bandRect(band);
+    std::vector<Text> result;
+    for (const Drawn& d : plat::headless::repaint())
+        if (d.kind == 't' && d.place.top >= r.top && d.place.top < r.bottom)
+            result.push_back({d.place.left, d.place.top, d.text, d.colour});
+    return result;
+}
+
+// The colour that a pixel has after a repaint, texts left aside.
+plat::Colour colourAt(int x, int y) {
+    plat::Colour result = 0x123456;
+    for (const Drawn& d : plat::headless::repaint()) {
+        const bool inside = x >= d.place.left && x < d.place.right && y >= d.place.top && y < d.place.bottom;
+        const bool onLine = d.place.top == d.place.bottom
+                                ? y == d.place.top && x >= d.place.left && x < d.place.right
+                                : x == d.place.left && y >= d.place.top && y < d.place.bottom;
+        if (d.kind == 'f' ? inside : d.kind == 'l' && onLine) result = d.colour;
+    }
+    return result;
+}
+
+TEST_F(MainWindow, HasFiveBandsWithTheirLines) {
+    ASSERT_TRUE(lf_createMainWindow());
+    for (const auto& [x, y, colour] : std::vector<std::tuple<int, int, plat::Colour>>{
+             {0, 0, black},    {879, 27, black},  {0, 28, white},   {300, 29, black},  {879, 111, black},
+             {0, 112, blue},   {0, 113, white},   {879, 139, blue}, {879, 140, black}, {641, 168, black},
+             {643, 168, blue}, {0, 196, black},   {0, 224, black},  {0, 252, black},   {0, 280, black},
+             {879, 280, blue}, {879, 308, black}, {642, 139, blue}, {642, 141, black}, {642, 307, black},
+             {642, 309, blue}, {0, 391, blue},    {0, 392, white},  {0, 393, black},   {879, 447, black},
+             {0, 448, green},  {879, 475, green}, {425, 29, black}, {425, 111, black}}) {
+        EXPECT_EQ(colourAt(x, y), colour) << x << ',' << y;
+    }
+    EXPECT_EQ(textsIn(Band::title),
+              (std::vector<Text>{{3, 7, "Version 10.10.10", green}, {390, 7, "Velloray", green}}));
+    EXPECT_TRUE(textsIn(Band::parking).empty()); // no airport is chosen
+}
+
+TEST_F(MainWindow, ARepaintRequestNamesItsBandAlone) {
+    ASSERT_TRUE(lf_createMainWindow());
+    plat::headless::repaint();
+    const auto requested = [](Band band) {
+        gf_repaint(band);
+        const std::vector<plat::Rect> invalid = plat::headless::takeInvalid();
+        EXPECT_EQ(invalid.size(), 1u);
+        const plat::Rect r = invalid.at(0);
+        return std::vector<int>{r.left, r.top, r.right, r.bottom};
+    };
+    EXPECT_EQ(requested(Band::title), (std::vector{0, 0, 880, 28}));
+    EXPECT_EQ(requested(Band::status), (std::vector{0, 28, 880, 112}));
+    EXPECT_EQ(requested(Band::settings), (std::vector{0, 112, 880, 392}));
+    EXPECT_EQ(requested(Band::parking), (std::vector{0, 392, 880, 448}));
+    EXPECT_EQ(requested(Band::message), (std::vector{0, 448, 880, 476}));
+}
+
+TEST_F(MainWindow, ShowsEveryStateOfTheSimulator) {
+    ASSERT_TRUE(lf_createMainWindow());
+    gf_setDisplayText(DisplayText::simLabel, "MSFS 2024");
+    struct Row {
+        bool connected, running, known, is2020;
+        const char *title, *stand;
+        plat::Colour box;
+        std::vector<Text> lines;
+    };
+    const std::vector<Row> rows = {
+        {false, false, true, true, "", "", red, {{5, 35, "MSFS 2020 mode", green}}},
+        {false, true, true, false, "A320", "B24", red, {{5, 35, "MSFS 2024 mode", green}}},
+        {true, false, true, true, "", "", yellow, {{5, 35, "MSFS 2024", yellow}, {5, 63, "", yellow}}},
+        {true, true, true, true, "", "", yellow, {{5, 35, "MSFS 2024", yellow}, {5, 63, "", yellow}}},
+        {true,
+         false,
+         true,
+         true,
+         "A320",
+         "",
+         yellow,
+         {{5, 35, "MSFS 2024", yellow}, {5, 63, "A320", yellow}}},
+        {true, true, true, true, "A320", "", green, {{5, 35, "MSFS 2024", green}, {5, 63, "A320", green}}},
+        {true, true, false, true, "A320", "", green, {{5, 35, "MSFS 2024", green}, {5, 63, "A320", yellow}}},
+        {true,
+         true,
+         true,
+         true,
+         "A320",
+         "B24",
+         green,
+         {{5, 35, "MSFS 2024, user stand B24", green}, {5, 63, "A320", green}}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(&row - rows.data());
+        display.simConnected = row.connected;
+        display.simRunning = row.running;
+        display.userAircraftKnown = row.known;
+        MSFS_2020.value = row.is2020;
+        gf_setDisplayText(DisplayText::userTitle, row.title);
+        gf_setDisplayText(DisplayText::userStand, row.stand);
+        EXPECT_EQ(colourAt(400, 100), row.box);
+        EXPECT_EQ(colourAt(424, 30), row.box);
+        std::vector<Text> texts = textsIn(Band::status);
+        EXPECT_EQ(std::erase_if(texts, [](const Text& t) { return t.text == "Sim" || t.text == "RT"; }), 2u);
+        std::erase_if(texts, [](const Text& t) { return t.y == 91; });
+        EXPECT_EQ(texts, row.lines);
+    }
+}
+
+TEST_F(MainWindow, ShowsEveryStateOfTheFeed) {
+    ASSERT_TRUE(lf_createMainWindow());
+    gf_setDisplayText(DisplayText::feedText, "RT prof edition: 10.0");
+    display.qnh = 987;
+    display.liveCount = 12;
+    constexpr ReaderMark live = ReaderMark::live, silent = ReaderMark::silent, off = ReaderMark::notStarted;
+    const Text edition{458, 35, "RT prof edition: 10.0", green};
+    const Text qnh{642, 63, "qnh:  987", green}, count{642, 91, "live:  12", green};
+    const auto weather = [](plat::Colour c) { return Text{458, 63, "Weather", c}; };
+    const auto traffic = [](plat::Colour c) { return Text{458, 91, "Traffic", c}; };
+    struct Row {
+        bool waiting, connected;
+        ReaderMark traffic, weather;
+        plat::Colour box;
+        std::vector<Text> texts;
+    };
+    const std::vector<Row> rows = {
+        {true, false, off, off, black, {}},
+        {true, false, live, live, black, {}},
+        {true, true, live, off, black, {edition, traffic(green), count}}, // its box alone waits
+        {false, false, off, off, red, {}},
+        {false, false, live, live, red, {}},
+        {false, true, off, off, yellow, {edition}},
+        {false, true, off, silent, yellow, {edition, weather(yellow), qnh}},
+        {false, true, silent, live, yellow, {edition, weather(green), traffic(yellow), qnh, count}},
+        {false, true, live, silent, green, {edition, weather(yellow), traffic(green), qnh, count}},
+        {false, true, live, live, green, {edition, weather(green), traffic(green), qnh, count}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(&row - rows.data());
+        display.feedWaiting = row.waiting;
+        display.feedConnected = row.connected;
+        display.trafficMark = row.traffic;
+        display.weatherMark = row.weather;
+        EXPECT_EQ(colourAt(430, 100), row.box);
+        EXPECT_EQ(colourAt(452, 30), row.box);
+        std::vector<Text> texts = textsIn(Band::status);
+        std::erase_if(texts, [](const Text& t) { return t.x < 458; });
+        EXPECT_EQ(texts, row.texts);
+    }
+    display.qnh = 0;
+    display.liveCount = 1234;
+    std::vector<Text> texts = textsIn(Band::status);
+    std::erase_if(texts, [](const Text& t) { return t.x < 642; });
+    EXPECT_EQ(texts, (std::vector<Text>{{642, 91, "live: 1234", green}}));
+}
+
+TEST_F(MainWindow, ShowsCountsOnceTheyAreKnown) {
+    ASSERT_TRUE(lf_createMainWindow());
+    const auto counts = [] {
+        std::vector<Text> texts = textsIn(Band::status);
+        std::erase_if(texts, [](const Text& t) { return t.y != 91; });
+        return texts;
+    };
+    EXPECT_EQ(counts(), (std::vector<Text>{{5, 91, "# liveries: ...", red},
+                                           {141, 91, "# simaddon: ...", yellow},
+                                           {278, 91, "# thirdp: ...", yellow}}));
+    display.liveryCount = 1;
+    display.mySimaddonCount = 20345;
+    display.myThirdpartyCount = 7;
+    EXPECT_EQ(counts(), (std::vector<Text>{{5, 91, "# liveries: 1", green},
+                                           {141, 91, "# simaddon: 20345", green},
+                                           {278, 91, "# thirdp: 7", green}}));
+}
+
+TEST_F(MainWindow, AnErrorStandsInRedAndNoMessageReplacesIt) {
+    ASSERT_TRUE(lf_createMainWindow());
+    EXPECT_TRUE(textsIn(Band::message).empty());
+    gf_showMessage("Waiting for the flight", false);
+    EXPECT_EQ(textsIn(Band::message), (std::vector<Text>{{3, 455, "Waiting for the flight", yellow}}));
+    EXPECT_EQ(colourAt(800, 460), green);
+    plat::headless::takeInvalid();
+    gf_showError("150: No install path detected");
+    EXPECT_EQ(plat::headless::takeInvalid().size(), 1u);
+    gf_showMessage("never seen", false);
+    EXPECT_EQ(textsIn(Band::message), (std::vector<Text>{{3, 455, "150: No install path detected", yellow}}));
+    EXPECT_EQ(colourAt(800, 460), red);
+    gf_clearError();
+    EXPECT_TRUE(textsIn(Band::message).empty());
+    EXPECT_EQ(colourAt(800, 460), green);
+}
+
+TEST_F(MainWindow, ATextThatIsNoUtf8StaysUndrawnAndIsLogged) {
+    ASSERT_TRUE(lf_createMainWindow());
+    gf_showMessage("Z\xFCrich", false); // another encoding
+    EXPECT_TRUE(textsIn(Band::message).empty());
+    EXPECT_EQ(textsIn(Band::title).size(), 2u); // the others are drawn
+    EXPECT_THAT(test::readFile("Log.txt"),
+                HasSubstr("lf_drawText conversion exception Invalid UTF-8 sequence found in input string., "
+                          "error code: 1113\n"));
+    gf_showMessage("Z\xC3\xBCrich", false);
+    EXPECT_EQ(textsIn(Band::message), (std::vector<Text>{{3, 455, "Z\xC3\xBCrich", yellow}}));
+}
+
+TEST_F(MainWindow, OpensWhereItWasLeft) {
+    std::filesystem::create_directories(folders.appData);
+    gf_readParameters(); // makes the file
+    MAIN_WINDOW_X.value = 1234;
+    MAIN_WINDOW_Y.value = -56;
+    gf_saveParameter(MAIN_WINDOW_X);
+    gf_saveParameter(MAIN_WINDOW_Y);
+    const auto openAndLeaveAt = [](int leftX, int leftY) {
+        gf_resetParametersToDefaults(); // as a new process
+        int x = 0, y = 0;
+        EXPECT_TRUE(lf_createMainWindow());
+        EXPECT_TRUE(plat::windowPosition(x, y));
+        plat::headless::setPosition(leftX, leftY);
+        plat::postMessage(messageEndProcess);
+        EXPECT_EQ(plat::runLoop(), 0);
+        return std::vector{x, y};
+    };
+    EXPECT_EQ(openAndLeaveAt(-2000, 700), (std::vector{1234, -56}));
+    EXPECT_EQ(openAndLeaveAt(-32000, 800), (std::vector{-2000, 700})); // minimized: no place of its own
+    EXPECT_EQ(openAndLeaveAt(0, 0), (std::vector{-2000, 800}));
+}
+
+TEST_F(MainWindow, TheCloseBoxStopsTheRunAndKeepsTheWindow) {
+    ASSERT_TRUE(lf_createMainWindow());
+    plat::headless::close();
+    EXPECT_TRUE(app.userClosing.isSet());
+    EXPECT_TRUE(app.stopRequested.isSet());
+    EXPECT_EQ(app.runState, RunState::userClosed);
+    EXPECT_EQ(textsIn(Band::message),
+              (std::vector<Text>{{3, 455, "Close window button clicked, closing Velloray ...", yellow}}));
+    EXPECT_THAT(test::readFile("Log.txt"), Not(HasSubstr("Close window button")));
+}
+
+} // namespace
