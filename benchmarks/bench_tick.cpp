@@ -76,8 +76,10 @@ struct Track {
             p.vs = -690;
             return p;
         }
-        const double t = std::min(seconds - touch, mps / brake - 4);
-        return place(mps * t - brake / 2 * t * t, east, 0, (mps - brake * t) / metersPerSecondPerKnot);
+        constexpr double taxi = 8; // metres a second
+        const double t = std::min(seconds - touch, (mps - taxi) / brake), onwards = seconds - touch - t;
+        return place(mps * t - brake / 2 * t * t + taxi * onwards, east, 0,
+                     (mps - brake * t) / metersPerSecondPerKnot);
     }
     StreamPoint at(double seconds) const {
         switch (road) {
@@ -143,10 +145,6 @@ struct Traffic {
             tracks.push_back(Track::of(n));
             place(n);
         }
-        // Spread over their reports and rounds.
-        for (int n = 0; n < aircraft; ++n)
-            for (StreamPoint* p = &engine.live[static_cast<std::size_t>(n)].stream.front(); p; p = nullptr)
-                p->dueTick += n;
     }
 
     // What the reader and the simulator thread hand over before a Tick.

@@ -27,10 +27,10 @@ static void lf_fitTurn(LiveAc& ac, double angle, double nm, std::int32_t ticks) 
     constexpr double sharp = 45, quarter = 90, slack = 1.2;
     constexpr double gentleDegrees = 10, sharpDegrees = 30, gentleMeters = 30;
     constexpr std::int32_t roomyElasticity = 2000;
-    if (ac.turnRate <= 0) return;
-    const double turnTicks = std::max(std::round(angle * degToRad / ac.turnRate), 1.0);
-    if (!(angle > 0 && nm > 0)) return;
-    const double ratio = ticks / turnTicks; // above 1: there is more time than the turn needs
+    if (!(angle > 0 && nm > 0 && ac.turnRate > 0)) return;
+    // A measure of the turn: the ticks of a full turn of that angle times 0.57, so that the nose leads a little.
+    const double turnTicks = std::max(std::round(angle / ac.turnRate / 100), 1.0);
+    const double ratio = ticks / turnTicks;
     if (angle > sharp) {
         ac.turnRate *= std::min(ratio, std::min(angle, quarter) / sharpDegrees);
         if (angle >= quarter) {

@@ -107,13 +107,14 @@ TEST_F(GroundMotion, FitsTheTurnToTheTimeOfTheSegment) {
         double angle, meters, knots, expected; // the turn rate over the normal one
         std::int32_t elasticity;
     } rows[] = {
-        // 10 knots are 5.144 m/s; 30 degrees need 429 ticks.
-        {30, 10.288, 10, 429 / 200.0, 1000},           // too little time: as fast as it needs
-        {30, 24.0, 10, 429 / 466.6, 1000},             // some slack: spread over the segment
-        {30, 30.864, 10, 3 * 429 / 600.0, 1000},       // room: 10 degrees' worth of it
-        {30, 308.64, 10, 10.288 * 429 / 6000.0, 1000}, // a long way: 30 m of it
-        {5, 30.864, 10, 71 * 1.0288 / 600.0, 1000},    // a small turn: 30 m of it, too
-        {60, 30.864, 10, 600 / 857.0, 1000},           // sharp
+        // 10 knots are 5.144 m/s. The measure of 30 degrees is 246 ticks, of 5 degrees 41, of 60 degrees 491.
+        {30, 10.288, 10, 246 / 200.0, 1000},           // little time: faster
+        {30, 14.4, 10, 246 / 280.0, 1000},             // some slack: spread over the segment
+        {30, 30.864, 10, 3 * 246 / 600.0, 1000},       // room: the share of 10 degrees
+        {30, 308.64, 10, 10.288 * 246 / 6000.0, 1000}, // a long way: the share of 30 m
+        {5, 30.864, 10, 41 * 1.0288 / 600.0, 1000},    // a small turn: the share of 30 m, too
+        {60, 10.288, 10, 200 / 491.0, 1000},           // sharp
+        {60, 30.864, 10, 600 / 491.0, 1000},           // sharp
         {60, 308.64, 10, 2, 1000},                     // sharp with room
         {120, 308.64, 10, 3, 2000},                    // at most three times
     };

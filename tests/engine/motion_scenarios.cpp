@@ -114,7 +114,7 @@ class Scenario : public test::MotionTest {
         for (std::size_t i = 2; i < ac.stream.size(); ++i) // the front has the time that its segment got
             ASSERT_GE(lf_ticksBetween(ac.stream[i - 1].dueTick, ac.stream[i].dueTick), 0) << ac.callsign;
         const Seen here{ac.lat, ac.lon, ac.alt, ac.heading, ac.pitch, ac.onGround};
-        if (const auto it = watched.find(ac.hexid); it != watched.end()) {
+        if (const auto it = watched.find(ac.objectId); it != watched.end()) {
             const Seen& last = it->second;
             worst.altitudeStep = std::max(worst.altitudeStep, std::abs(ac.alt - last.alt));
             worst.move =
@@ -124,7 +124,7 @@ class Scenario : public test::MotionTest {
             if (last.onGround && ac.onGround)
                 worst.wheels = std::max(worst.wheels, std::abs(ac.alt - groundFt - ac.staticCg));
         }
-        watched[ac.hexid] = here;
+        watched[ac.objectId] = here;
     }
 
     void oneTick() {
