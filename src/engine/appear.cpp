@@ -64,10 +64,12 @@ bool lf_objectReady(LiveAc& ac, const SimMessage& message) {
 static void lf_onLiveAppeared(const SimMessage& message) {
     LiveAc* ac = lf_findByHexid(message.hexid);
     const bool awaited = ac && ac->st == SimState::adding2sim && ac->objectId == 0;
-    if (!awaited)
-        engine.removalQueue.push_back(message.objectId);
-    else if (lf_objectReady(*ac, message))
+    if (awaited && lf_objectReady(*ac, message)) {
         engine.waitList.push_back({message});
+        return;
+    }
+    if (awaited) ac->eraseNow = true; // refused: it may come again, with another object
+    engine.removalQueue.push_back(message.objectId);
 }
 
 static void lf_onStaticAppeared(const SimMessage& message) {

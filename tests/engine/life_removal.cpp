@@ -74,6 +74,11 @@ TEST_F(Life, AnObjectThatNobodyWaitsForIsRemoved) {
     EXPECT_EQ(sim.removals, (std::vector<std::uint32_t>{77, 79}));
     EXPECT_EQ(lf_findByHexid(hex + 1)->objectId, 78u);
     EXPECT_TRUE(engine.waitList.empty());
+
+    due(hex + 2, 50).st = SimState::adding2sim;
+    appear(hex + 2, 2); // a number of the user's: refused, and the aircraft may come again
+    tick();
+    EXPECT_EQ(lf_findByHexid(hex + 2), nullptr);
 }
 
 TEST_F(Life, ThePlaceOfAnObjectThatGoesIsTakenByTheLastAndCompactionKeepsTheOrder) {
