@@ -84,9 +84,7 @@ static void lf_beginApproach(LiveAc& ac) {
     engine.newArrivals.push_back(ac.hexid);
     ac.landing = true;
     ac.goingAround = false;
-    ac.standLat = ac.standLon = ac.standHeading = 0;
-    ac.standId = 0;
-    ac.standCargo = false;
+    lf_clearStand(ac);
     lf_widenElasticity(ac);
     ac.takeoffCounter = 1;
 }

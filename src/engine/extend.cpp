@@ -47,20 +47,11 @@ static bool lf_hold(LiveAc& ac, Removed& why) {
 
 // ---- inventing points ----------------------------------------------------------------------------------------------
 
-static bool lf_categorySwitchedOff(const LiveAc& ac) {
-    switch (ac.category) {
-    case AcCategory::light: return !LIGHT_AIRCRAFT;
-    case AcCategory::highPerf: return !HIGH_PERF_AIRCRAFT;
-    case AcCategory::rotorcraft: return !HELICOPTERS;
-    default: return false;
-    }
-}
-
 // How many points the first extension may invent; 0: none.
 static std::int32_t lf_firstExtension(const LiveAc& ac, Removed& why) {
     constexpr std::int32_t inTheAir = 8, onTheGround = 10, atStand = 1;
     constexpr double edgeNm = 0.5; // an aircraft that leaves the range is let go
-    if (lf_categorySwitchedOff(ac)) return 0;
+    if (!lf_categoryOn(ac.category)) return 0;
     if (ac.onGround) return ac.fs == FlightState::parked ? atStand : onTheGround;
     const UserBlock& user = engine.user;
     if (gf_isNoPosition(user.lat, user.lon)) return inTheAir;

@@ -49,7 +49,7 @@ static bool lf_dropForStream(const LiveAc& ac, const TrafficRecord& record) {
            (ac.extendCount < 1 && lf_tellsNothing(last, record.point, dt));
 }
 
-static bool lf_categoryOn(AcCategory category) {
+bool lf_categoryOn(AcCategory category) {
     switch (category) {
     case AcCategory::light: return LIGHT_AIRCRAFT.value;
     case AcCategory::highPerf: return HIGH_PERF_AIRCRAFT.value;

@@ -28,6 +28,8 @@ inline void lf_widenElasticity(LiveAc& ac) { // after a gap or before a manoeuvr
 }
 
 // ---- categories ----------------------------------------------------------------------------------------------
+bool lf_categoryOn(
+    AcCategory category); // the user wants it: asked of a new aircraft and at its first extension
 inline bool lf_isRotorcraft(const LiveAc& ac) { return ac.category == AcCategory::rotorcraft; }
 
 // ---- small geometry --------------------------------------------------------------------------------------------
