@@ -68,7 +68,10 @@ static void lf_onLiveAppeared(const SimMessage& message) {
         engine.waitList.push_back({message});
         return;
     }
-    if (awaited) ac->eraseNow = true; // refused: it may come again, with another object
+    if (awaited) { // refused: it may come again, with another object
+        ac->eraseNow = true;
+        ++engineCounters.removed[static_cast<int>(Removed::other)];
+    }
     engine.removalQueue.push_back(message.objectId);
 }
 

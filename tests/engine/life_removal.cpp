@@ -79,6 +79,7 @@ TEST_F(Life, AnObjectThatNobodyWaitsForIsRemoved) {
     appear(hex + 2, 2); // a number of the user's: refused, and the aircraft may come again
     tick();
     EXPECT_EQ(lf_findByHexid(hex + 2), nullptr);
+    EXPECT_EQ(removed(Removed::other), 1u);
 }
 
 TEST_F(Life, ThePlaceOfAnObjectThatGoesIsTakenByTheLastAndCompactionKeepsTheOrder) {
