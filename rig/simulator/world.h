@@ -142,7 +142,7 @@ struct World {
     std::vector<Creation> creations;
     std::vector<std::uint32_t> removals;
     std::mt19937 random;
-    std::uint32_t nextId = userObjectId + 1;
+    std::uint32_t nextId = userObjectId + 2; // the simulator keeps one for itself
 };
 
 // A plausible height and pitch on the wheels for a title; world.cpp's own models, by the words in it.

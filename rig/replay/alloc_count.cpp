@@ -1,0 +1,22 @@
+// Counts the heap allocations of each thread. Linked in only where allocationCount() is used.
+
+#include "replay/alloc_count.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+thread_local std::uint64_t allocations = 0;
+}
+
+namespace rig {
+std::uint64_t allocationCount() { return allocations; }
+} // namespace rig
+
+void* operator new(std::size_t size) {
+    ++allocations;
+    if (void* p = std::malloc(size ? size : 1)) return p;
+    throw std::bad_alloc();
+}
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }

@@ -1,0 +1,161 @@
+// Watches the live aircraft of a replay. Reads the engine's records between two passes of the cycle and changes
+// nothing.
+
+#include "replay/measure.h"
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+
+namespace rig {
+
+namespace {
+
+constexpr double tickS = 0.01;
+constexpr double metersPerSecondPerKnot = metersPerNm / 3600;
+constexpr double speedMargin = 1.5; // the engine may fly this much faster than the feed to catch up
+constexpr double fastestKt = 700;   // and no airliner is faster than this
+constexpr double crawlingKt = 30;   // below it a creeping aircraft is no sample of fidelity on the ground
+
+double metersBetween(double lat1, double lon1, double lat2, double lon2) {
+    const double metersPerDegree = 60 * metersPerNm;
+    return std::hypot((lat2 - lat1) * metersPerDegree,
+                      (lon2 - lon1) * metersPerDegree * std::cos(lat1 * degToRad));
+}
+
+void raise(double& largest, double value) { largest = std::max(largest, std::abs(value)); }
+
+} // namespace
+
+double Spread::quantile(double q) const {
+    if (values.empty()) return 0;
+    std::vector<float> sorted = values;
+    const auto place =
+        sorted.begin() + static_cast<std::ptrdiff_t>(q * static_cast<double>(sorted.size() - 1) + 0.5);
+    std::nth_element(sorted.begin(), place, sorted.end());
+    return *place;
+}
+
+double Spread::max() const { return values.empty() ? 0 : *std::max_element(values.begin(), values.end()); }
+
+void Measure::watchMotion(const LiveAc& ac, const Watched& w) {
+    const double moved = metersBetween(w.lat, w.lon, ac.lat, ac.lon);
+    const double speedKt =
+        std::min(fastestKt, speedMargin * std::max({ac.stream.empty() ? 0 : ac.stream.front().speed,
+                                                    std::abs(ac.tas), std::abs(ac.tasTarget)}));
+    const double beyond = moved - speedKt * metersPerSecondPerKnot * tickS;
+    if (beyond > 5) ++movesOver5m;
+    if (beyond > 50) ++movesOver50m;
+    raise(altitudeStepMax, ac.alt - w.alt);
+    raise(headingRateMax, gf_headingDiff(w.heading, ac.heading) * radToDeg / tickS);
+    if (!ac.onGround && !w.onGround) {
+        raise(pitchRateMax, (ac.pitch - w.pitch) * radToDeg / tickS);
+        raise(bankRateMax, (ac.bank - w.bank) * radToDeg / tickS);
+    }
+}
+
+void Measure::watchEvenness(const LiveAc& ac, Watched& w) {
+    const double perTick = metersBetween(0, 0, ac.latStep, ac.lonStep * std::cos(ac.lat * degToRad));
+    for (std::size_t i = 0; i < evenness.size(); ++i) {
+        if (!frameDue[i]) continue;
+        if (w.frameKnown[i] && !ac.onGround && perTick > 0.5) {
+            const double expected = perTick / tickS / evenness[i].fps;
+            const double ratio = metersBetween(w.frameLat[i], w.frameLon[i], ac.lat, ac.lon) / expected;
+            ++evenness[i].count;
+            evenness[i].sum += ratio;
+            evenness[i].sumOfSquares += ratio * ratio;
+        }
+        w.frameLat[i] = ac.lat;
+        w.frameLon[i] = ac.lon;
+        w.frameKnown[i] = true;
+    }
+}
+
+void Measure::watchLanding(const LiveAc& ac, Watched& w, double time, double feedTime) {
+    if (ac.landingRoll && !w.landingRoll) {
+        ++landingCount;
+        Landing landing{ac.callsign, time, -1, (w.altSecondAgo - ac.alt) * 60, 0};
+        const double delayed = feedTime - feedDelayS;
+        if (const FeedFix* fix = tracks.firstGroundFixAfter(ac.hexid, delayed - 60))
+            landing.fromGroundFixM = metersBetween(fix->lat, fix->lon, ac.lat, ac.lon);
+        touchdownFpm.add(landing.sinkFpm);
+        w.landing = static_cast<int>(landings.size());
+        landings.push_back(std::move(landing));
+    }
+    if (ac.fs == FlightState::takeOff && !w.takingOff) ++takeoffCount;
+    if (ac.onGround && w.onGround && ac.fs != FlightState::takeOff && airports.park.known()) {
+        const double error = ac.alt - ac.staticCg - groundElevationFt;
+        if (w.landing >= 0) raise(landings[static_cast<std::size_t>(w.landing)].wheelErrorFtMax, error);
+        raise(heightErrorMax, error);
+    }
+    if (!ac.onGround && !ac.landingRoll) w.landing = -1;
+}
+
+void Measure::afterTick(double time, double feedTime) {
+    for (std::size_t i = 0; i < evenness.size(); ++i) {
+        evenness[i].phase -= tickS;
+        frameDue[i] = evenness[i].phase <= 0;
+        while (evenness[i].phase <= 0) evenness[i].phase += 1 / evenness[i].fps;
+    }
+    for (const LiveAc& ac : engine.live) {
+        Watched& w = aircraft[ac.hexid];
+        if (w.firstKept == 0) w.firstKept = time;
+        const bool asked = ac.st == SimState::adding2sim;
+        if (asked && !w.active && w.callsign.empty()) {
+            w.callsign = ac.callsign;
+            w.queueWasEmpty = engine.creationQueue.size() + engine.spawnRequests.size() <= 1; // itself alone
+        }
+        const bool active = ac.st == SimState::active;
+        if (active && !w.everActive) {
+            w.everActive = true;
+            appearS.add(time - w.firstKept);
+        }
+        if (active && w.active) {
+            watchMotion(ac, w);
+            watchEvenness(ac, w);
+            watchLanding(ac, w, time, feedTime);
+        } else {
+            w.frameKnown = {};
+            w.altSecondAgo = ac.alt;
+        }
+        w.active = active;
+        w.lat = ac.lat;
+        w.lon = ac.lon;
+        w.alt = ac.alt;
+        w.heading = ac.heading;
+        w.pitch = ac.pitch;
+        w.bank = ac.bank;
+        w.onGround = ac.onGround;
+        w.landingRoll = ac.landingRoll;
+        w.takingOff = ac.fs == FlightState::takeOff;
+    }
+}
+
+void Measure::everySecond(double time, double feedTime) {
+    int alive = 0;
+    std::set<std::string> callsigns, registrations;
+    for (const LiveAc& ac : engine.live) {
+        if (ac.st != SimState::active) continue;
+        ++alive;
+        if (!ac.callsign.empty() && !callsigns.insert(ac.callsign).second) ++duplicateSeconds;
+        if (!ac.regcode.empty() && !registrations.insert(ac.regcode).second) ++duplicateSeconds;
+        if (!ac.callsign.empty() && ac.callsign.back() == '_') ++ghostSeconds;
+        Watched& w = aircraft[ac.hexid];
+        w.altSecondAgo = ac.alt;
+        w.samples.push_back({static_cast<float>(time), static_cast<float>(ac.lat), static_cast<float>(ac.lon),
+                             static_cast<float>(ac.alt), static_cast<float>(ac.tas), ac.onGround});
+        TrackOffset offset;
+        if (!tracks.offset(ac.hexid, feedTime - feedDelayS, ac.lat, ac.lon, ac.alt, offset)) continue;
+        if (ac.onGround && offset.speedKt < crawlingKt) continue;
+        Fidelity& f = ac.onGround ? ground : air;
+        f.acrossM.add(offset.acrossM);
+        f.delayS.add(offset.delayS);
+        // On the ground the feed's altitude is 0: the wheels' height over the ground counts.
+        f.verticalFt.add(std::abs(ac.onGround ? ac.alt - ac.staticCg - groundElevationFt : offset.verticalFt));
+        if (!ac.onGround && w.queueWasEmpty) airQueueEmpty.delayS.add(offset.delayS);
+    }
+    aliveMax = std::max(aliveMax, alive);
+    aliveOverTime.add(alive);
+}
+
+} // namespace rig

@@ -1,0 +1,35 @@
+#pragma once
+// The replay's table and its report.json.
+
+#include "replay/measure.h"
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace rig {
+
+struct Cost {
+    double ticksOver10ms = 0, allocationsPerTick = 0, peakRssMb = 0;
+    double simulatedS = 0, realS = 0;
+    std::uint64_t ticks = 0;
+};
+
+struct ReportInput {
+    const Measure& measure;
+    Cost cost;
+    std::uint64_t lines = 0;
+    std::uint64_t digest = 0;
+    std::uint64_t created = 0, refused = 0, removed = 0; // by the simulator
+    std::string title;                                   // what was played, for the table's head
+};
+
+nlohmann::json makeReport(const ReportInput& input);
+std::string reportTable(const ReportInput& input, const nlohmann::json& report);
+
+// Altitude profiles of arrivals and departures, and the tracks over the ground, as two SVG files.
+void drawPictures(const Measure& measure, const std::filesystem::path& folder);
+
+} // namespace rig
