@@ -113,7 +113,10 @@ void lf_checkSpawn(LiveAc& ac) {
         return lf_giveUp(ac, NotSpawned::ghost);
     if (lf_isMixed(ac.stream)) return ac.stream.popFront();
     if (lf_unsafeForUser(ac, front)) return ac.stream.popFront();
-    if (engine.creationQueue.size() >= queueLimit && ac.fs == FlightState::birth) return ac.stream.popFront();
+    // Requests are on their way to the queue: a feed that starts with all its aircraft at once would otherwise fill it
+    // with a minute of creations, and each would appear far behind its own track.
+    const std::size_t waiting = engine.spawnRequests.size() + engine.creationQueue.size();
+    if (waiting >= queueLimit && ac.fs == FlightState::birth) return ac.stream.popFront();
     if (!lf_limitAllows(front)) return lf_giveUp(ac, NotSpawned::liveLimit);
     const std::string blocked = BLOCK_CALLSIGN.value();
     if (!blocked.empty() && ac.callsign == blocked) return lf_giveUp(ac, NotSpawned::blocked);
