@@ -1,0 +1,127 @@
+#!/usr/bin/env bash
+# Starts the stand-ins and the program at an airport with traffic and shows them working.
+# usage: demo.sh BUILD_FOLDER [--seconds N] [--check]
+#   --seconds N  ends by itself after N seconds (default: runs until Ctrl-C)
+#   --check      fails unless enough aircraft fly and the log ends in order
+set -euo pipefail
+build=$(cd "$1" && pwd)
+shift
+root=$(cd "$(dirname "$0")/.." && pwd)
+seconds=0 check=no
+wanted_aircraft=20 # what --check asks for, of at least 60 seconds
+while [ $# -gt 0 ]; do
+    case "$1" in
+        --seconds) seconds=$2 && shift 2 ;;
+        --check) check=yes && shift ;;
+        *) echo "demo: unknown option $1" >&2 && exit 2 ;;
+    esac
+done
+
+place="$root/build/demo"
+program="$place/program folder" # a blank, so that one is always tried
+rm -rf "$place"
+mkdir -p "$program" "$place/config" "$place/data"
+cp -r "$root/install/." "$program/"
+cp "$build/velloray" "$program/"
+export XDG_CONFIG_HOME="$place/config" XDG_DATA_HOME="$place/data"
+
+pids=()
+finish() {
+    trap - EXIT INT TERM
+    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+    wait 2>/dev/null || true
+}
+trap finish EXIT
+trap 'exit 130' INT TERM
+
+start() { # LOG COMMAND...
+    local log=$1
+    shift
+    "$@" >"$place/$log" 2>&1 &
+    pids+=($!)
+}
+wait_for() { # SECONDS COMMAND...
+    local left=$(($1 * 10))
+    shift
+    until "$@" 2>/dev/null; do
+        [ $((left--)) -gt 0 ] || return 1
+        sleep 0.1
+    done
+}
+
+# A screen: the user's, or a virtual one.
+virtual=no
+if [ -z "${DISPLAY:-}" ]; then
+    virtual=yes
+    Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$place/display" 2>"$place/xvfb.log" &
+    pids+=($!)
+    wait_for 10 test -s "$place/display" || { echo "demo: no virtual screen" >&2 && exit 1; }
+    export DISPLAY=":$(cat "$place/display")"
+    start openbox.log openbox --sm-disable
+fi
+
+# The installation: liveries for the types of the embedded data, and RealTraffic on this computer.
+mkdir -p "$program/output" "$XDG_CONFIG_HOME/InsideSystems"
+"$build/rig" refdata --tables "$root/rig/refdata/tables" --liveries "$program/output/LiveriesScanned.xml" >"$place/refdata.log"
+touch "$XDG_CONFIG_HOME/InsideSystems/RealTraffic.jar"
+mkdir -p "$XDG_CONFIG_HOME/Velloray" # a wider circle than the program would choose for a user on the ground
+cat >"$XDG_CONFIG_HOME/Velloray/parameters.xml" <<'XML'
+<parameters>
+  <parameter name="AUTO_RANGE" value="false"/>
+  <parameter name="LATERAL_RANGE" value="60"/>
+</parameters>
+XML
+
+# The simulator, and how the program finds it.
+start simulator.log stdbuf -oL "$build/rig" simulator --edition 2020 --port 0 --http 0 --ready-file "$place/ready" \
+    --user 51.4706,-0.4619,83,90,ground --titles "$program/output/LiveriesScanned.xml" \
+    --utc "$(date +%s)" --journal "$place/journal"
+wait_for 10 test -s "$place/ready" || { echo "demo: the simulator does not start" >&2 && exit 1; }
+sim_port=$(sed 's/.*://' "$place/ready")
+map=$(sed -n 's/^map on //p' "$place/simulator.log")
+printf '[SimConnect]\nProtocol=IPv4\nAddress=127.0.0.1\nPort=%s\nDisableNagle=1\n' "$sim_port" >"$program/SimConnect.cfg"
+
+# The program, then RealTraffic.
+(cd "$program" && exec ./velloray) >"$place/program.log" 2>&1 &
+program_pid=$!
+pids+=("$program_pid")
+start feed.log "$build/rig" feed --generate EGLL --flights 400 --minutes 90 --from 10 --seed 1 --now --control 10747
+started=$SECONDS
+echo "The map of the simulator's world: $map"
+[ "$virtual" = no ] || echo "The program's window is on the virtual screen $DISPLAY; its picture comes at the end."
+
+if [ "$seconds" -eq 0 ]; then
+    echo "Ctrl-C ends the demo."
+    wait "$program_pid" || true
+    exit 0
+fi
+
+while [ $((SECONDS - started)) -lt "$seconds" ] && kill -0 "$program_pid" 2>/dev/null; do sleep 0.5; done
+
+# What a person sees, and a summary.
+world="$place/world.json"
+curl -s "${map}world.json" -o "$world" || true
+[ "$virtual" = yes ] && import -window root "$place/screen.png" 2>/dev/null || true
+if window=$(xdotool search --onlyvisible --name '^Velloray$' 2>/dev/null | head -n 1) && [ -n "$window" ]; then
+    import -window "$window" "$place/window.png" 2>/dev/null || true
+fi
+timeout 30 chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-background-networking \
+    --disable-component-update --disable-sync --user-data-dir="$place/chromium" --window-size=1280,900 \
+    --virtual-time-budget=4000 --screenshot="$place/map.png" "$map" >"$place/chromium.log" 2>&1 || true
+# One object a line; the first is the user's aircraft.
+objects() { sed 's/"user":.*//; s/},{/}\n{/g' "$world" | grep '"tail"' || true; }
+flying=$(objects | wc -l)
+echo "After $seconds seconds $flying aircraft fly in the simulator:"
+objects | sed -n 's/.*"tail":"\([^"]*\)".*"title":"\([^"]*\)".*/\1  \2/p' | sort | head -n 60 | column -c 120 || true
+xdotool windowclose "$window" 2>/dev/null || true
+kill -TERM "$program_pid" 2>/dev/null || true
+wait_for 20 sh -c "! kill -0 $program_pid" || echo "The program did not end within 20 seconds."
+echo "Pictures and logs: build/demo/window.png, build/demo/map.png, build/demo/program folder/Log.txt"
+
+if [ "$check" = yes ]; then
+    fail() { echo "demo: $1" >&2 && exit 1; }
+    [ "$flying" -ge "$wanted_aircraft" ] || fail "only $flying aircraft fly, $wanted_aircraft were expected"
+    [ -s "$place/window.png" ] || fail "no picture of the window"
+    [ -s "$place/map.png" ] || fail "no picture of the map page"
+    grep -q '^Exiting: ' "$program/Log.txt" || fail "the log has no line of the closing"
+fi
