@@ -28,7 +28,7 @@ static void lf_fitTurn(LiveAc& ac, double angle, double nm, std::int32_t ticks) 
     constexpr double gentleDegrees = 10, sharpDegrees = 30, gentleMeters = 30;
     constexpr std::int32_t roomyElasticity = 2000;
     if (!(angle > 0 && nm > 0 && ac.turnRate > 0)) return;
-    // A measure of the turn: the ticks of a full turn of that angle times 0.57, so that the nose leads a little.
+    // Degrees over a hundred radians a tick: some 0.57 of the ticks that the turn takes at the normal rate.
     const double turnTicks = std::max(std::round(angle / ac.turnRate / 100), 1.0);
     const double ratio = ticks / turnTicks;
     if (angle > sharp) {

@@ -88,8 +88,10 @@ TEST_F(AirMotion, AimsAtTheNextPointFromWhereItReallyIs) {
     EXPECT_EQ(ac.tas, 300);
     ASSERT_FALSE(fillingUpdates.empty());
     EXPECT_EQ(fillingUpdates.back().objectId, ac.objectId);
-    EXPECT_EQ(fillingUpdates.back().block.lon, ac.lon);
-    EXPECT_EQ(fillingUpdates.back().block.tas, ac.tas);
+    const double sentLon = fillingUpdates.back().block.lon,
+                 sentTas = fillingUpdates.back().block.tas; // packed
+    EXPECT_EQ(sentLon, ac.lon);
+    EXPECT_EQ(sentTas, ac.tas);
 }
 
 TEST_F(AirMotion, CrossesTheDateLineTheShortWay) {
