@@ -107,7 +107,8 @@ using DispatchProc = void(CALLBACK*)(SIMCONNECT_RECV* pData, DWORD cbData, void*
 
 // S_OK when the packet was handed over, E_FAIL when the connection is gone or an argument is plainly wrong. What the
 // simulator has against a call comes later, as an EXCEPTION message. Calls on one handle may come from several
-// threads; the layer orders them.
+// threads; the layer orders them. CallDispatch is for one caller at a time: a nested one, or one beside another's,
+// gives E_FAIL, as it does when the stream has ended, after the messages that came before.
 HRESULT SimConnect_Open(HANDLE* phSimConnect, const char* szName, HWND hWnd, DWORD UserEventWin32,
                         HANDLE hEventHandle, DWORD ConfigIndex);
 HRESULT SimConnect_Close(HANDLE hSimConnect);

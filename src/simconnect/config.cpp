@@ -4,6 +4,7 @@
 #include "platform/process.h"
 #include "simconnect/session.h"
 
+#include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <fstream>

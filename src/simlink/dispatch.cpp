@@ -401,10 +401,7 @@ static void lf_handle(const SIMCONNECT_RECV* message, DWORD size) {
     case SIMCONNECT_RECV_ID_OPEN:
         if (const auto* record = lf_record<SIMCONNECT_RECV_OPEN>(message, size)) lf_onOpen(*record);
         break;
-    case SIMCONNECT_RECV_ID_QUIT:
-        app.simRunning.clear();
-        sim.quitSeen = true;
-        break;
+    case SIMCONNECT_RECV_ID_QUIT: app.simRunning.clear(); break;
     case SIMCONNECT_RECV_ID_EVENT:
         if (const auto* record = lf_record<SIMCONNECT_RECV_EVENT>(message, size)) lf_onEvent(*record);
         break;

@@ -99,8 +99,8 @@ struct CreationRecord {
 };
 struct PendingCreation {
     DWORD packetId = 0;
-    std::uint32_t hexid = 0;
-    std::string tailNumber;
+    std::uint32_t hexid = 0; // 0: given up, and its object is removed should it still turn up
+    std::string tailNumber;  // as the simulator gives it back, at most 12 bytes
     std::int64_t sentAt = 0; // steady nanoseconds; given up after 60 s
 };
 
@@ -142,7 +142,6 @@ struct SimLinkRun {
     Relaxed<std::int64_t> simTimeEpoch; // seconds since 1970, UTC
     Relaxed<float> frameRate;           // frames per second
     int framesCounted = 0;              // simulator thread
-    bool quitSeen = false;              // simulator thread
     std::uint64_t badMessages = 0;      // shorter than their record, or not finite; simulator thread
     Flag storeUserStand;                // the worker is to store the stand under the user
 };
@@ -177,11 +176,11 @@ void gf_requestStaticCg(std::uint32_t objectId);
 bool gf_setFlightPlan(std::uint32_t objectId, const std::string& path);
 void gf_setSpoilers(std::uint32_t objectId, const SpoilerBlock& block);
 void gf_allLightsToggle(std::uint32_t objectId); // sent at once
-std::string gf_findPackagesPath(); // "": nothing looks for the installation yet
+std::string gf_findPackagesPath();               // "": nothing looks for the installation yet
 void gf_simRequestFailed();
 void gf_simGone();
 
-// Queues to the simulator, each call one hold of simLock.
+// Queues to the simulator, each call one hold of simLock. The frame step leaves out what names the user's aircraft.
 void gf_queueEvent(std::uint32_t objectId, std::uint32_t event, std::uint32_t data);
 void gf_queueEvents(const QueuedEvent* events, std::size_t count); // in order, under one hold
 void gf_setNavLights(std::uint32_t objectId, bool on);
