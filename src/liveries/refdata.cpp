@@ -62,7 +62,10 @@ std::vector<std::string> gf_regcodeVariants(std::string_view registration) {
     if (registration.size() >= shortestWithPrefix && registration.front() != 'N' &&
         registration.find('-') == std::string_view::npos) {
         for (const std::size_t prefix : {2u, 1u}) {
-            variants.emplace_back(registration).insert(prefix, "-");
+            std::string form(registration.substr(0, prefix));
+            form += '-';
+            form += registration.substr(prefix);
+            variants.push_back(std::move(form));
         }
     }
     variants.emplace_back(registration);

@@ -49,30 +49,39 @@ struct DbaseRegcode {
 // end to end in one text, and codes are kept once each. Not for more than 4 GiB of text.
 class RegcodeStore {
   public:
+    using Code = std::uint32_t; // place of an airline or model code in the store; 0 for none
+
     void reserve(std::size_t count); // room for so many registrations of ordinary length
-    // False, with nothing changed, when the registration is already there.
+    Code addCode(std::string_view code);
+    void expect(std::string_view reg) const; // its place is fetched into the cache while others are inserted
+    // False, with nothing changed, when the registration is already there. The codes come from addCode.
+    bool insert(std::string_view reg, Code airl, Code type, Code opr, bool cargo);
     bool insert(std::string_view reg, std::string_view airl, std::string_view type, std::string_view opr,
-                bool cargo);
+                bool cargo) {
+        return insert(reg, addCode(airl), addCode(type), addCode(opr), cargo);
+    }
     std::optional<DbaseRegcode> find(std::string_view reg) const; // exactly this form
     std::size_t size() const { return entries.size(); }
     void clear();
 
   private:
     struct Entry {
-        std::uint32_t textStart = 0;               // in `texts`; it ends where the next one starts
-        std::uint32_t airl = 0, type = 0, opr = 0; // places in `codes`
+        std::uint32_t textStart = 0; // in `texts`; it ends where the next one starts
+        Code airl = 0, type = 0, opr = 0;
         bool cargo = false;
     };
-    std::uint32_t codeIndex(std::string_view code);
+    struct Slot {
+        std::uint32_t entry = 0; // number plus 1; 0 for free
+        std::uint32_t hash = 0;  // a part of it, so that a search seldom looks at another's text
+    };
     std::string_view textOf(std::size_t entry) const;
-    std::size_t
-    slotOf(std::string_view reg) const; // the slot that holds it, or the free one where it belongs
+    std::size_t slotOf(std::string_view reg, std::uint64_t hash) const; // where it is, or would be
     void rebuildSlots(std::size_t count);
     std::vector<Entry> entries;
-    std::vector<std::uint32_t> slots; // open addressing, a power of two: entry number plus 1, 0 for free
+    std::vector<Slot> slots; // open addressing, a power of two
     std::string texts;
     std::vector<std::string> codes{""};
-    TextMap<std::uint32_t> codeNumbers;
+    TextMap<Code> codeNumbers;
 };
 
 struct PublisherAirports {

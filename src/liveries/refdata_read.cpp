@@ -15,8 +15,10 @@
 #include <pugixml.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <filesystem>
+#include <vector>
 
 // Groups that the real file holds, roughly; the lists are cut to their size afterwards.
 constexpr std::size_t similarGroupRoom = 64, publisherRoom = 640, thirdParty20Room = 600,
@@ -119,46 +121,95 @@ static void lf_readThirdParties(const pugi::xml_document& document, const char* 
     list.shrink_to_fit();
 }
 
-// Codes repeat by the thousand, and the same stored text always means the same code.
+// Codes repeat by the thousand, and the same stored text always means the same code: most are found by their bytes as
+// one number, without decoding. Open addressing in one block of memory, for half a million lookups.
 class CodeCache {
   public:
-    explicit CodeCache(Decoder d) : decode(d) {}
-    std::string_view operator()(std::string_view stored) {
-        if (stored.empty()) return {};
-        auto found = known.find(stored);
-        if (found == known.end()) found = known.emplace(stored, decode(stored)).first;
-        return found->second;
+    CodeCache(RegcodeStore& s, Decoder d) : store(s), decode(d) {}
+    RegcodeStore::Code operator()(std::string_view stored) {
+        if (stored.empty()) return 0;
+        std::uint64_t key = 0;
+        if (stored.size() > sizeof key) return store.addCode(decode(stored));
+        std::memcpy(&key, stored.data(), stored.size());
+        Place* place = &placeOf(key);
+        if (place->key == 0) {
+            *place = {key, store.addCode(decode(stored))};
+            if (2 * ++used > places.size()) grow();
+            return placeOf(key).code;
+        }
+        return place->code;
     }
 
   private:
+    struct Place {
+        std::uint64_t key = 0; // 0 for free: no stored text is all zero bytes
+        RegcodeStore::Code code = 0;
+    };
+    Place& placeOf(std::uint64_t key) {
+        constexpr std::uint64_t goldenRatio = 0x9e3779b97f4a7c15ull; // spreads the bytes to the high bits
+        std::size_t i = key * goldenRatio >> 32 & (places.size() - 1);
+        while (places[i].key != 0 && places[i].key != key) i = (i + 1) & (places.size() - 1);
+        return places[i];
+    }
+    void grow() {
+        std::vector<Place> old(2 * places.size());
+        old.swap(places);
+        for (const auto& place : old)
+            if (place.key != 0) placeOf(place.key) = place;
+    }
+    RegcodeStore& store;
     Decoder decode;
-    TextMap<std::string> known;
+    std::vector<Place> places{4096}; // a power of two
+    std::size_t used = 0;
 };
 
-static void lf_readRegistrations(const pugi::xml_document& document) {
-    auto& store = refData.dbaseRegcodes;
-    store.clear();
-    const pugi::xml_node section = lf_section(document, "dbase");
-    std::size_t count = 0;
-    for (auto node = section.first_child(); node; node = node.next_sibling()) ++count;
-    store.reserve(count);
-    CodeCache airline(gf_decryptAirl), model(gf_decryptType);
-    for (const auto node : section.children("db")) {
-        std::string_view reg, airl, type, opr, cargo;
-        for (const auto attribute : node.attributes()) { // one walk, where each attribute by name is five
-            const std::string_view name = attribute.name(), value = attribute.value();
-            std::string_view* const place = name == "reg"     ? &reg
+// One walk over the attributes, where asking for each by name is five. Of two of a name the first counts.
+struct DbElement {
+    std::string reg; // decoded
+    std::string_view airl, type, opr, cargo;
+
+    DbElement() = default;
+    explicit DbElement(const pugi::xml_node& node) {
+        std::string_view stored;
+        for (auto attribute = node.first_attribute(); attribute; attribute = attribute.next_attribute()) {
+            const std::string_view name = attribute.name();
+            std::string_view* const place = name == "reg"     ? &stored
                                             : name == "airl"  ? &airl
                                             : name == "type"  ? &type
                                             : name == "opr"   ? &opr
                                             : name == "cargo" ? &cargo
                                                               : nullptr;
-            if (place && !place->data()) *place = value;
+            if (place && !place->data()) *place = attribute.value();
         }
-        const std::string plain = gf_decryptReg(reg);
-        if (!store.insert(plain, airline(airl), model(type), airline(opr), gf_boolOfText(cargo)))
-            gf_logLine(fmt::format("regcode {} already exists", plain));
+        reg = gf_decryptReg(stored);
     }
+};
+
+static void lf_readRegistrations(const pugi::xml_document& document) {
+    // For room to start with; counting the elements takes a tenth of the whole reading.
+    constexpr std::size_t bytesPerElement = 44;
+    constexpr std::size_t ahead = 16; // elements between the look for a place in the store and its use
+    auto& store = refData.dbaseRegcodes;
+    store.clear();
+    const pugi::xml_node section = lf_section(document, "dbase");
+    store.reserve(
+        static_cast<std::size_t>(section.last_child().offset_debug() - section.first_child().offset_debug()) /
+        bytesPerElement);
+    CodeCache airline(store, gf_decryptAirl), model(store, gf_decryptType);
+    const auto insert = [&](const DbElement& element) {
+        if (!store.insert(element.reg, airline(element.airl), model(element.type), airline(element.opr),
+                          gf_boolOfText(element.cargo)))
+            gf_logLine(fmt::format("regcode {} already exists", element.reg));
+    };
+    std::array<DbElement, ahead> waiting;
+    std::size_t seen = 0;
+    for (auto node = section.child("db"); node; node = node.next_sibling("db"), ++seen) {
+        DbElement& place = waiting[seen % ahead];
+        if (seen >= ahead) insert(place);
+        place = DbElement(node);
+        store.expect(place.reg);
+    }
+    for (std::size_t i = seen < ahead ? 0 : seen - ahead; i < seen; ++i) insert(waiting[i % ahead]);
 }
 
 void gf_readDbaseDocument(const pugi::xml_document& document, const std::string& pathUtf8) {
