@@ -36,7 +36,7 @@ ServerFault parseFault(const std::string& text) {
                 throw std::runtime_error(fmt::format("fault \"{}\" needs a number behind a colon", text));
             fault.path.resize(colon);
         }
-        if (!fault.path.starts_with('/')) fault.path.insert(0, "/");
+        if (!fault.path.starts_with('/')) fault.path = fmt::format("/{}", fault.path);
         return fault;
     }
     throw std::runtime_error(fmt::format("unknown fault \"{}\"", text));
