@@ -6,6 +6,8 @@
 #include "feed/feed.h"
 #include "platform/clock.h"
 
+#include "replay/alloc_count.h"
+
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
 
@@ -14,16 +16,6 @@
 #include <cstdlib>
 #include <new>
 #include <vector>
-
-static std::atomic<std::size_t> allocations;
-// Kept out of line: the compiler would take malloc and free for a mismatched pair.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* const memory = std::malloc(size)) return memory;
-    throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 constexpr double userLat = 50.03, userLon = 8.57;
 
@@ -87,9 +79,9 @@ static void DropOutOfRange(benchmark::State& state) {
     prepare();
     const auto lines = makeLines(2, 9);
     std::size_t i = 0;
-    const std::size_t before = allocations;
+    const std::size_t before = rig::allocationCount();
     for (auto _ : state) trafficReader.takeDatagram(lines[i++ % lines.size()]);
-    const std::size_t made = allocations - before;
+    const std::size_t made = rig::allocationCount() - before;
     if (trafficReader.dropped[static_cast<std::size_t>(Drop::range)] !=
         static_cast<std::uint64_t>(state.iterations()))
         state.SkipWithError("a line was not dropped for its range");

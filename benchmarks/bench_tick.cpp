@@ -9,6 +9,8 @@
 #include "platform/clock.h"
 #include "simconnect/transport.h"
 
+#include "replay/alloc_count.h"
+
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
 
@@ -18,16 +20,6 @@
 #include <memory>
 #include <new>
 #include <vector>
-
-static std::size_t allocations; // single-threaded
-// Kept out of line: the compiler would take malloc and free for a mismatched pair.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* const memory = std::malloc(size)) return memory;
-    throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 
@@ -214,12 +206,12 @@ void tickWith300Aircraft(benchmark::State& state) {
     double frames = 0;
     const auto oneTick = [&](bool counted) {
         traffic.handOver(appLife.tickCount);
-        const std::size_t before = allocations;
+        const std::size_t before = rig::allocationCount();
         const plat::SteadyNs start = plat::steadyNow();
         tick();
         const plat::SteadyNs ns = plat::steadyNow() - start;
         if (counted) {
-            allocated += allocations - before;
+            allocated += rig::allocationCount() - before;
             microseconds.push_back(static_cast<double>(ns) / 1000);
             const LockGuard guard(simLock);
             updates += sim.draining.size();

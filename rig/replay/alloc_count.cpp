@@ -13,10 +13,11 @@ namespace rig {
 std::uint64_t allocationCount() { return allocations; }
 } // namespace rig
 
-void* operator new(std::size_t size) {
+// Kept out of line: the compiler would take malloc and free for a mismatched pair.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     ++allocations;
     if (void* p = std::malloc(size ? size : 1)) return p;
     throw std::bad_alloc();
 }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+[[gnu::noinline]] void operator delete(void* p) noexcept { std::free(p); }
+[[gnu::noinline]] void operator delete(void* p, std::size_t) noexcept { std::free(p); }

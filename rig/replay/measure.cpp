@@ -57,13 +57,15 @@ void Measure::watchMotion(const LiveAc& ac, const Watched& w) {
 void Measure::watchEvenness(const LiveAc& ac, Watched& w) {
     const double perTick = metersBetween(0, 0, ac.latStep, ac.lonStep * std::cos(ac.lat * degToRad));
     for (std::size_t i = 0; i < evenness.size(); ++i) {
-        if (!frameDue[i]) continue;
+        Evenness& e = evenness[i];
+        if (e.framesDue == 0) continue;
         if (w.frameKnown[i] && !ac.onGround && perTick > 0.5) {
-            const double expected = perTick / tickS / evenness[i].fps;
+            // The first frame shows all the way since the one before, further frames of the same Tick show none.
+            const double expected = perTick / tickS / e.fps;
             const double ratio = metersBetween(w.frameLat[i], w.frameLon[i], ac.lat, ac.lon) / expected;
-            ++evenness[i].count;
-            evenness[i].sum += ratio;
-            evenness[i].sumOfSquares += ratio * ratio;
+            e.count += static_cast<std::uint64_t>(e.framesDue);
+            e.sum += ratio;
+            e.sumOfSquares += ratio * ratio;
         }
         w.frameLat[i] = ac.lat;
         w.frameLon[i] = ac.lon;
@@ -92,10 +94,9 @@ void Measure::watchLanding(const LiveAc& ac, Watched& w, double time, double fee
 }
 
 void Measure::afterTick(double time, double feedTime) {
-    for (std::size_t i = 0; i < evenness.size(); ++i) {
-        evenness[i].phase -= tickS;
-        frameDue[i] = evenness[i].phase <= 0;
-        while (evenness[i].phase <= 0) evenness[i].phase += 1 / evenness[i].fps;
+    for (Evenness& e : evenness) {
+        e.phase -= tickS;
+        for (e.framesDue = 0; e.phase <= 0; ++e.framesDue) e.phase += 1 / e.fps;
     }
     for (const LiveAc& ac : engine.live) {
         Watched& w = aircraft[ac.hexid];
@@ -151,7 +152,8 @@ void Measure::everySecond(double time, double feedTime) {
         f.acrossM.add(offset.acrossM);
         f.delayS.add(offset.delayS);
         // On the ground the feed's altitude is 0: the wheels' height over the ground counts.
-        f.verticalFt.add(std::abs(ac.onGround ? ac.alt - ac.staticCg - groundElevationFt : offset.verticalFt));
+        f.verticalFt.add(
+            std::abs(ac.onGround ? ac.alt - ac.staticCg - groundElevationFt : offset.verticalFt));
         if (!ac.onGround && w.queueWasEmpty) airQueueEmpty.delayS.add(offset.delayS);
     }
     aliveMax = std::max(aliveMax, alive);

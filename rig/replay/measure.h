@@ -41,7 +41,8 @@ struct Fidelity {
 // How evenly an aircraft at constant speed moves from frame to frame: displacement over the expected one.
 struct Evenness {
     double fps;
-    double phase = 0; // seconds until the next frame
+    double phase = 0;  // seconds until the next frame
+    int framesDue = 0; // in this Tick
     std::uint64_t count = 0;
     double sum = 0, sumOfSquares = 0; // of the ratios
 };
@@ -55,7 +56,6 @@ struct Watched { // one aircraft, by hexid
     int landing = -1; // place in `landings`
     std::array<double, 3> frameLat{}, frameLon{};
     std::array<bool, 3> frameKnown{};
-    std::array<std::int32_t, 3> frameTick{};
     std::string callsign;
     std::vector<Sample> samples;
 };
@@ -86,7 +86,6 @@ class Measure {
     void watchMotion(const LiveAc& ac, const Watched& w);
     void watchEvenness(const LiveAc& ac, Watched& w);
     void watchLanding(const LiveAc& ac, Watched& w, double time, double feedTime);
-    std::array<bool, 3> frameDue{};
 };
 
 } // namespace rig
