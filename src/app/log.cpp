@@ -26,6 +26,7 @@ static std::string errorText GUARDED_BY(messageLock);           // while it is n
 
 static void writeLine(std::string_view prefix, std::string_view text) {
     const LockGuard hold(logLock);
+    logStream.clear(); // a write that failed, on a full disk say, must not silence those after it
     logStream << prefix << text << '\n' << std::flush;
 }
 

@@ -228,13 +228,28 @@ void gf_saveParameter(const BoolParameter& p) { saveOne(p); }
 void gf_saveParameter(const IntParameter& p) { saveOne(p); }
 void gf_saveParameter(const StringParameter& p) { saveOne(p); }
 
+// True when the file had a place on a limit: such a window would open where nobody sees it.
+static bool readAxis(const pugi::xml_document& document, IntParameter& p) {
+    const pugi::xml_node element = elementOf(document, p.name);
+    if (!element) return false;
+    const std::int32_t before = p.value;
+    takeValue(p, element.attribute("value"));
+    if (p.value != p.minimum && p.value != p.maximum) return false;
+    p.value = p.limited(before);
+    return true;
+}
+
 void gf_readWindowPosition() {
-    const LockGuard hold(fileLock);
-    pugi::xml_document document;
-    if (!load(document)) return;
-    for (IntParameter* p : {&MAIN_WINDOW_X, &MAIN_WINDOW_Y})
-        if (const pugi::xml_node element = elementOf(document, p->name))
-            takeValue(*p, element.attribute("value"));
+    bool mendX = false, mendY = false;
+    {
+        const LockGuard hold(fileLock);
+        pugi::xml_document document;
+        if (!load(document)) return;
+        mendX = readAxis(document, MAIN_WINDOW_X);
+        mendY = readAxis(document, MAIN_WINDOW_Y);
+    }
+    if (mendX) gf_saveParameter(MAIN_WINDOW_X);
+    if (mendY) gf_saveParameter(MAIN_WINDOW_Y);
 }
 
 // An axis on a limit belongs to a minimized window or one that left the desktop: the place before is the better one.

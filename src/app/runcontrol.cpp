@@ -108,11 +108,17 @@ void lf_readSetup() {
     app.savedRange = LATERAL_RANGE.value;
 }
 
+// Once per process: what a run remembers of the titles are views of the store's own texts.
 static void readLiveries() {
-    if (!std::filesystem::exists(folders.scannedLiveries))
+    if (!liveryStore.scanned.empty())
+        gf_logLine("Processing scanned liveries skipped; already done in previous start-up");
+    else if (std::filesystem::exists(folders.scannedLiveries))
+        gf_scanLiveries();
+    else
         gf_logLine(fmt::format("No liveries are known: there is no file \"{}\"",
                                plat::pathText(folders.scannedLiveries)));
-    gf_scanLiveries();
+    display.liveryCount = static_cast<std::uint32_t>(liveryStore.scanned.size());
+    gf_repaint(Band::status);
 }
 
 static void readAirports() {
@@ -204,7 +210,10 @@ void lf_startRun() {
         gf_showError(text);
         gf_fatalError(text);
     } catch (const std::exception& e) {
-        gf_fatalError(e.what());
+        if (gf_stopping())
+            gf_logRaw(e.what()); // what a stop has cut short is no error to show
+        else
+            gf_fatalError(e.what());
     } catch (...) {
         gf_showError("Unknown exception");
         lf_noteSystemError();

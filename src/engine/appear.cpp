@@ -46,8 +46,8 @@ bool lf_objectReady(LiveAc& ac, const SimMessage& message) {
     if (message.objectId < firstObject) return false;
     lf_setObjectId(ac, message.objectId);
     ac.agl = message.a;
-    ac.onGround = !ac.stream.empty() && !ac.stream.front().airborne;
-    if (ac.onGround) {
+    if (!ac.stream.empty() && !ac.stream.front().airborne) {
+        ac.onGround = true;
         if (ac.category != AcCategory::rotorcraft) gf_queueEvent(ac.objectId, evGear, 1);
         ac.altStep = 0;
         ac.takeoffCounter = 1;

@@ -49,6 +49,7 @@ static bool lf_updateRoute(LiveAc& ac, const TrafficRecord& record) {
 // ---- registration ------------------------------------------------------------------------------------------------
 
 static bool lf_newLivery(LiveAc& ac) { // its title is to be looked for again
+    if (!GUID_CHANGES) return true;    // it keeps its object, so it must keep its title and its state
     engineLife.hexidTitles.erase(ac.hexid);
     ac.title = {};
     setFlightState(ac, FlightState::birth);

@@ -192,4 +192,7 @@ void lf_presizeEngine() {
     engine.messages.reserve(messages);
 }
 
-void lf_resetEngine() { engine = EngineRun(); }
+void lf_resetEngine() {
+    engine = EngineRun();
+    gf_forgetNoMatches();
+}

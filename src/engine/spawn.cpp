@@ -96,6 +96,15 @@ static void lf_checkIdentity(LiveAc& ac) {
     spawnLiveAc(ac);
 }
 
+// The report was in range half a minute ago; the user and the range may have moved since. An object that is created
+// beyond the range never shows up in the answers, and nobody would be in charge of it.
+static bool lf_outOfRange(const StreamPoint& front) {
+    constexpr double margin = 1; // nautical miles, flown until the object is known
+    const UserBlock& user = engine.user;
+    return !gf_isNoPosition(user.lat, user.lon) &&
+           gf_distanceNm(user.lat, user.lon, front.lat, front.lon) > app.rangeNm - margin;
+}
+
 // Ticks before its due tick at which the front point may spawn: creation takes its time, and a taxiing aircraft
 // is to move at once.
 static std::int32_t lf_spawnLead(const StreamPoint& front) {
@@ -109,6 +118,7 @@ void lf_checkSpawn(LiveAc& ac) {
     const StreamPoint& front = ac.stream.front();
     if (lf_ticksBetween(lf_now(), front.dueTick) > lf_spawnLead(front)) return;
     if (ac.stream.size() == 1) return lf_giveUp(ac, NotSpawned::singlePoint); // no track yet
+    if (lf_outOfRange(front)) return ac.stream.popFront();
     if (lf_isGhostCallsign(ac.callsign) && engine.ghosts.contains(ac.callsign))
         return lf_giveUp(ac, NotSpawned::ghost);
     if (lf_isMixed(ac.stream)) return ac.stream.popFront();

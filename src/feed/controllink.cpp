@@ -134,11 +134,13 @@ void lf_waitForRealTraffic() {
     lf_resetReaders();
     do {
         if (!waitForClient()) {
-            gf_clearMessage();
+            if (!app.userClosing) gf_clearMessage(); // what the closing of the window says stays
             return;
         }
     } while (!sendDataPacket(versionRequest)); // one that is gone already is no RealTraffic
-    lf_readEdition(lf_receiveLine());
+    const std::string answer = lf_receiveLine();
+    if (gf_stopping()) return;
+    lf_readEdition(answer);
     lf_setLinkMark(true);
     app.rtNotYetConnected.clear();
     gf_logLine("RealTraffic connected");

@@ -21,7 +21,7 @@
 
 LiveryStore liveryStore;
 
-// For the summaries, over runs: "type airline" of refused titles, and of aircraft that found no title.
+// For the summaries: "type airline" of refused titles, over runs, and of aircraft that found no title in this run.
 static std::set<std::string> refused, withoutLivery;
 static TextMap<std::string_view> titlesByRegcode;
 
@@ -46,6 +46,7 @@ void gf_readLiveriesDocument(const pugi::xml_document& document, std::vector<Liv
 }
 
 void gf_clearLiveryStores() {
+    engineLife.hexidTitles.clear(); // views of the texts that go here
     liveryStore = LiveryStore{};
     titlesByRegcode.clear();
 }

@@ -110,7 +110,10 @@ static void lf_sendRemovals(HANDLE handle, FrameReport& report) {
 // An entry that is given up stays for a while without its hexid: its object is removed should it turn up late.
 static void lf_giveUpCreations(FrameReport& report) {
     const std::int64_t now = plat::steadyNow();
+    const std::int64_t sinceLastFrame = sim.lastFrameAt == 0 ? 0 : now - sim.lastFrameAt;
+    sim.lastFrameAt = now;
     for (PendingCreation& pending : sim.pending) {
+        if (!app.simRunning) pending.sentAt += sinceLastFrame; // nobody asks for answers meanwhile
         if (pending.hexid == 0 || now - pending.sentAt < creationPatienceNs) continue;
         SimMessage message;
         message.hexid = pending.hexid;

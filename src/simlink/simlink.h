@@ -141,6 +141,7 @@ struct SimLinkRun {
     Relaxed<std::uint32_t> userObjectId{2};
     Relaxed<std::int64_t> simTimeEpoch; // seconds since 1970, UTC
     Relaxed<float> frameRate;           // frames per second
+    std::int64_t lastFrameAt = 0;       // steady nanoseconds of the last frame step; guarded by simLock
     int framesCounted = 0;              // simulator thread
     std::uint64_t badMessages = 0;      // shorter than their record, or not finite; simulator thread
     Flag storeUserStand;                // the worker is to store the stand under the user

@@ -186,4 +186,12 @@ TEST_F(AppTest, TheWindowsPlaceOnALimitGoesBackToTheOneBefore) {
     gf_readWindowPosition();
     EXPECT_EQ(MAIN_WINDOW_X.value, 100);
     EXPECT_EQ(MAIN_WINDOW_Y.value, 300);
+
+    // A file that an older program left on a limit, or beyond it, opens the window where it can be seen.
+    MAIN_WINDOW_X.value = -32000;
+    gf_saveParameter(MAIN_WINDOW_X);
+    gf_resetParametersToDefaults();
+    gf_readWindowPosition();
+    EXPECT_EQ(MAIN_WINDOW_X.value, MAIN_WINDOW_X.defaultValue);
+    EXPECT_EQ(inFile("MAIN_WINDOW_X") + "," + inFile("MAIN_WINDOW_Y"), "400,300");
 }

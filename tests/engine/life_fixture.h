@@ -76,6 +76,7 @@ class Life : public testing::Test {
         lf_presizeEngine();
         engine.user.lat = 30;
         engine.user.lon = -30;
+        gf_setRange(20000); // and everything in range all the same
     }
 
     // One motion step without feed; a wait of n Ticks.

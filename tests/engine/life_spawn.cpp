@@ -226,6 +226,20 @@ TEST_F(Life, ALongCreationQueueKeepsNewAircraftBackButNoRespawn) {
     EXPECT_EQ(again.st, SimState::adding2sim);
 }
 
+TEST_F(Life, NobodyAppearsBeyondTheRangeThatHoldsNow) {
+    engine.user.lat = 50; // `due` places aircraft at this latitude, north of it one minute per nautical mile
+    engine.user.lon = 8;
+    gf_setRange(40);
+    LiveAc& far = due(hex, 50 + 39.5 / 60);
+    const std::size_t points = far.stream.size();
+    lf_checkSpawn(far);
+    EXPECT_EQ(far.st, SimState::buffer);
+    EXPECT_EQ(far.stream.size(), points - 1);
+    LiveAc& near = due(hex + 1, 50 + 38.5 / 60);
+    lf_checkSpawn(near);
+    EXPECT_EQ(near.st, SimState::adding2sim);
+}
+
 TEST_F(Life, NamesDecideWhoAppearsAndUnderWhichAirline) {
     refData.dbaseRegcodes.insert("D-AIXX", "DLH", "A320", "", true);
     refData.dbaseRegcodes.insert("G-BNLY", "BAW", "B744", "CTY", false);

@@ -43,6 +43,15 @@ TEST_F(LiveriesTest, AMissingOrBrokenFileLeavesALineAndNoLiveries) {
     EXPECT_EQ(gf_titleForLiveAc(aircraft("A320", AcCategory::large)), "");
 }
 
+// The titles that the engine remembers are views of the store's texts: they used to outlive them over a restart.
+TEST_F(LiveriesTest, ANewSetForgetsTheTitlesRememberedFromTheOldOne) {
+    gf_setLiveries(
+        {{"ZZZ", "A320", "a title that is too long to be kept inside the string itself", "", false}});
+    engineLife.hexidTitles[0x400000] = liveryStore.scanned[0].title;
+    gf_setLiveries({{"ZZZ", "B738", "boeing", "", false}});
+    EXPECT_TRUE(engineLife.hexidTitles.empty());
+}
+
 TEST_F(LiveriesTest, ChoosesByTypeThenByCategoryThenNothing) {
     refData.largeModels = {"A320", "B738"};
     refData.heavyModels = {"B772"};

@@ -252,11 +252,17 @@ TEST(Program, StartsANewRunAfterAReaderFindsItsPortInUse) {
         return Program::logged("The Traffic Reader has stopped with error: bind to stream socket failed");
     })) << test::readFile("Log.txt");
     EXPECT_TRUE(within(8, [] { return Program::logged("Restarting after 15 seconds"); }));
-    program.ask(); // ends the countdown, and no further run starts
-    EXPECT_EQ(0, program.ends(5));
     EXPECT_TRUE(Program::logged("Exiting: READER ERROR"));
     plat::closeSocket(occupied);
     plat::stopSockets();
+
+    // The new run keeps what the process has read already, and takes its traffic.
+    EXPECT_TRUE(within(30, [] { return Program::logged("Traffic Reader connected"); }))
+        << test::readFile("Log.txt");
+    EXPECT_TRUE(Program::logged("Processing scanned liveries skipped; already done in previous start-up"));
+    program.ask();
+    EXPECT_EQ(0, program.ends(5));
+    EXPECT_TRUE(Program::logged("Exiting: USER CLOSED SIM"));
 }
 
 TEST(Program, TellsWhatIsMissingAndWaitsForTheUser) {

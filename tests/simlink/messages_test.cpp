@@ -182,6 +182,7 @@ TEST_F(SimMessages, AnUnknownIdIsNoNewsBeforeTheUserIsThereAndAVersionMismatchEn
 }
 
 TEST_F(SimMessages, ACreationWithoutAnAnswerIsGivenUpAfterAMinuteAndItsLateObjectRemoved) {
+    app.simRunning.set();
     const std::uint32_t sendId = create(10001, "DLH4AB");
     clock.advance(59'999'000'000);
     arrive(frame());
@@ -206,7 +207,25 @@ TEST_F(SimMessages, ACreationWithoutAnAnswerIsGivenUpAfterAMinuteAndItsLateObjec
     EXPECT_TRUE(sim.pending.empty());
 }
 
+TEST_F(SimMessages, TimeWithoutARunningFlightIsNoReasonToGiveUp) {
+    app.simRunning.set();
+    create(10001, "DLH4AB");
+    clock.advance(30'000'000'000);
+    arrive(frame());
+    app.simRunning.clear(); // the user looks into a menu for ten minutes
+    clock.advance(600'000'000'000);
+    arrive(frame());
+    app.simRunning.set();
+    clock.advance(29'000'000'000);
+    arrive(frame());
+    EXPECT_TRUE(posts().empty());
+    clock.advance(2'000'000'000);
+    arrive(frame());
+    EXPECT_EQ(posts(), (std::vector<Post>{{creationFailed, 0, 10001}}));
+}
+
 TEST_F(SimMessages, WhatWasGivenUpIsForgottenInTheEnd) {
+    app.simRunning.set();
     const std::uint32_t sendId = create(10001, "DLH4AB");
     clock.advance(60'000'000'000);
     arrive(frame());
