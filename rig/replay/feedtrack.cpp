@@ -14,8 +14,9 @@ namespace rig {
 namespace {
 
 constexpr double searchWindowS =
-    60;                            // the nearest place of the track is looked for this far around the moment
-constexpr double longestGapS = 60; // across a longer silence the feed has no track
+    60; // the nearest place of the track is looked for this far around the moment
+// Longer than the delay of the program: nobody could know the way between.
+constexpr double longestGapS = 30;
 
 struct Local { // metres north and east of an origin
     double north, east;

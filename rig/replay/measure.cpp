@@ -76,7 +76,7 @@ void Measure::watchEvenness(const LiveAc& ac, Watched& w) {
 void Measure::watchLanding(const LiveAc& ac, Watched& w, double time, double feedTime) {
     if (ac.landingRoll && !w.landingRoll) {
         ++landingCount;
-        Landing landing{ac.callsign, time, -1, (w.altSecondAgo - ac.alt) * 60, 0};
+        Landing landing{ac.callsign, time, -1, -w.altStep / tickS * 60, 0};
         const double delayed = feedTime - feedDelayS;
         if (const FeedFix* fix = tracks.firstGroundFixAfter(ac.hexid, delayed - 60))
             landing.fromGroundFixM = metersBetween(fix->lat, fix->lon, ac.lat, ac.lon);
@@ -117,11 +117,11 @@ void Measure::afterTick(double time, double feedTime) {
             watchLanding(ac, w, time, feedTime);
         } else {
             w.frameKnown = {};
-            w.altSecondAgo = ac.alt;
         }
         w.active = active;
         w.lat = ac.lat;
         w.lon = ac.lon;
+        w.altStep = ac.alt - w.alt;
         w.alt = ac.alt;
         w.heading = ac.heading;
         w.pitch = ac.pitch;
@@ -142,7 +142,6 @@ void Measure::everySecond(double time, double feedTime) {
         if (!ac.regcode.empty() && !registrations.insert(ac.regcode).second) ++duplicateSeconds;
         if (!ac.callsign.empty() && ac.callsign.back() == '_') ++ghostSeconds;
         Watched& w = aircraft[ac.hexid];
-        w.altSecondAgo = ac.alt;
         w.samples.push_back({static_cast<float>(time), static_cast<float>(ac.lat), static_cast<float>(ac.lon),
                              static_cast<float>(ac.alt), static_cast<float>(ac.tas), ac.onGround});
         TrackOffset offset;

@@ -22,7 +22,7 @@ struct Landing {
     std::string callsign;
     double time;            // replay seconds
     double fromGroundFixM;  // to the feed's first report from the ground; negative when it has none
-    double sinkFpm;         // mean over the second before touch-down
+    double sinkFpm;         // of the Tick before the touch-down
     double wheelErrorFtMax; // largest height of the wheels over or under the ground afterwards
 };
 
@@ -51,7 +51,7 @@ struct Watched { // one aircraft, by hexid
     bool active = false, everActive = false, queueWasEmpty = false;
     double firstKept = 0; // replay seconds of its first record in the engine
     double lat = 0, lon = 0, alt = 0, heading = 0, pitch = 0, bank = 0; // at the last Tick
-    double altSecondAgo = 0;
+    double altStep = 0;                                                 // feet, of the last Tick
     bool onGround = false, landingRoll = false, takingOff = false;
     int landing = -1; // place in `landings`
     std::array<double, 3> frameLat{}, frameLon{};

@@ -1,0 +1,93 @@
+// The replay: its yardstick by a table, and the whole command as a process of its own.
+
+#include "support.h"
+
+#include "replay/feedtrack.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+constexpr std::uint32_t hexid = 4200001;
+
+// North along the 10th meridian at 360 knots: a tenth of a mile a second, from 50 N at second 1000.
+std::string lineAt(int second, int altitude, bool onGround = false) {
+    return fmt::format("RTTFC,{},{:.6f},10.0,{},0,{},0,360,AB12,A320,G-TEST,null,null,{}.0,X", hexid,
+                       50 + (second - 1000) * 0.1 / 60, altitude, onGround ? 1 : 0, second);
+}
+
+nlohmann::json replay(const std::string& arguments, const std::string& out) {
+    const std::string command =
+        fmt::format("{} replay {} --out {} > {}.txt", VELLORAY_RIG, arguments, out, out);
+    EXPECT_EQ(0, std::system(command.c_str())) << command;
+    return nlohmann::json::parse(test::readFile(out + "/report.json"), nullptr, false);
+}
+
+} // namespace
+
+TEST(FeedTracks, HoldsAPlaceAgainstTheTrack) {
+    rig::FeedTracks tracks;
+    for (const int second : {1000, 1010, 1020, 1060, 1070, 1080})
+        tracks.add(lineAt(second, second < 1080 ? 5000 + second : 0, second == 1080));
+    struct Row {
+        const char* name;
+        double time, atSecond, eastNm, altFt;
+        bool known;
+        double acrossM, delayS, verticalFt;
+    };
+    const Row rows[] = {
+        {"on it", 1005, 1005, 0, 6005, true, 0, 0, 0},
+        {"behind and above", 1015, 1012, 0, 6112, true, 0, 3, 100},
+        {"ahead and aside", 1005, 1008, 0.1, 6008, true, 185.2, -3, 0},
+        {"in the silence", 1040, 1040, 0, 6040, false, 0, 0, 0},
+        {"left behind in the silence", 1062, 1050, 0, 6050, false, 0, 0, 0},
+        {"before its beginning", 1001, 995, 0, 6000, false, 0, 0, 0},
+        {"long after", 1200, 1080, 0, 0, false, 0, 0, 0},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const double lat = 50 + (row.atSecond - 1000) * 0.1 / 60;
+        const double lon = 10 + row.eastNm / 60 / std::cos(lat * degToRad);
+        rig::TrackOffset offset{};
+        ASSERT_EQ(row.known, tracks.offset(hexid, row.time, lat, lon, row.altFt, offset));
+        if (!row.known) continue;
+        EXPECT_NEAR(row.acrossM, offset.acrossM, 0.5);
+        EXPECT_NEAR(row.delayS, offset.delayS, 0.05);
+        EXPECT_NEAR(row.verticalFt, offset.verticalFt, 2);
+        EXPECT_NEAR(360, offset.speedKt, 0.1);
+    }
+    ASSERT_NE(nullptr, tracks.firstGroundFixAfter(hexid, 1000));
+    EXPECT_EQ(1080, tracks.firstGroundFixAfter(hexid, 1000)->time);
+    EXPECT_EQ(nullptr, tracks.firstGroundFixAfter(hexid, 1081));
+}
+
+TEST(Replay, TheSameInputAndSeedGiveTheSameDigestAndASmoothFlight) {
+    const std::string arguments = "--generate EGLL --flights 40 --airport EGLL --range 40 --minutes 6";
+    const auto first = replay(arguments, "first"), second = replay(arguments, "second");
+    ASSERT_TRUE(first.is_object() && second.is_object());
+    EXPECT_EQ(first["digest"], second["digest"]);
+    EXPECT_NE(first["digest"], replay(arguments + " --seed 2", "other")["digest"]);
+    EXPECT_GE(first["aircraft"]["spawned"].get<int>(), 5);
+    EXPECT_EQ(0, first["smooth"]["moves_over_5m"].get<int>());
+    EXPECT_LE(first["smooth"]["altitude_step_ft_max"].get<double>(), 20);
+    EXPECT_EQ(0, first["identity"]["duplicates"].get<int>());
+    EXPECT_LE(first["fidelity"]["air"]["across_m"]["p95"].get<double>(), 150);
+    EXPECT_TRUE(std::filesystem::exists("first/tracks.svg") && std::filesystem::exists("first/Log.txt"));
+}
+
+TEST(Replay, RefusesBadInputWithOneLine) {
+    for (const char* arguments :
+         {"", "no-such-file --airport EGLL", "--generate EGLL", "--generate EGLL --airport XXXX",
+          "--generate EGLL --airport EGLL --user 1,2,3", "--generate EGLL --airport EGLL --fps x"}) {
+        const int status =
+            std::system(fmt::format("{} replay {} 2> error.txt", VELLORAY_RIG, arguments).c_str());
+        EXPECT_NE(0, status) << arguments;
+        const std::string text = test::readFile("error.txt");
+        EXPECT_EQ(0u, text.find("rig replay: ")) << text;
+        EXPECT_EQ(text.size() - 1, text.find('\n')) << text;
+    }
+}
