@@ -1,6 +1,6 @@
 // Each call's packet, byte by byte, and the numbering and gathering of packets.
 
-#include "scripted_stream.h"
+#include "open_session.h"
 #include "simconnect/SimConnect.h"
 
 #include <gtest/gtest.h>
@@ -14,19 +14,7 @@ using test::ScriptedStream;
 
 namespace {
 
-class Packets : public testing::Test {
-  protected:
-    void SetUp() override {
-        simconnect::setOpener(ScriptedStream::opener(stream));
-        ASSERT_EQ(SimConnect_Open(&handle, "Velloray", nullptr, 0, nullptr, 0), S_OK);
-    }
-    void TearDown() override {
-        SimConnect_Close(handle);
-        simconnect::setOpener(nullptr);
-    }
-    std::shared_ptr<ScriptedStream> stream = std::make_shared<ScriptedStream>();
-    HANDLE handle = nullptr;
-};
+class Packets : public OpenSession {};
 
 SIMCONNECT_DATA_INITPOSITION lf_atFrankfurt() { return {50.0, 8.5, 364.0, 0.0, 0.0, 90.0, 1, 0}; }
 

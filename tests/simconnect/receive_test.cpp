@@ -1,6 +1,6 @@
 // The received stream: cut anywhere, glued together, broken, ended, and a callback that throws.
 
-#include "scripted_stream.h"
+#include "open_session.h"
 #include "simconnect/SimConnect.h"
 
 #include <gtest/gtest.h>
@@ -30,20 +30,10 @@ void lf_collect(SIMCONNECT_RECV* message, DWORD size, void* context) {
     if (received.handle) received.nested = SimConnect_CallDispatch(received.handle, lf_collect, context);
 }
 
-class Receive : public testing::Test {
+class Receive : public OpenSession {
   protected:
-    void SetUp() override {
-        simconnect::setOpener(ScriptedStream::opener(stream));
-        ASSERT_EQ(SimConnect_Open(&handle, "Velloray", nullptr, 0, nullptr, 0), S_OK);
-    }
-    void TearDown() override {
-        SimConnect_Close(handle);
-        simconnect::setOpener(nullptr);
-    }
     HRESULT dispatch() { return SimConnect_CallDispatch(handle, lf_collect, &received); }
 
-    std::shared_ptr<ScriptedStream> stream = std::make_shared<ScriptedStream>();
-    HANDLE handle = nullptr;
     Received received;
     const std::vector<std::string> four = {
         Bytes().hex("18 00 00 00 05 00 00 00 04 00 00 00 ff ff ff ff c9 00 00 00 01 00 00 00").text,
