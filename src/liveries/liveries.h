@@ -4,6 +4,7 @@
 #include "liveries/refdata.h"
 
 #include <array>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,7 @@ struct Livery {
     std::string title; // by which the simulator creates the object
     std::string atcid; // registration of this livery, may be empty
     bool cargo = false;
+    std::int32_t priority = 0; // 1 for the first scanned folder, up to 10; 0 when read from the file
 };
 
 struct LiveryStore {             // owner: liveries; worker
