@@ -2,6 +2,7 @@
 // of gravity, the wait, its lights and engines, and from then on it is active. Worker.
 
 #include "engine/engine.h"
+#include "engine/trace.h"
 
 #include "app/parameters.h"
 
@@ -39,6 +40,7 @@ void lf_activate(LiveAc& ac) {
         lf_startOnGround(ac);
     ac.st = SimState::active;
     ++engineCounters.ready;
+    lf_trace(ac.hexid, "its object {} is ready", ac.objectId);
 }
 
 bool lf_objectReady(LiveAc& ac, const SimMessage& message) {
@@ -70,6 +72,7 @@ static void lf_onLiveAppeared(const SimMessage& message) {
     }
     if (awaited) { // refused: it may come again, with another object
         ac->eraseNow = true;
+        lf_trace(ac->hexid, "removed: its object has a number that belongs to the user");
         ++engineCounters.removed[static_cast<int>(Removed::other)];
     }
     engine.removalQueue.push_back(message.objectId);

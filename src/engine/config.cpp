@@ -2,6 +2,7 @@
 // change, and the three configurations of flight by height. Worker.
 
 #include "engine/motion.h"
+#include "engine/trace.h"
 
 #include <algorithm>
 
@@ -82,6 +83,7 @@ static void lf_beginApproach(LiveAc& ac) {
     lf_setFlaps(ac, 3);
     lf_setGear(ac, true);
     engine.newArrivals.push_back(ac.hexid);
+    lf_trace(ac.hexid, "begins its approach");
     ac.landing = true;
     ac.goingAround = false;
     lf_clearStand(ac);
@@ -93,6 +95,7 @@ static void lf_goAround(LiveAc& ac) {
     lf_narrowElasticity(ac);
     lf_setThrottle(ac, 4);
     lf_setGear(ac, false);
+    lf_trace(ac.hexid, "goes around");
     ac.goingAround = true;
     ac.landing = false;
     lf_setFlaps(ac, 0);

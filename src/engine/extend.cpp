@@ -2,6 +2,7 @@
 // rolls on through invented points for a while, or goes; and how a real report ends that. Worker.
 
 #include "engine/motion.h"
+#include "engine/trace.h"
 
 #include "app/log.h"
 #include "app/parameters.h"
@@ -35,6 +36,7 @@ static bool lf_hold(LiveAc& ac, Removed& why) {
     if (!ac.holding) {
         ac.holding = true;
         ac.holdStart = lf_now();
+        lf_trace(ac.hexid, "holds: no new report");
     }
     ac.extendCount = 1;
     StreamPoint point = ac.stream.front();
@@ -132,6 +134,7 @@ void lf_extrapolate(LiveAc& ac, std::int32_t count) {
     constexpr std::int32_t groundSeconds = 3, airSeconds = 8, weekSeconds = 604800;
     constexpr double slower = 0.95, slowerLanding = 0.9, leastKnots = 1;
     constexpr std::int32_t steadyCount = 4; // below it a landing aircraft keeps its speed
+    if (ac.extendCount < 1) lf_trace(ac.hexid, "its stream has run out: up to {} points are invented", count);
     ac.extendCount = count;
     StreamPoint point = ac.stream.front();
     const double knots = point.speed;
@@ -163,6 +166,7 @@ bool checkExtendingSituations(LiveAc& ac, const StreamPoint& point) {
     }
     if (!ac.onGround && lf_absDegrees(ac.heading, lf_bearing(ac.stream.back(), point)) >= behind)
         return false;
+    lf_trace(ac.hexid, "reported again");
     ac.extendCount = 0;
     lf_widenElasticity(ac);
     ac.stream.front().dueTick = lf_tickAfter(lf_now(), 1);

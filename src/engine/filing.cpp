@@ -2,6 +2,7 @@
 // becomes a new aircraft. Worker, at most two reports a Tick.
 
 #include "engine/motion.h"
+#include "engine/trace.h"
 
 #include "app/log.h"
 #include "app/parameters.h"
@@ -106,6 +107,7 @@ void decodeNew(TrafficRecord& record) {
     record.coupledSearched = false;
     lf_appendLive(lf_makeLiveAc(record));
     ++engineCounters.seen;
+    lf_trace(record.hexid, "first seen as {} {} {}", record.callsign, record.regcode, record.acType);
 }
 
 bool lf_matchFeedRecord(LiveAc& ac, TrafficRecord& record) {

@@ -3,6 +3,7 @@
 // turns is in groundturns.cpp, the moves at a stand in standmoves.cpp. Worker.
 
 #include "engine/motion.h"
+#include "engine/trace.h"
 
 #include "app/log.h"
 
@@ -179,6 +180,7 @@ void lf_startGroundSegment(LiveAc& ac) {
 void lf_startTakeoffRoll(LiveAc& ac) {
     if (ac.towed) gf_logLine("towed aircraft takes-off?");
     ac.departing = true;
+    lf_trace(ac.hexid, "begins its take-off roll");
     lf_setThrottle(ac, 0);
     lf_setSpoilers(ac, 0);
     lf_setFlaps(ac, 1);
@@ -207,6 +209,7 @@ void lf_landingRoll(LiveAc& ac) {
     constexpr double offRunway = 15; // degrees
     constexpr double slowKnots = 90;
     if (lf_absDegrees(ac.touchdownHeading, ac.heading) >= offRunway) {
+        lf_trace(ac.hexid, "leaves the runway");
         lf_setFlaps(ac, 0);
         ac.landingRoll = false;
         ac.touchdownHeading = 0;

@@ -2,6 +2,7 @@
 // whose look has to change. Worker.
 
 #include "engine/engine.h"
+#include "engine/trace.h"
 
 #include "app/log.h"
 #include "app/parameters.h"
@@ -148,6 +149,7 @@ void liveryRespawn(LiveAc& ac) {
     } catch (const std::exception& e) {
         return gf_logLine(fmt::format("{}: {}", "liveryRespawn", e.what()));
     }
+    lf_trace(ac.hexid, "respawns as {} {} {}", ac.callsign, ac.regcode, ac.acType);
     ac.forcedHeading = ac.heading;
     ac.forcedHeadingSet = true;
     lf_forgetObjectId(ac, true);

@@ -2,6 +2,7 @@
 // a new report may do to an aircraft on its final approach or its landing roll. Worker.
 
 #include "engine/motion.h"
+#include "engine/trace.h"
 
 #include "app/log.h"
 
@@ -50,6 +51,7 @@ void lf_flare(LiveAc& ac) {
 
 static void lf_beginLandingRoll(LiveAc& ac) {
     constexpr double full = 100; // percent
+    lf_trace(ac.hexid, "touches down");
     ac.derotating = ac.landingRoll = true;
     ac.landing = false;
     ac.landed = true;
@@ -113,6 +115,7 @@ void lf_rotate(LiveAc& ac) {
 }
 
 void lf_goAroundAfterTouchdown(LiveAc& ac) {
+    lf_trace(ac.hexid, "goes around after its touch down");
     setFlightState(ac, FlightState::taxi);
     ac.departing = true;
     lf_setThrottle(ac, 3);

@@ -2,6 +2,7 @@
 // first report, and the finding of records by their numbers. Keeps the number arrays beside the live list. Worker.
 
 #include "engine/engine.h"
+#include "engine/trace.h"
 
 #include "platform/random.h"
 
@@ -13,6 +14,7 @@
 EngineRun engine;
 EngineProcess engineLife;
 EngineCounters engineCounters;
+void (*engineTrace)(std::uint32_t hexid, std::string_view what) = nullptr;
 
 const char* const notSpawnedNames[] = {"empty_stream", "single_point", "ghost",         "live_limit",
                                        "blocked",      "no_livery",    "no_callsign",   "stand_taken",
@@ -43,6 +45,7 @@ const char* gf_simStateName(SimState st) {
 
 void setFlightState(LiveAc& ac, FlightState fs) {
     if (ac.fs == fs) return;
+    lf_trace(ac.hexid, "{} -> {}", gf_flightStateName(ac.fs), gf_flightStateName(fs));
     ac.fsPrev = ac.fs;
     ac.fs = fs;
 }

@@ -2,6 +2,7 @@
 // creations, ghosts, the farthest of too many, and the loss of RealTraffic. Worker.
 
 #include "engine/engine.h"
+#include "engine/trace.h"
 
 #include "app/errors.h"
 #include "app/log.h"
@@ -13,7 +14,9 @@
 static bool lf_isLive(const AcBase& ac) { return ac.hexid >= firstLiveHexid; }
 
 static void lf_countRemoved(const AcBase& ac, Removed why) {
-    if (lf_isLive(ac)) ++engineCounters.removed[static_cast<int>(why)];
+    if (!lf_isLive(ac)) return;
+    ++engineCounters.removed[static_cast<int>(why)];
+    lf_trace(ac.hexid, "removed: {}", removedNames[static_cast<int>(why)]);
 }
 
 // ---- removal asked -----------------------------------------------------------------------------------------------
@@ -47,6 +50,7 @@ void removeAircraftFromSim(AcBase& ac, Removed why) {
         if (ac.eraseNow) return;
         ac.eraseNow = true;
         ++engineCounters.notSpawned[static_cast<int>(NotSpawned::removed)];
+        lf_trace(ac.hexid, "does not appear: {}", notSpawnedNames[static_cast<int>(NotSpawned::removed)]);
         return;
     case SimState::adding2sim:
         if (ac.removeWhenSpawned || ac.eraseFromQueue) return;
@@ -80,6 +84,7 @@ void lf_objectRemoved(std::uint32_t objectId) {
             ac->thrustIndex = noThrustSent;
             ac->flapsIndex = noFlapsSent;
             lf_setObjectId(*ac, 0);
+            lf_trace(ac->hexid, "its object has gone, it may appear again");
             return;
         }
         if (ac->st != SimState::removingFromSim) {

@@ -2,6 +2,7 @@
 // that pace what the simulator gets. Worker.
 
 #include "engine/motion.h"
+#include "engine/trace.h"
 
 #include "app/log.h"
 #include "app/parameters.h"
@@ -14,6 +15,13 @@ static std::string lf_noLiveryKey(const AcBase& ac) { return fmt::format("{} {}"
 static void lf_giveUp(LiveAc& ac, NotSpawned why) {
     ac.eraseNow = true;
     ++engineCounters.notSpawned[static_cast<int>(why)];
+    lf_trace(ac.hexid, "does not appear: {}", notSpawnedNames[static_cast<int>(why)]);
+}
+
+// It may appear at a later point of its stream.
+static void lf_dropPoint(LiveAc& ac, const char* why) {
+    lf_trace(ac.hexid, "waits for its next point: {}", why);
+    ac.stream.popFront();
 }
 
 // ---- may it appear -----------------------------------------------------------------------------------------------
@@ -118,15 +126,16 @@ void lf_checkSpawn(LiveAc& ac) {
     const StreamPoint& front = ac.stream.front();
     if (lf_ticksBetween(lf_now(), front.dueTick) > lf_spawnLead(front)) return;
     if (ac.stream.size() == 1) return lf_giveUp(ac, NotSpawned::singlePoint); // no track yet
-    if (lf_outOfRange(front)) return ac.stream.popFront();
+    if (lf_outOfRange(front)) return lf_dropPoint(ac, "out of range");
     if (lf_isGhostCallsign(ac.callsign) && engine.ghosts.contains(ac.callsign))
         return lf_giveUp(ac, NotSpawned::ghost);
-    if (lf_isMixed(ac.stream)) return ac.stream.popFront();
-    if (lf_unsafeForUser(ac, front)) return ac.stream.popFront();
+    if (lf_isMixed(ac.stream)) return lf_dropPoint(ac, "partly in the air, partly on the ground");
+    if (lf_unsafeForUser(ac, front)) return lf_dropPoint(ac, "too close to the user's aircraft");
     // Requests are on their way to the queue: a feed that starts with all its aircraft at once would otherwise fill it
     // with a minute of creations, and each would appear far behind its own track.
     const std::size_t waiting = engine.spawnRequests.size() + engine.creationQueue.size();
-    if (waiting >= queueLimit && ac.fs == FlightState::birth) return ac.stream.popFront();
+    if (waiting >= queueLimit && ac.fs == FlightState::birth)
+        return lf_dropPoint(ac, "too many wait for their creation");
     if (!lf_limitAllows(front)) return lf_giveUp(ac, NotSpawned::liveLimit);
     const std::string blocked = BLOCK_CALLSIGN.value();
     if (!blocked.empty() && ac.callsign == blocked) return lf_giveUp(ac, NotSpawned::blocked);
@@ -180,7 +189,7 @@ static bool lf_startOnGround(LiveAc& ac) {
         return true;
     }
     if (second.stationary) { // it stands somewhere between the stands: wait until it moves
-        ac.stream.popFront();
+        lf_dropPoint(ac, "stands, but on no known stand");
         return false;
     }
     setFlightState(ac, FlightState::taxi);
@@ -237,6 +246,8 @@ void spawnLiveAc(LiveAc& ac) {
     ac.avoidUser = false;
     engine.spawnRequests.push_back(ac.hexid);
     ++engineCounters.spawned;
+    lf_trace(ac.hexid, "appears as {} {} {} \"{}\"", gf_flightStateName(ac.fs), ac.callsign, ac.acType,
+             ac.title);
     if (!lf_isGhostCallsign(ac.callsign)) lf_removeGhost(ac.callsign);
 }
 
