@@ -6,6 +6,8 @@
 
 #if defined(_WIN32)
 #include <windows.h>
+#undef near // words of another age's compilers, which the program uses as names
+#undef far
 #else
 using HANDLE = void*;
 using HRESULT = std::int32_t;
