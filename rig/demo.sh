@@ -60,7 +60,8 @@ if [ -z "${DISPLAY:-}" ]; then
     start openbox.log openbox --sm-disable
 fi
 
-# The installation: liveries for the types of the embedded data, and RealTraffic on this computer.
+# The installation: the simulator's folders, liveries for the types of the embedded data, and RealTraffic on this computer.
+mkdir -p "$XDG_CONFIG_HOME/Microsoft Flight Simulator/Packages/"{Community,Official}
 mkdir -p "$program/output" "$XDG_CONFIG_HOME/InsideSystems"
 "$build/rig" refdata --tables "$root/rig/refdata/tables" --liveries "$program/output/LiveriesScanned.xml" >"$place/refdata.log"
 touch "$XDG_CONFIG_HOME/InsideSystems/RealTraffic.jar"

@@ -102,6 +102,8 @@ void Stage::makeProgramFolder() {
             liveries);
     else
         std::filesystem::copy_file(options.liveries, liveries);
+    for (const char* packages : {"Community", "Official"}) // an installation that the program finds
+        std::filesystem::create_directories(folder / "config/Microsoft Flight Simulator/Packages" / packages);
     setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
     setenv("XDG_DATA_HOME", (folder / "data").c_str(), 1);
     if (!options.out.empty()) options.out = std::filesystem::absolute(options.out);

@@ -137,7 +137,6 @@ static void resetSimLink() {
 static void resetDisplay() {
     gf_clearDisplayTexts();
     Display fresh;
-    fresh.userAircraftKnown = display.userAircraftKnown;
     fresh.liveryCount = display.liveryCount;
     fresh.mySimaddonCount = display.mySimaddonCount;
     fresh.myThirdpartyCount = display.myThirdpartyCount;

@@ -31,7 +31,6 @@ enum class DisplayText {
 struct Display {
     Relaxed<bool> simConnected{false};     // simlink
     Relaxed<bool> simRunning{false};       // simlink
-    Relaxed<bool> userAircraftKnown{true}; // simlink; kept over a new run
     Relaxed<bool> feedWaiting{true};       // worker
     Relaxed<bool> feedConnected{false};    // worker
     Relaxed<ReaderMark> trafficMark{ReaderMark::notStarted},

@@ -16,16 +16,13 @@
 #include "liveries/liveries.h"
 #include "platform/files.h"
 #include "platform/window.h"
+#include "simlink/simlink.h"
 #include "updates/updates.h"
 
 #include <filesystem>
 #include <fmt/format.h>
 #include <system_error>
 #include <thread>
-
-static StringParameter& selectedInstallPath() {
-    return MSFS_2020 ? MSFS_INSTALL_PATH : MSFS_2024_INSTALL_PATH;
-}
 
 // The user may give the Community folder itself; the program wants the one that holds it.
 static void lf_stripCommunity(StringParameter& p) {
@@ -61,16 +58,17 @@ static void rememberProgramFolder() {
 }
 
 static void showInstallPath() {
-    ALL_INSTALL_PATH.set(selectedInstallPath().value());
+    StringParameter& selected = gf_installPathParameter();
+    ALL_INSTALL_PATH.set(selected.value());
     plat::setEnabled(ALL_INSTALL_PATH.control.controlId, true);
-    if (ALL_INSTALL_PATH.value().empty()) {
-        // Nothing looks for an installation yet: the run goes on without one.
-        const std::string found = gf_findPackagesPath();
-        if (!found.empty()) {
-            gf_setAndSave(selectedInstallPath(), found);
-            ALL_INSTALL_PATH.set(found);
-        }
-    }
+    gf_showParameter(ALL_INSTALL_PATH);
+    if (!selected.value().empty()) return;
+    const std::filesystem::path found = gf_findPackagesPath();
+    if (found.empty()) // the user types one, and lf_newSimPath takes it from there
+        throw orvo::UserErrorException(150, "No install path detected, type full path to your Community "
+                                            "folder above, and press Enter");
+    gf_setAndSave(selected, plat::pathText(found));
+    ALL_INSTALL_PATH.set(selected.value());
     gf_showParameter(ALL_INSTALL_PATH);
 }
 
@@ -86,7 +84,7 @@ void lf_readSetup() {
     LATERAL_RANGE.value = LATERAL_RANGE.limited(LATERAL_RANGE.value);
     gf_setRange(LATERAL_RANGE.value);
     gf_repaint(Band::settings);
-    lf_stripCommunity(selectedInstallPath());
+    lf_stripCommunity(gf_installPathParameter());
     lf_makeFolders();
     app.liveLimit = MAX_LIVE.value;
     const bool restarted = appLife.restartAfterClose.isSet();

@@ -334,7 +334,9 @@ static void lf_onObjectData(const SIMCONNECT_RECV_SIMOBJECT_DATA* answer, DWORD 
     switch (answer->dwRequestID) {
     case reqStaticCg: return lf_onStaticCgAnswer(answer, size);
     case reqTitle: return lf_onUserTitle(lf_textData(answer, size, size));
-    case reqModel: return lf_onUserModel(lf_textData(answer, size, modelWidth));
+    case reqModel:
+        if (size > dataOffset) lf_onUserModel(lf_textData(answer, size, modelWidth));
+        return;
     case reqOnGround: return lf_onOnGround(answer, size);
     case reqUser: return lf_onUserBlock(answer, size);
     default: return;

@@ -15,4 +15,5 @@ void CALLBACK lf_dispatch(SIMCONNECT_RECV* message, DWORD size, void* context);
 void lf_setUpSession(HANDLE handle); // session.cpp; under simLock
 void lf_askToStoreUserStand(); // session.cpp, dispatch.cpp: before a new flight and at the end of the session
 void lf_onUserModel(
-    std::string_view model); // dispatch.cpp: the simulator's model text of the user's aircraft
+    std::string_view
+        model); // dispatch.cpp: the simulator's model text of the user's aircraft; throws orvo::UserErrorException 73

@@ -18,6 +18,7 @@
 
 constexpr DWORD configIndex = 0;
 constexpr std::int64_t nsPerMs = 1'000'000;
+constexpr int noAircraftError = 73;   // comes when the worker waits no longer
 constexpr int failedRequestDelay = 9; // seconds until the next run
 
 // ---- open, dispatch, close -----------------------------------------------------------------------------------
@@ -126,6 +127,7 @@ void lf_simThread(std::uint32_t runNumber) {
         lf_runSession();
     } catch (const orvo::UserErrorException& error) {
         gf_showError(error.what()); // the user must act; the worker waits for it
+        if (error.number() == noAircraftError) gf_requestStop(RunState::systemError, 0);
     } catch (const std::exception& error) {
         failed(error.what());
     } catch (...) {

@@ -8,10 +8,13 @@
 #include "simconnect/SimConnect.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
+
+struct StringParameter;
 
 // Numbers of the program's definitions, events and requests.
 enum SimDefinition : DWORD {
@@ -149,9 +152,9 @@ struct SimLinkRun {
 extern SimLinkRun sim;
 
 struct SimLinkProcess {
-    Relaxed<double> userRadiusNm; // half the user's wing span; kept over a new run
-    Relaxed<bool> userModelKnown;
-    std::thread thread; // worker: the simulator thread of the run, joined by the closing
+    Relaxed<double> userRadiusNm;       // half the user's wing span; kept over a new run
+    Relaxed<bool> userModelKnown{true}; // false: the largest span stands for it; kept over a new run
+    std::thread thread;                 // worker: the simulator thread of the run, joined by the closing
     Flag threadStop;
 };
 extern SimLinkProcess simLife;
@@ -177,9 +180,21 @@ void gf_requestStaticCg(std::uint32_t objectId);
 bool gf_setFlightPlan(std::uint32_t objectId, const std::string& path);
 void gf_setSpoilers(std::uint32_t objectId, const SpoilerBlock& block);
 void gf_allLightsToggle(std::uint32_t objectId); // sent at once
-std::string gf_findPackagesPath();               // "": nothing looks for the installation yet
 void gf_simRequestFailed();
 void gf_simGone();
+
+// The installation of the selected simulator. Paths that cannot be looked at (other than "not there") throw
+// std::filesystem::filesystem_error.
+StringParameter& gf_installPathParameter();                   // its packages folder, without "Community"
+const char* gf_simPackageId();                                // in the Store
+const char* gf_simFolderName();                               // of the Steam edition
+const char* gf_ownPackagesFolder();                           // "Official" or "Official2024"
+std::filesystem::path gf_simSubFolder(std::string_view name); // below its packages folder
+bool gf_isPackagesFolder(const std::filesystem::path& path);
+std::filesystem::path gf_findPackagesPath(); // empty: none; called when the parameter is empty
+// A path that the user has confirmed; "" clears the parameter. An accepted one asks for a new run. Message loop; for
+// window/.
+void lf_newSimPath(StringParameter& parameter, const std::string& text);
 
 // Queues to the simulator, each call one hold of simLock. The frame step leaves out what names the user's aircraft.
 void gf_queueEvent(std::uint32_t objectId, std::uint32_t event, std::uint32_t data);

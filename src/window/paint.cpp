@@ -10,6 +10,7 @@
 #include "app/version.h"
 #include "platform/text.h"
 #include "platform/window.h"
+#include "simlink/simlink.h"
 
 #include <fmt/format.h>
 
@@ -56,7 +57,7 @@ static void lf_paintSim() {
     if (const std::string stand = gf_displayText(DisplayText::userStand); !stand.empty())
         label += ", user stand " + stand;
     lf_drawText(5, 35, label, colour);
-    lf_drawText(5, 63, gf_displayText(DisplayText::userTitle), display.userAircraftKnown ? colour : yellow);
+    lf_drawText(5, 63, gf_displayText(DisplayText::userTitle), simLife.userModelKnown ? colour : yellow);
 }
 
 // A count that is not yet known is 0.
@@ -131,7 +132,9 @@ static void lf_paintSettingsLines() {
     plat::drawLine(642, 140, 642, 308, black);
 }
 
-static void lf_paintSettings() {} // labels stand beside controls, and there are none yet
+static void lf_paintSettings() { // labels stand beside their controls
+    lf_drawText(25, ALL_INSTALL_PATH.control.row, "Install path:", black);
+}
 
 static void lf_paintParking() {} // the park airport; none is chosen yet
 

@@ -17,7 +17,9 @@ static void lf_onPosted(unsigned message) {
 bool lf_createMainWindow() {
     gf_readWindowPosition();
     plat::WindowHandlers handlers;
+    handlers.create = lf_createControls;
     handlers.paint = lf_paintAll;
+    handlers.enter = lf_enterPressed;
     handlers.posted = lf_onPosted;
     handlers.close = gf_userClosesWindow;
     return plat::openWindow(programName, MAIN_WINDOW_X.value, MAIN_WINDOW_Y.value, windowWidth, windowHeight,

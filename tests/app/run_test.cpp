@@ -4,6 +4,7 @@
 
 #include "app/runcontrol.h"
 #include "platform/clock.h"
+#include "platform/files.h"
 #include "platform/process.h"
 
 #include <gmock/gmock.h>
@@ -233,6 +234,7 @@ class ProcessTest : public AppTest {
         pthread_sigmask(SIG_BLOCK, &request, nullptr);
         gf_closeLog();
         appLife.dbaseRead = true; // no download server here
+        test::installSimulator();
     }
     ~ProcessTest() override { unsetenv("XDG_RUNTIME_DIR"); }
 
@@ -283,6 +285,46 @@ TEST_F(ProcessTest, RestartsForNewSettingsAndEndsWithTheWindow) {
     EXPECT_NE(test::readFile(folders.parameters).find("name=\"MAIN_WINDOW_X\" value=\"123\""),
               std::string::npos);
     EXPECT_TRUE(simLife.thread.get_id() == std::thread::id()) << "the simulator thread has been joined";
+}
+
+TEST_F(ProcessTest, AnInstallationThatIsNotFoundIsTypedAndMendsTheRun) {
+    std::filesystem::rename("config/Microsoft Flight Simulator", "elsewhere");
+    constexpr int box = 32788;
+    const std::string typed = plat::pathText(std::filesystem::absolute("elsewhere/Packages/Community"));
+    const int code = run([&] {
+        EXPECT_TRUE(waitForLog("Error 150: No install path detected, type full path to your Community folder "
+                               "above, and press Enter\n",
+                               1));
+        EXPECT_TRUE(waitForLog("Exiting: SYSTEM ERROR", 1));
+        plat::headless::enter(box, "/not there");
+        EXPECT_EQ(gf_shownMessage(), "This install path does not exist: /not there");
+        EXPECT_EQ(gf_shownError(), "");
+        plat::headless::enter(box, typed);
+        EXPECT_TRUE(waitForLog("Restarting after 3 seconds", 1));
+        EXPECT_TRUE(waitForLog("Waiting for MSFS 2020 ...", 1));
+        EXPECT_EQ(plat::getText(box) + "/Community", typed);
+        plat::headless::close();
+    });
+    EXPECT_EQ(code, 0);
+    EXPECT_FALSE(logged("User closed Velloray")) << "the wait has ended by itself";
+    EXPECT_EQ(timesLogged("No UserCfg.opt found?"), 1) << "what is stored is not looked for again";
+    EXPECT_EQ(MSFS_INSTALL_PATH.value() + "/Community", typed);
+}
+
+TEST_F(ProcessTest, AStoredCommunityFolderIsStrippedAndAFoundOneStored) {
+    for (const char* stored : {"/x/Community", ""}) {
+        gf_resetParametersToDefaults();
+        gf_readParameters();
+        gf_setAndSave(MSFS_INSTALL_PATH, stored);
+        lf_readSetup();
+        const std::string expected =
+            *stored ? "/x" : plat::pathText(folder.path / "config/Microsoft Flight Simulator/Packages");
+        EXPECT_EQ(MSFS_INSTALL_PATH.value(), expected);
+        EXPECT_EQ(ALL_INSTALL_PATH.value(), expected);
+        gf_resetParametersToDefaults();
+        gf_readParameters();
+        EXPECT_EQ(MSFS_INSTALL_PATH.value(), expected);
+    }
 }
 
 TEST_F(ProcessTest, ATerminationRequestClosesLikeTheWindow) {

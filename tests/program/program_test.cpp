@@ -40,6 +40,7 @@ class Program {
   public:
     Program() {
         scratch.enter();
+        test::installSimulator();
         setenv("XDG_RUNTIME_DIR", scratch.path.c_str(), 1);
         fs::copy(fs::path(VELLORAY_SOURCE_DIR) / "install", ".", fs::copy_options::recursive);
         fs::create_directories("config/Velloray");

@@ -33,6 +33,17 @@ class ScratchFolder {
     std::filesystem::path path;
 };
 
+// An installed simulator that the program finds: below the home that ScratchFolder::enter has set, in the form of the
+// Steam edition. Gives its packages folder.
+inline std::filesystem::path installSimulator(bool is2020 = true) {
+    const auto path = std::filesystem::path(std::getenv("XDG_CONFIG_HOME")) /
+                      (is2020 ? "Microsoft Flight Simulator" : "Microsoft Flight Simulator 2024") /
+                      "Packages";
+    std::filesystem::create_directories(path / "Community");
+    std::filesystem::create_directories(path / (is2020 ? "Official" : "Official2024"));
+    return path;
+}
+
 inline std::string readFile(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};

@@ -6,6 +6,7 @@
 #include "app/log.h"
 #include "app/parameters.h"
 #include "platform/headless/window_headless.h"
+#include "simlink/simlink.h"
 #include "support.h"
 #include "window/window.h"
 
@@ -42,6 +43,7 @@ struct MainWindow : testing::Test {
     static void startValues() {
         plat::headless::reset();
         display = Display{};
+        simLife.userModelKnown = true;
         gf_clearDisplayTexts();
         app = AppRun{};
         appLife.windowClosed.clear();
@@ -97,6 +99,7 @@ TEST_F(MainWindow, HasFiveBandsWithTheirLines) {
     }
     EXPECT_EQ(textsIn(Band::title),
               (std::vector<Text>{{3, 7, "Version 10.10.10", green}, {390, 7, "Velloray", green}}));
+    EXPECT_EQ(textsIn(Band::settings), (std::vector<Text>{{25, 119, "Install path:", black}}));
     EXPECT_TRUE(textsIn(Band::parking).empty()); // no airport is chosen
 }
 
@@ -154,7 +157,7 @@ TEST_F(MainWindow, ShowsEveryStateOfTheSimulator) {
         SCOPED_TRACE(&row - rows.data());
         display.simConnected = row.connected;
         display.simRunning = row.running;
-        display.userAircraftKnown = row.known;
+        simLife.userModelKnown = row.known;
         MSFS_2020.value = row.is2020;
         gf_setDisplayText(DisplayText::userTitle, row.title);
         gf_setDisplayText(DisplayText::userStand, row.stand);
