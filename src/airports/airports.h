@@ -1,22 +1,82 @@
 #pragma once
-// Airports and parking. The current park airport is known here already; stands, learning, static parking and the
-// choice of the park airport come later, and what the engine and the cycle ask of them is answered by "none".
+// Airports and parking: the directory of airports, airport files with their stands, what is learned about stands, and
+// the choice of the park airport. At most one airport is the park airport; its stands belong to the worker.
 
 #include "app/app.h"
 
+#include <bitset>
 #include <cstdint>
+#include <filesystem>
+#include <list>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <vector>
 
 struct AcBase;
 struct LiveAc;
 
-// The airport whose stands are in use. Published as a whole to the feed reader.
-struct ParkAirport {
-    std::string code, iata;  // an empty code: none is current
+// ---- records ----------------------------------------------------------------------------------------------------
+struct Airport { // one row of the directory, which is sorted by code and never changes once it is loaded
+    std::string code, iata;  // ICAO; IATA, may be empty
     double lat = 0, lon = 0; // degrees
     double elevation = 0;    // feet
-    bool loaded = false;     // its file is read; without it no aircraft appears on the ground there
+};
+
+using HalfHours = std::bitset<48>; // bit n: n times 30 minutes after 00:00 UTC
+
+struct StandOption {        // one learned occupation: one aircraft on one weekday
+    std::string airl, type; // ICAO codes
+    std::string reg;        // key of the aircraft: its registration, else its callsign
+    std::string cs, cs2;    // callsign at arrival, without a trailing "_"; that of the next flight
+    HalfHours hours;
+    std::int32_t index = 0;  // from 1 within the stand; 0: dead, skipped everywhere and never written
+    std::int32_t day = 0;    // 1 to 7
+    std::int32_t origin = 0; // 1 from the base file or a handmade one, 0 learned here
+    std::int32_t real = 0;   // 1 seen at the stand, 0 soft: only seen at the airport
+};
+
+struct StandVisit { // a sighting in progress
+    WeekSlot start;
+    std::int32_t index = 0; // of the option that it began
+};
+
+struct Stand {
+    std::vector<StandOption> options;
+    std::unordered_map<std::uint32_t, StandVisit> realSeen, softSeen; // by hexid
+    std::string id;                                                   // unique in the file
+    std::vector<std::int32_t> adjacent; // seq numbers of the stands that can collide with this one
+    double lat = 0, lon = 0;            // degrees
+    double heading = 0;                 // radians
+    double radius = 0;                  // nautical miles
+    std::int32_t seq = 0;               // from 1, in file order; its place in the list plus 1
+    bool manual = false;                // made by hand in the learned file
+    bool radiusChanged = false, cargoChanged = false; // differs from the base file
+    bool taken = false, blocked = false;              // in the current calculation of static parking
+    bool occupied = false;                            // a live aircraft holds or has claimed it
+    bool reserved = false;                            // kept free for the user's aircraft
+    bool cargo = false, ramp = false, heli = false;
+};
+
+struct AirportFile { // the header and the stands of one airport
+    std::string code, airportName, bglPath, publisher, manufacturer, creator, title;
+    std::int32_t altitude = 0;             // feet
+    std::int32_t qfReal = -1, qfSoft = -1; // quality factors, 0 to 100; -1: none
+    std::int32_t trafficWeeks = 0;         // weeks of traffic behind the learned data
+    bool handmade = false;
+    std::vector<Stand> stands; // in file order
+};
+
+struct ParkAirportEntry {    // one line of the user's list
+    std::string code, stand; // the stand to keep free, may be empty
+    double lat = 0, lon = 0; // degrees
+    double distanceNm = 0;   // from the user; 0 until worked out
+};
+
+// The airport whose stands are in use. Published as a whole to the feed reader.
+struct ParkAirport : Airport {
+    bool loaded = false; // its file is read; without it no aircraft appears on the ground there
 
     bool known() const { return !code.empty(); }
 };
@@ -24,26 +84,70 @@ struct ParkAirport {
 // What lives for a run. owner: airports; worker
 struct AirportsRun {
     ParkAirport park;
+    AirportFile file;          // of the park airport; empty while none is loaded
+    std::uint32_t updates = 0; // to the learned data since the last save
+    bool learnAllowed = false; // soft learning, by the quality of what is known
+    bool pending = false;      // the park airport's file is being read
+    std::list<ParkAirportEntry> parkAirports;
+    std::string reservedStand; // id; "" for none
+    LatLon sortedFor;          // user position of the last sort
 };
 extern AirportsRun airports;
 
-void gf_publishParkAirport(const ParkAirport& airport);          // stores it, and hands it to the feed reader
-void gf_readAirportDirectory();                                  // none yet
-bool gf_findAirport(std::string_view code, ParkAirport& result); // false: none yet
-void lf_readMyParkAirports();                                    // none yet
+// ---- the directory (directory.cpp); any thread once it is loaded --------------------------------------------------
+bool gf_readAirports(); // once per process; throws orvo::UserErrorException 88 and 87
+bool gf_readAirportNames();
+std::optional<std::string> gf_airportName(std::string_view code);
+std::optional<Airport> gf_findAirport(std::string_view code);
+std::string gf_airportLabel(const Airport& airport);                  // "EHAM (AMS)"
+std::optional<Airport> gf_findClosestAirport(double lat, double lon); // reads airport files: not for a Tick
+double gf_readDestApfForClosestStand(const std::string& code, double lat, double lon, std::string& standId);
+
+// ---- airport files (locate.cpp, readapf.cpp, learnedfile.cpp, writeapf.cpp) ----------------------------------------
+std::string gf_locateAirportFile(const std::string& code); // "" for none; may ask the server: not for a Tick
+std::string gf_learnedPath(const std::string& path, const std::string& publisher);
+bool gf_writeAirportFile(const AirportFile& file, const std::filesystem::path& path,
+                         int kind); // 0 learned, 1 scanned
+void gf_saveLearned();              // of the park airport
+HalfHours gf_hours2bitset(std::string_view text);
+std::string gf_bitset2hours(HalfHours hours);
+
+// ---- stands; worker -----------------------------------------------------------------------------------------------
+Stand* gf_standBySeq(std::uint32_t seq); // nullptr: none such
+Stand* gf_standById(std::string_view id);
+const Stand*
+gf_userStand(); // the nearest within 55 m of the user on the ground, whatever its size; nullptr for none
+std::string gf_standText(double lat, double lon); // id of the nearest within 55 m; "" for none
+
+// ---- learning (options.cpp); worker -------------------------------------------------------------------------------
+std::int32_t lf_newStandOption(Stand& stand, const AcBase& ac, bool real, WeekSlot slot,
+                               const std::string& key,
+                               std::string_view callsign); // its index; 0: none made
+bool lf_fillVisit(WeekSlot slot, Stand& stand, StandVisit& visit, const AcBase& ac, const std::string& key,
+                  bool real);
+void lf_setCoupledCs(Stand& stand, std::int32_t index, std::string_view callsign);
+struct Quality {
+    std::int32_t real = -1, soft = -1;
+};
+Quality gf_qualityFactor(const std::vector<Stand>& stands);
+
+// ---- the park airport (parkairport.cpp, loader.cpp); worker ---------------------------------------------------------
+void gf_publishParkAirport(const ParkAirport& airport); // stores it, and hands it to the feed reader
+void lf_resetAirports();                                // back to the start values, for a new run
+bool lf_readMyParkAirports();                           // false: a code is unknown
+bool lf_setParkAirport(const std::string& code);
+void lf_parkingStep(bool firstTime);
+std::string lf_readParkedFile(); // takes over what the loader thread has read; the text of what went wrong
+bool lf_rereadParkAirports();
+void lf_removeAllParked();
+void lf_giveUpParkAirport();
 double gf_firstParkAirportNm(double lat, double lon); // distance to the first park airport; 10000 without one
-void lf_parkingStep(bool firstTime);                  // none yet
-void lf_rereadParkAirports();                         // none yet
-void lf_removeAllParked();                            // none yet
-void gf_storeUserStand();                             // none yet
-std::string gf_standText(double lat, double lon);     // the stand at a position; "" for none
-void gf_flushStatics();                               // none yet
+void gf_storeUserStand();
+
+// ---- static parking: none yet ---------------------------------------------------------------------------------------
+void gf_flushStatics();
 void lf_beginStaticWork();
+void lf_endStaticWork();
+void lf_calculateStatics();
 void lf_adjustStatics();
 void lf_fillStaticQueue(); // one more static aircraft for the creation queue
-
-// Stands, as the engine asks for them.
-struct Stand; // none exists yet
-const Stand* lf_findStand(double lat, double lon, const AcBase& ac, double radiusMeters,
-                          bool wide); // nullptr
-void lf_learnSoftStand(const LiveAc& ac, bool force);

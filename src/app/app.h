@@ -75,7 +75,7 @@ struct AppRun {
         trimLiveRequest;
     Flag reparkRequest; // a renewal of static parking; served in two visits of the 15-second schedule
     bool reparkFirstPhase = false;   // worker
-    Relaxed<bool> parametersChanged; // a parking setting changed
+    Relaxed<bool> parametersChanged; // a parking setting, since the learned file was last saved
 };
 extern AppRun app; // owner: app
 

@@ -148,7 +148,7 @@ void lf_resetForRestart() {
     lf_resetReaders();
     resetSimLink();
     lf_resetEngine();
-    gf_publishParkAirport({});
+    lf_resetAirports();
     controlLink.rtProfessional = false;
     trafficReader.userPosition.store({});
     trafficReader.collectCallsigns.clear();

@@ -99,7 +99,7 @@ void lf_readSetup() {
         gf_readDbase();
         appLife.dbaseRead = true;
     }
-    gf_readAirportDirectory();
+    gf_readAirports();
     showInstallPath();
     gf_repaint(Band::settings);
     lookForRealTraffic();

@@ -292,6 +292,9 @@ void lf_onStaticCg(const SimMessage& message);
 void lf_touchdown(LiveAc& ac);
 
 // ---- stands and conflicts (parking.cpp, conflicts.cpp) -------------------------------------------------------------
+const Stand* lf_findStand(double lat, double lon, const AcBase& ac, double radiusMeters,
+                          bool wide);                 // none yet: nullptr
+void lf_learnSoftStand(const LiveAc& ac, bool force); // none yet
 void lf_spawnAtStand(LiveAc& ac, const Stand& stand); // none yet
 void lf_parkedAtCreation(LiveAc& ac);                 // its object has appeared at its stand: none yet
 void lf_shutDownAtStand(AcBase& ac);                  // none yet

@@ -188,7 +188,7 @@ TEST_F(ClosingTest, AResetKeepsWhatOutlivesARun) {
     gf_queueRemoval(17);
     gf_postSimMessage({});
     sim.userObjectId = 99;
-    gf_publishParkAirport({"EGLL", "LHR", 51.47, -0.46, 83, true});
+    gf_publishParkAirport({{"EGLL", "LHR", 51.47, -0.46, 83}, true});
     gf_setDisplayText(DisplayText::userTitle, "my aircraft");
     display.liveryCount = 12;
     display.trafficMark = ReaderMark::live;

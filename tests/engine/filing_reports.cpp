@@ -119,7 +119,7 @@ TEST_F(Filing, MakesARecordWithTheFiguresOfItsCategory) {
 }
 
 TEST_F(Filing, MakesNewAircraftOnlyOfWantedCategoriesAwayFromTheField) {
-    airports.park = {"EDDF", "FRA", 50, 8.5, 364, true};
+    airports.park = {{"EDDF", "FRA", 50, 8.5, 364}, true};
     struct Row {
         const char* type;
         double alt;

@@ -342,7 +342,7 @@ TEST_F(Life, AReturningAircraftKeepsItsTitleUnlessTheSimulatorRefusedIt) {
 }
 
 TEST_F(Life, AtAnAirportWithoutStandsOnlyAMovingAircraftAppears) {
-    airports.park = {"EDDF", "FRA", 50, 8, 364, true};
+    airports.park = {{"EDDF", "FRA", 50, 8, 364}, true};
     LiveAc& standing = due(hex, 50, 0, 0, 4);
     for (std::size_t i = 0; i < 4; ++i) {
         standing.stream[i].lat = 50;
