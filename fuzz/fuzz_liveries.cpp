@@ -1,4 +1,4 @@
-// Any text as the file of scanned liveries.
+// Any text as the file of scanned liveries: read, indexed, and an aircraft matched.
 
 #include "liveries/liveries.h"
 
@@ -14,9 +14,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!document.load_buffer(data, size)) return 0;
     std::vector<Livery> liveries;
     gf_readLiveriesDocument(document, liveries);
-    gf_setLiveries(std::move(liveries));
+    gf_indexLiveries(std::move(liveries));
     LiveAc ac;
     ac.acType = "A320";
+    ac.airline = "BAW";
+    ac.cargo = size % 2;
     gf_titleForLiveAc(ac);
     gf_titleOfRegcode("GBAFM");
     return 0;

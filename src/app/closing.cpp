@@ -60,7 +60,7 @@ static void releaseRun() {
     lf_endEngineRun();
     gf_setAndSave(DESTINATION, "");
     gf_setAndSave(BLOCK_CALLSIGN, "");
-    gf_logMatchingSummary();
+    gf_writeMatchSummary();
     gf_logNoMatches();
 }
 

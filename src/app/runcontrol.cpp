@@ -106,17 +106,11 @@ void lf_readSetup() {
     app.savedRange = LATERAL_RANGE.value;
 }
 
-// Once per process: what a run remembers of the titles are views of the store's own texts.
 static void readLiveries() {
-    if (!liveryStore.scanned.empty())
-        gf_logLine("Processing scanned liveries skipped; already done in previous start-up");
-    else if (std::filesystem::exists(folders.scannedLiveries))
-        gf_scanLiveries();
-    else
-        gf_logLine(fmt::format("No liveries are known: there is no file \"{}\"",
-                               plat::pathText(folders.scannedLiveries)));
-    display.liveryCount = static_cast<std::uint32_t>(liveryStore.scanned.size());
-    gf_repaint(Band::status);
+    if (!liveryStore.processed && !std::filesystem::exists(folders.scannedLiveries))
+        return gf_logLine(fmt::format("No liveries are known: there is no file \"{}\"",
+                                      plat::pathText(folders.scannedLiveries)));
+    gf_scanLiveries();
 }
 
 static void readAirports() {

@@ -56,7 +56,7 @@ static void visitRepark() {
 
 static void endOfSimDay() {
     app.secondCount = 0;
-    gf_logMatchingSummary();
+    gf_writeMatchSummary();
     engine.ghosts.clear();
 }
 

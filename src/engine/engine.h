@@ -9,6 +9,7 @@
 #include "liveries/liveries.h"
 #include "simlink/simlink.h"
 
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <deque>
@@ -141,17 +142,17 @@ struct EngineRun {
     std::deque<std::uint32_t> newArrivals;    // hexids
     std::unordered_set<std::string> ghosts;   // callsigns with their "_"; never spawned again
     std::unordered_set<std::string> noLivery; // model and regcode
-    std::unordered_set<std::string> failedTitles;
-    std::vector<TrafficRecord> taken; // reports of this Tick
-    std::vector<SimMessage> messages; // of this Tick
-    UserBlock user;                   // the worker's copy of the user's aircraft
+    std::unordered_set<std::string, TextHash, std::equal_to<>> failedTitles; // refused by the simulator
+    std::vector<TrafficRecord> taken;                                        // reports of this Tick
+    std::vector<SimMessage> messages;                                        // of this Tick
+    UserBlock user; // the worker's copy of the user's aircraft
 };
 extern EngineRun engine;
 
 // What lives as long as the process. owner: engine; worker
 struct EngineProcess {
     std::unordered_map<std::uint32_t, std::string_view> hexidTitles; // a returning aircraft keeps its title
-    std::vector<TextMap<std::uint32_t>> matchCounts;                 // filled by the livery matching
+    std::array<std::uint32_t, 6> matchCounts{};                      // live aircraft per matching step
 };
 extern EngineProcess engineLife;
 

@@ -149,24 +149,6 @@ bool lf_validCallsign(std::string_view callsign) {
 
 // ---- its look and its state --------------------------------------------------------------------------------------
 
-static bool lf_findTitle(LiveAc& ac) {
-    const auto remembered = engineLife.hexidTitles.find(ac.hexid);
-    if (remembered != engineLife.hexidTitles.end()) {
-        if (!engine.failedTitles.contains(std::string(remembered->second))) {
-            ac.title = remembered->second;
-            ac.titleIsFsltl = ac.title.find("FSLTL_") != std::string_view::npos;
-            return true;
-        }
-        engineLife.hexidTitles.erase(remembered);
-    }
-    ac.title = gf_titleForLiveAc(ac);
-    if (!ac.title.empty() && engine.failedTitles.contains(std::string(ac.title))) ac.title = {};
-    if (ac.title.empty()) return false;
-    ac.titleIsFsltl = ac.title.find("FSLTL_") != std::string_view::npos;
-    engineLife.hexidTitles[ac.hexid] = ac.title;
-    return true;
-}
-
 // The state on the ground: false when the aircraft has to wait for a later point.
 static bool lf_startOnGround(LiveAc& ac) {
     constexpr double nearAirport = 5;                             // nautical miles
@@ -198,7 +180,7 @@ static bool lf_startOnGround(LiveAc& ac) {
 
 // False: not now, or never when the record is flagged.
 static bool lf_startOfBirth(LiveAc& ac) {
-    if (!lf_findTitle(ac)) {
+    if (!gf_titleForLiveAc(ac)) {
         lf_giveUp(ac, NotSpawned::noLivery);
         if (!ac.regcode.empty()) engine.noLivery.insert(lf_noLiveryKey(ac));
         return false;

@@ -5,11 +5,17 @@
 
 #include <array>
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 struct AcBase;
+struct LiveAc;
+namespace pugi {
+class xml_document;
+}
 
 struct Livery {
     std::string airl;  // ICAO airline code; "ZZZ" a generic livery of the model, "PVT" a private aircraft
@@ -20,25 +26,50 @@ struct Livery {
     std::int32_t priority = 0; // 1 for the first scanned folder, up to 10; 0 when read from the file
 };
 
-struct LiveryStore {             // owner: liveries; worker
-    std::vector<Livery> scanned; // owns the titles; never changed while aircraft hold views of them
-    TextMap<std::vector<std::string_view>> modelTitles;
-    std::array<std::vector<std::string_view>, categoryCount> categoryTitles;
+struct TitleEntry {
+    std::string title;
+    bool cargo = false;
+};
+using Titles = std::vector<std::string_view>;
+
+// What is installed, and the look-ups that matching needs. Owner: liveries. Written by the worker before the main
+// cycle, only read afterwards. airlineLiveries owns the title texts and does not move once it is built: every
+// other member, and every aircraft, holds views of them. Lists stand in the order of airline, model, title.
+struct LiveryStore {
+    TextMap<TextMap<std::vector<TitleEntry>>> airlineLiveries;    // airline, model
+    std::array<TextMap<TextMap<Titles>>, 2> liveryIndex;          // [cargo]: airline, model
+    std::array<TextMap<Titles>, 2> modelLiveries;                 // [cargo]: model, over all airlines
+    TextMap<std::string_view> regcodeTitles;                      // registration
+    std::unordered_set<std::string_view, TextHash> specialTitles; // worn by their own registrations alone
+    TextMap<std::vector<std::string>> similarWithLiveries;        // model: similar models that have liveries
+    TextMap<TextMap<std::vector<std::string>>> airlineSimilar;    // airline, model
+    std::vector<std::string> lightModelPool, buzjetModelPool, rotorModelPool;
+    bool processed = false; // indexing has been done in this process
 };
 extern LiveryStore liveryStore;
 
-void gf_scanLiveries(); // the store from "LiveriesScanned.xml"; shows the count
-bool gf_readScannedLiveries(const std::string& pathUtf8, std::vector<Livery>& out); // the file alone
-// Of a parsed document; appends. For gf_readScannedLiveries and the fuzz target.
-void gf_readLiveriesDocument(const pugi::xml_document& document, std::vector<Livery>& out);
-void gf_setLiveries(std::vector<Livery> liveries);
+// The store (scan, file, indexing) -------------------------------------------------------------------------------
+void gf_scanLiveries(); // scans if SCAN_LIVERIES asks for it, then indexes. Throws orvo::UserErrorException
+bool gf_runFolderScan(const std::vector<std::filesystem::path>& folders); // false: no livery found
+void gf_readLiveriesFile(
+    std::vector<Livery>& liveries); // "LiveriesScanned.xml"; throws orvo::UserErrorException
+// Of a parsed document; appends, but for a livery without a title. For gf_readLiveriesFile and the fuzz target.
+void gf_readLiveriesDocument(const pugi::xml_document& document, std::vector<Livery>& liveries);
+void gf_processScannedLiveries(); // reads the file and builds the store, once per process
+// The building alone, of any list, without the registration files; for tests and tools.
+void gf_indexLiveries(std::vector<Livery> liveries);
+// With hexidTitles and failedTitles, which speak of the same titles. The similar models stay: the first list of a
+// model counts for the process.
 void gf_clearLiveryStores();
-// Provisional: a title of the same type, else of the same category, that the simulator has not refused; "" when there
-// is none, and the type then counts as one without a livery. The view stays valid until the stores are cleared.
-std::string_view gf_titleForLiveAc(const AcBase& ac);
+
+// Matching; worker -------------------------------------------------------------------------------------------------
+bool gf_titleForLiveAc(LiveAc& ac); // true when ac.title is set afterwards
+// For static aircraft: may come with a title; takes the stand's cargo flag. True when ac.title is set afterwards.
+bool gf_matchStaticLivery(AcBase& ac, bool standCargo, std::string_view standName);
 std::string_view
 gf_titleOfRegcode(std::string_view regcode); // the title registered for this aircraft; "" for none
+std::size_t gf_randomIndex(std::size_t n);   // 0 when RANDOM is off or n is below 2
 void gf_noteLiveryFailure(const AcBase& ac); // for the matching summary
-void gf_logMatchingSummary();
+void gf_writeMatchSummary();
 void gf_logNoMatches(); // "No match found for:"
 void gf_forgetNoMatches();

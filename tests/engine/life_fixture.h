@@ -41,9 +41,10 @@ class Life : public testing::Test {
         refData.rotorModels = {"R44"};
         refData.icaoAirlines = {"DLH", "BAW", "AFR", "CTY"};
         refData.wingspanByCategory.fill(0.01);
-        gf_setLiveries({{"DLH", "A320", "FSLTL_A320_DLH", "D-AIXX", false},
-                        {"BAW", "B744", "B744 BAW", "G-BNLY", false},
-                        {"ZZZ", "C172", "C172 generic", "", false}});
+        gf_indexLiveries({{"DLH", "A320", "FSLTL_A320_DLH", "D-AIXX", false},
+                          {"BAW", "B744", "B744 BAW", "G-BNLY", false},
+                          {"ZZZ", "A320", "A320 generic", "", false},
+                          {"ZZZ", "C172", "C172 generic", "", false}});
         fresh();
         lf_presizeSimQueues();
         plat::seedRandom(1);

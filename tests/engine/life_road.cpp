@@ -106,16 +106,24 @@ TEST_F(Road, AnAircraftComesIsLitFliesAndGoes) {
     EXPECT_TRUE(std::filesystem::is_empty(folders.flightPlans));
 }
 
-TEST_F(Road, ARefusedTitleIsToldAndTheNextTitleTried) {
-    gf_setLiveries({{"DLH", "A320", "a broken one", "", false}, {"DLH", "A320", "a good one", "", false}});
+// A draw that hits a refused title ends that matching: the aircraft waits for a later report to draw again.
+TEST_F(Road, ARefusedTitleIsToldAndNotAskedForAgain) {
+    gf_indexLiveries({{"DLH", "A320", "a broken one", "", false}, {"DLH", "A320", "a good one", "", false}});
     RANDOM.value = false;
     hub.world.refusedTitles = {"broken"};
     reports(12);
     fly(32);
     EXPECT_TRUE(engine.live.empty());
     EXPECT_EQ(gf_shownMessage(), "DLH424 \"a broken one\" could not be created by your Sim!");
+    const auto created = engineCounters.spawned;
     reports(12);
     fly(34);
+    EXPECT_EQ(engineCounters.spawned, created);
+    RANDOM.value = true;
+    for (int i = 0; i < 8 && !object(); ++i) {
+        reports(12);
+        fly(34);
+    }
     ASSERT_TRUE(object());
     EXPECT_EQ(object()->title, "a good one");
     EXPECT_EQ(engineCounters.ready, 1u);

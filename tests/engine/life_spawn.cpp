@@ -317,7 +317,7 @@ TEST_F(Life, AnAircraftWithoutALiveryIsNotAskedForAgainUntilForgotten) {
     }
     EXPECT_EQ(notSpawned(NotSpawned::noLivery), 2u);
     EXPECT_EQ(engine.noLivery.size(), 1u);
-    gf_setLiveries({{"DLH", "A320", "new", "", false}});
+    gf_indexLiveries({{"DLH", "A320", "new", "", false}});
     due(hex, 50).regcode = "D-AIXX";
     tick();
     EXPECT_TRUE(engine.live.empty());

@@ -36,7 +36,7 @@ class Scenario : public test::MotionTest {
             refData.allModels.insert(type);
             refData.largeModels.insert(type);
         }
-        gf_setLiveries({{"ZZZ", "A320", "Test A320", "", false}, {"ZZZ", "A319", "Test A319", "", false}});
+        gf_indexLiveries({{"ZZZ", "A320", "Test A320", "", false}, {"ZZZ", "A319", "Test A319", "", false}});
         worst = {};
         watched.clear();
         engineLife = EngineProcess();

@@ -4,6 +4,7 @@
 
 #include "app/app.h"
 #include "app/display.h"
+#include "app/errors.h"
 #include "app/folders.h"
 #include "app/log.h"
 #include "app/parameters.h"
@@ -26,7 +27,8 @@ class LiveriesTest : public testing::Test {
         engine = EngineRun{};
         refData = RefData{};
         display = Display{};
-        gf_clearLiveryStores();
+        liveryStore = LiveryStore{};
+        engineLife = EngineProcess{};
         gf_forgetNoMatches();
         gf_setDownloadBase("");
         gf_buildFolders();
@@ -35,7 +37,8 @@ class LiveriesTest : public testing::Test {
     ~LiveriesTest() override {
         gf_closeLog();
         gf_setDownloadBase("");
-        gf_clearLiveryStores();
+        liveryStore = LiveryStore{};
+        engineLife = EngineProcess{};
         refData = RefData{};
         engine = EngineRun{};
         display = Display{};

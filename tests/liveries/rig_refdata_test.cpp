@@ -89,11 +89,19 @@ TEST_F(LiveriesTest, TheDemonstrationHasATitleForEveryTypeAndSeveralForEachCateg
     gf_readDbaseFile("data.xml");
     rig::writeDemoLiveries(tables, "output/LiveriesScanned.xml");
     gf_scanLiveries();
-    for (const auto& row : tables.types) EXPECT_EQ(liveryStore.modelTitles.count(row.designator), 1u);
-    for (const auto& titles : liveryStore.categoryTitles) EXPECT_GE(titles.size(), 50u);
+    std::array<std::size_t, categoryCount> perCategory{};
     std::set<std::string> titles;
-    for (const auto& livery : liveryStore.scanned) titles.insert(livery.title);
-    EXPECT_EQ(titles.size(), liveryStore.scanned.size()) << "no title twice";
+    for (const auto& models : liveryStore.modelLiveries)
+        for (const auto& [model, list] : models) {
+            perCategory[static_cast<std::size_t>(gf_modelCategory(model))] += list.size();
+            titles.insert(list.begin(), list.end());
+        }
+    for (const auto& row : tables.types)
+        EXPECT_TRUE(liveryStore.modelLiveries[0].contains(row.designator) ||
+                    liveryStore.modelLiveries[1].contains(row.designator))
+            << row.designator;
+    for (const std::size_t count : perCategory) EXPECT_GE(count, 50u);
+    EXPECT_EQ(titles.size(), display.liveryCount) << "no title twice";
     EXPECT_EQ(titles.count("Velloray Demo A320 BAW"), 1u);
 }
 

@@ -1,0 +1,12 @@
+#pragma once
+// The steps in which the livery store is filled, for store.cpp. Worker, before the main cycle.
+
+#include "liveries/liveries.h"
+
+void lf_sortLiveries(
+    std::vector<Livery>& liveries); // by airline, model, title, and then whatever tells them apart
+void lf_buildIndex(std::vector<Livery> liveries, bool withRegcodeFiles); // the whole store; shows the count
+void lf_buildSimilarMaps();                                              // of the models that have liveries
+void lf_fillModelPools();                                                // likewise
+void lf_reportGenericModels();
+void lf_reportCategories(); // switches the traffic off for which there are no liveries
