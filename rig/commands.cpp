@@ -10,6 +10,7 @@ const std::vector<Command>& commands() {
         {"feed", "a RealTraffic that plays a recording or makes traffic", runFeed},
         {"server", "a download server for a folder", runServer},
         {"refdata", "builds a download tree from plain tables", runRefdata},
+        {"fleet", "an installed simulator with livery packages", runFleet},
         {"replay", "a whole flight in virtual time, with a report", runReplay},
     };
     return table;
