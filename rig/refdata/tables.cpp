@@ -1,90 +1,16 @@
-// Reading of the plain tables: comma-separated files with a header line, plain or gzip. Columns are found by name and
-// others ignored, so that tables of other makers with the same columns do as well.
+// Reading of the plain tables of types, airlines, registrations and the like.
 
+#include "refdata/csv.h"
 #include "refdata/refdata.h"
 
 #include <fmt/format.h>
-#include <zlib.h>
 
 #include <algorithm>
-#include <memory>
 #include <random>
 #include <set>
 #include <stdexcept>
 
 namespace rig {
-
-static std::string readWhole(const std::filesystem::path& path) { // plain or gzip
-    const std::unique_ptr<gzFile_s, int (*)(gzFile)> in(gzopen(path.c_str(), "rb"), gzclose);
-    if (!in) throw std::runtime_error(fmt::format("cannot open \"{}\"", path.string()));
-    std::string text;
-    std::vector<char> block(1 << 16);
-    int count = 0;
-    while ((count = gzread(in.get(), block.data(), static_cast<unsigned>(block.size()))) > 0)
-        text.append(block.data(), static_cast<std::size_t>(count));
-    if (count < 0) throw std::runtime_error(fmt::format("\"{}\" is damaged", path.string()));
-    return text;
-}
-
-// The fields of the line at `place`, which moves behind it. A field in quotes may hold commas and doubled quotes.
-static std::vector<std::string> nextRow(const std::string& text, std::size_t& place) {
-    std::vector<std::string> fields(1);
-    bool quoted = false;
-    for (; place < text.size(); ++place) {
-        const char c = text[place];
-        if (quoted) {
-            if (c != '"') {
-                fields.back() += c;
-            } else if (place + 1 < text.size() && text[place + 1] == '"') {
-                fields.back() += text[++place];
-            } else {
-                quoted = false;
-            }
-        } else if (c == '"') {
-            quoted = true;
-        } else if (c == ',') {
-            fields.emplace_back();
-        } else if (c == '\n') {
-            ++place;
-            break;
-        } else if (c != '\r') {
-            fields.back() += c;
-        }
-    }
-    return fields;
-}
-
-// Walks the rows of one table; an empty path is a table without rows.
-class CsvReader {
-  public:
-    explicit CsvReader(const std::filesystem::path& p) : path(p) {
-        if (path.empty()) return;
-        text = readWhole(path);
-        header = nextRow(text, place);
-    }
-    bool next() {
-        while (place < text.size()) {
-            row = nextRow(text, place);
-            if (row.size() > 1 || !row[0].empty()) return true;
-        }
-        return false;
-    }
-    // "" when the row is short; a column that only some tables have may be missing
-    std::string field(const char* name, bool needed = true) const {
-        const auto found = std::find(header.begin(), header.end(), name);
-        if (found == header.end() && needed)
-            throw std::runtime_error(fmt::format("\"{}\" has no column \"{}\"", path.string(), name));
-        const auto column = static_cast<std::size_t>(found - header.begin());
-        return column < row.size() ? row[column] : std::string();
-    }
-    const std::vector<std::string>& wholeRow() const { return row; }
-
-  private:
-    std::filesystem::path path;
-    std::string text;
-    std::size_t place = 0;
-    std::vector<std::string> header, row;
-};
 
 static std::vector<std::string> splitAtBlanks(const std::string& text) {
     std::vector<std::string> parts;

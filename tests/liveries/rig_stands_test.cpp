@@ -1,0 +1,155 @@
+// Tables of stands: what passes, what is left out, and what is said about it.
+
+#include "refdata/stands.h"
+
+#include "support.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+using rig::readStandTables;
+using Texts = std::vector<std::string>;
+
+static std::filesystem::path ourInput() {
+    return std::filesystem::path(VELLORAY_SOURCE_DIR) / "install" / "input";
+}
+
+class RigStands : public testing::Test {
+  protected:
+    RigStands() {
+        folder.enter();
+        test::writeFile("index.csv",
+                        "icao,name,lat,lon,elev_ft\nXAAA,\"Alpha, East\",10,20,33\nXBBB,Beta,1,1,\n");
+    }
+    test::ScratchFolder folder;
+    static constexpr const char* header = "id,lat,lon,heading,radius_m,kind,width_class,airlines\n";
+};
+
+TEST_F(RigStands, KeepTheGoodRowsAndNameTheBadOnes) {
+    test::writeFile("XAAA.csv", std::string("\xEF\xBB\xBF") + header +
+                                    "A1,10.001,20.000,360,18,gate,C,BAW\r\n"
+                                    "A2,10.002,20.000,-90.5,26,cargo,D,\r\n"
+                                    ",10.003,20.000,0,18,gate,C,\n"
+                                    "B1,,20.000,0,18,gate,C,\n"
+                                    "B2,91,20.000,0,18,gate,C,\n"
+                                    "B3,0.0005,0.02,0,18,gate,C,\n"
+                                    "B4,10.004,20.000,north,18,gate,C,\n"
+                                    "B5,10.005,20.000,0,1,gate,C,\n"
+                                    "B6,10.006,20.000,0,200,gate,C,\n"
+                                    "B7,10.2,20.000,0,18,gate,C,\n"
+                                    "A1,10.007,20.000,0,18,gate,C,\n"
+                                    "B8,10.001,20.000001,0,18,gate,C,\n"
+                                    "B9,10.0080x,20.000,0,18,gate,C,\n"
+                                    "\n"
+                                    "C1,10.009,20.000,12.5,40,gaet,F,\n");
+    const auto tables = readStandTables("XAAA.csv", ourInput());
+    EXPECT_EQ(tables.complaints,
+              (Texts{"index.csv, line 3: airport \"XBBB\" needs a code, a position and an elevation",
+                     "XAAA.csv, line 4: no id", "XAAA.csv, line 5: stand \"B1\" has no position",
+                     "XAAA.csv, line 6: stand \"B2\" has no position",
+                     "XAAA.csv, line 7: stand \"B3\" has no position",
+                     "XAAA.csv, line 8: stand \"B4\" has no heading",
+                     "XAAA.csv, line 9: stand \"B5\" has no radius between 1 and 200 metres",
+                     "XAAA.csv, line 10: stand \"B6\" has no radius between 1 and 200 metres",
+                     "XAAA.csv, line 11: stand \"B7\" is not at XAAA",
+                     "XAAA.csv, line 12: stand \"A1\" stands in line 2 already",
+                     "XAAA.csv, line 13: stand \"B8\" has the place of \"A1\"",
+                     "XAAA.csv, line 14: stand \"B9\" has no position",
+                     "XAAA.csv, line 16: kind \"gaet\" of stand \"C1\" is unknown, taken for a gate"}));
+    ASSERT_EQ(tables.airports.size(), 1u);
+    const auto& airport = tables.airports[0];
+    EXPECT_EQ(airport.name, "Alpha, East");
+    EXPECT_EQ(airport.elevationFt, 33);
+    ASSERT_EQ(airport.stands.size(), 3u);
+    EXPECT_EQ(airport.stands[0].heading, 0);
+    EXPECT_EQ(airport.stands[1].heading, 269.5);
+    EXPECT_EQ(airport.stands[2].heading, 12.5);
+    EXPECT_EQ(airport.stands[2].radiusM, 40);
+}
+
+TEST_F(RigStands, AreOfTheKindsThatTheProgramTellsApart) {
+    const std::pair<const char*, const char*> kinds[] = {
+        {"18,gate", ""},         {"7.5,gate", ""}, {"10,ga", "r"}, {"33,cargo", "cr"}, {"33,mil-cargo", "r"},
+        {"14,mil-fighter", "r"}, {"12,heli", "h"}, {"18,", ""},    {"7.5,", "r"}};
+    std::string text = header;
+    int row = 0;
+    for (const auto& [radiusAndKind, flags] : kinds) {
+        ++row;
+        text += std::to_string(row) + ",10.0" + std::to_string(row) + ",20,0," + radiusAndKind + ",,\n";
+    }
+    test::writeFile("XAAA.csv", text);
+    const auto tables = readStandTables("XAAA.csv", ourInput());
+    EXPECT_EQ(tables.complaints.size(), 1u) << "of the index alone";
+    ASSERT_EQ(tables.airports[0].stands.size(), std::size(kinds));
+    for (std::size_t i = 0; i < std::size(kinds); ++i) {
+        const auto& stand = tables.airports[0].stands[i];
+        const std::string flags =
+            std::string(stand.cargo ? "c" : "") + (stand.ramp ? "r" : "") + (stand.heli ? "h" : "");
+        EXPECT_EQ(flags, kinds[i].second) << kinds[i].first;
+    }
+}
+
+TEST_F(RigStands, ComeFromAFolderOrFromOneTableOfManyAirports) {
+    const std::string good = std::string(header) + "1,10.001,20,0,18,gate,C,\n";
+    test::writeFile("XAAA.csv", good);
+    test::writeFile("XBBB.csv", good); // the index has no elevation, the directory no such airport
+    test::writeFile("LEBL.csv", "id,lat,lon\n1,10,20\n");
+    test::writeFile("notes.csv", "anything\n");
+    test::writeFile("XAAA.nodes.csv", "id\n1\n");
+    test::writeFile("EHAM.csv", std::string(header) + "1,52.31,4.76,0,18,gate,C,\n2,0,0,0,18,gate,C,\n");
+    test::writeFile("EGLL.csv", std::string(header) + "1,52.31,4.76,0,18,gate,C,\n");
+    auto tables = readStandTables(".", ourInput());
+    ASSERT_EQ(tables.airports.size(), 2u);
+    EXPECT_EQ(tables.airports[0].code, "EHAM");
+    EXPECT_EQ(tables.airports[0].elevationFt, -11) << "from the directory";
+    EXPECT_EQ(tables.airports[0].stands.size(), 1u);
+    EXPECT_EQ(tables.airports[1].code, "XAAA");
+    for (const char* said : {"XBBB.csv, line 2: airport \"XBBB\" is neither in an index nor in the directory",
+                             "\"./LEBL.csv\" has no column \"heading\"", "EGLL is left without a good stand",
+                             "EGLL.csv, line 2: stand \"1\" is not at EGLL"})
+        EXPECT_TRUE(std::find(tables.complaints.begin(), tables.complaints.end(), said) !=
+                    tables.complaints.end())
+            << said;
+
+    test::writeFile("world.csv", std::string("icao,") + header +
+                                     "EHAM,1,52.31,4.76,0,18,gate,C,\nXAAA,1,10,20,0,18,gate,C,\n"
+                                     "ehs,1,52.31,4.76,0,18,gate,C,\nEHAM,2,52.312,4.76,0,18,gate,C,\n");
+    tables = readStandTables("world.csv", ourInput());
+    ASSERT_EQ(tables.airports.size(), 2u);
+    EXPECT_EQ(tables.airports[0].stands.size(), 2u);
+    EXPECT_EQ(tables.complaints.back(),
+              "world.csv, line 4: airport \"ehs\" is neither in an index nor in the directory");
+}
+
+TEST_F(RigStands, AreAnErrorWhenNoneIsGood) {
+    const auto text = [](const std::filesystem::path& place) {
+        try {
+            readStandTables(place, ourInput());
+        } catch (const std::runtime_error& e) {
+            return std::string(e.what());
+        }
+        return std::string();
+    };
+    EXPECT_EQ(text("XAAA.csv"), "cannot open \"XAAA.csv\"");
+    test::writeFile("XAAA.csv", "id,lat,lon,heading,radius_m\n");
+    EXPECT_EQ(text("XAAA.csv"),
+              "no stands in \"XAAA.csv\": index.csv, line 3: airport \"XBBB\" needs a code, a position "
+              "and an elevation");
+    test::writeFile("stands.csv", "id,lat,lon,heading,radius_m\n");
+    EXPECT_EQ(text("stands.csv"), "\"stands.csv\" is named by no airport code and has no column \"icao\"");
+    std::filesystem::remove("index.csv");
+    EXPECT_EQ(text("."), "no stands in \".\"");
+}
+
+TEST_F(RigStands, OfTheLargeAirportsAllPass) {
+    const auto shared = test::sharedFolder() / "refdata" / "stands";
+    if (!std::filesystem::exists(shared)) GTEST_SKIP() << "no tables in " << shared;
+    const auto tables = readStandTables(shared, ourInput());
+    std::size_t stands = 0;
+    for (const auto& airport : tables.airports) stands += airport.stands.size();
+    EXPECT_EQ(tables.airports.size(), 29u);
+    EXPECT_EQ(stands, 4681u);
+    EXPECT_EQ(tables.complaints, Texts{});
+}
