@@ -3,9 +3,12 @@
 
 #include "app/parameters.h"
 
+#include "app/log.h"
+#include "platform/text.h"
 #include "platform/window.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 #include <string>
 
 // clang-format off
@@ -109,5 +112,11 @@ void gf_showParameter(const IntParameter& p) {
 }
 
 void gf_showParameter(const StringParameter& p) {
-    if (p.control.controlId != 0) plat::setText(p.control.controlId, p.value());
+    if (p.control.controlId == 0) return;
+    try {
+        plat::setText(p.control.controlId, p.value());
+    } catch (const win32::Utf8ConversionException& e) { // the control keeps its former text
+        gf_logLine(fmt::format("{} conversion exception {}, error code: {}", "gf_showParameter", e.what(),
+                               e.errorCode()));
+    }
 }

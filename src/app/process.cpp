@@ -13,7 +13,6 @@
 #include "platform/window.h"
 #include "window/window.h"
 
-#include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <fmt/format.h>
@@ -68,11 +67,15 @@ int gf_main() {
     try {
         gf_openLog();
     } catch (const std::exception& e) {
-        fmt::print(stderr, "{}\n", e.what());
+        plat::tellFailure(programName, e.what());
         return 1;
     }
     if (folders.appData.empty()) gf_logRaw("Could not find the AppData path");
     plat::onTerminationRequest(gf_userClosesWindow);
+    if (const char* const refused = plat::prepareWindow(); *refused) {
+        gf_logRaw(refused);
+        return 0;
+    }
     if (!lf_createMainWindow()) {
         gf_logRaw("initInstance failed");
         return 0;

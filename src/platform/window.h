@@ -24,9 +24,13 @@ struct WindowHandlers {                  // all called on the thread of the mess
 };
 
 // On the thread of the message loop.
+const char* prepareWindow(); // once, before openWindow: "", or for the log what the system refused
 bool openWindow(const char* title, int x, int y, int outerWidth, int outerHeight, WindowHandlers handlers);
 int runLoop();                       // until quitLoop(); gives its code
 bool windowPosition(int& x, int& y); // of the outer frame, as openWindow takes it
+
+// Before there is a window: tells the user why there will be none. May wait for the user.
+void tellFailure(const char* title, std::string_view utf8);
 
 // From any thread; none waits for the loop. Before the window exists they do nothing.
 void postMessage(unsigned message);
@@ -39,7 +43,9 @@ void addCheckBox(int id, int x, int y, int w, int h, bool checked);
 void addPushButton(int id, int x, int y, int w, int h, const char* text); // starts disabled
 void addEditBox(int id, int x, int y, int w, int h);                      // starts disabled
 
-// Controls, from any thread; a read gives the value last set or typed. An unknown id is ignored.
+// Controls, from any thread; none waits for the loop. A read gives the value last set or typed. An unknown id is
+// ignored. A text that the system cannot take changes nothing; that and a typed one that is none in UTF-8 throw
+// win32::Utf8ConversionException.
 void setEnabled(int id, bool on);
 bool isEnabled(int id);
 void setChecked(int id, bool on);
@@ -47,7 +53,7 @@ bool isChecked(int id);
 void setText(int id, std::string_view utf8);
 std::string getText(int id);
 
-// Drawing, inside WindowHandlers::paint.
+// Drawing, inside WindowHandlers::paint. A text that the system cannot take throws as above.
 void fillRect(Rect r, Colour c);
 void drawLine(int x1, int y1, int x2, int y2, Colour c); // horizontal or vertical; the end point is not drawn
 void drawText(int x, int y, std::string_view utf8, Colour c); // left top corner of the first character's cell

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <cstdio>
 #include <deque>
 #include <functional>
 #include <map>
@@ -76,6 +77,12 @@ void addControl(int id, headless::Control control) {
 } // namespace
 
 // ---- the window and its loop -----------------------------------------------------------------------------------
+
+const char* prepareWindow() { return ""; }
+
+void tellFailure(const char* title, std::string_view utf8) {
+    std::fprintf(stderr, "%s: %.*s\n", title, static_cast<int>(utf8.size()), utf8.data());
+}
 
 bool openWindow(const char*, int x, int y, int, int, WindowHandlers handlers) {
     const auto create = handlers.create;

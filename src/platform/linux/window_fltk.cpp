@@ -20,6 +20,7 @@
 #include <atomic>
 #include <clocale>
 #include <condition_variable>
+#include <cstdio>
 #include <cstring>
 #include <deque>
 #include <map>
@@ -334,6 +335,12 @@ void sendTopMost(bool on) {
 }
 
 } // namespace
+
+const char* prepareWindow() { return ""; }
+
+void tellFailure(const char* title, std::string_view utf8) {
+    std::fprintf(stderr, "%s: %.*s\n", title, static_cast<int>(utf8.size()), utf8.data());
+}
 
 bool openWindow(const char* title, int x, int y, int outerWidth, int outerHeight, WindowHandlers h) {
     if (!openDisplay()) return false;
