@@ -77,15 +77,18 @@ FileEncoding gf_fileEncoding(const std::filesystem::path& path) {
     }
     char start[2] = {};
     in.read(start, 2);
-    const std::string_view mark(start, static_cast<std::size_t>(in.gcount()));
+    return gf_encodingOfBytes(std::string_view(start, static_cast<std::size_t>(in.gcount())));
+}
+
+FileEncoding gf_encodingOfBytes(std::string_view bytes) {
+    const std::string_view mark = bytes.substr(0, 2);
     if (mark == "\xFF\xFE") return FileEncoding::utf16le;
     if (mark == "\xFE\xFF") return FileEncoding::utf16be;
     if (mark == "\xEF\xBB") return FileEncoding::utf8bom; // the third byte is not looked at
     return FileEncoding::plain;
 }
 
-// Throws for an odd number of bytes and for an invalid sequence.
-static std::string utf8OfUtf16Bytes(std::string_view bytes, bool bigEndian) {
+std::string gf_utf8OfUtf16Bytes(std::string_view bytes, bool bigEndian) {
     constexpr unsigned noTranslation = 1113; // the Windows number for an invalid sequence
     if (bytes.size() % 2 != 0)
         throw win32::Utf8ConversionException("Invalid UTF-16 sequence found in input string.", noTranslation);
@@ -100,18 +103,20 @@ static std::string utf8OfUtf16Bytes(std::string_view bytes, bool bigEndian) {
     return plat::utf8FromUtf16(units);
 }
 
+std::string gf_utf16FailureText(const std::exception& failure) {
+    if (const auto* invalid = dynamic_cast<const win32::Utf8ConversionException*>(&failure))
+        return fmt::format("conversion from error from utf16 to utf8, code: {}", invalid->errorCode());
+    return fmt::format("conversion from error from utf16 to utf8: {}", failure.what());
+}
+
 bool gf_readTextFile(FileEncoding encoding, const std::filesystem::path& path, std::string& result) {
     std::string bytes;
     if (!readBytes(path, bytes)) return false;
     switch (encoding) {
     case FileEncoding::utf16le:
-    case FileEncoding::utf16be: try { result = utf8OfUtf16Bytes(bytes, encoding == FileEncoding::utf16be);
-        } catch (const win32::Utf8ConversionException& e) {
-            gf_showMessage(fmt::format("conversion from error from utf16 to utf8, code: {}", e.errorCode()),
-                           true);
-            return false;
+    case FileEncoding::utf16be: try { result = gf_utf8OfUtf16Bytes(bytes, encoding == FileEncoding::utf16be);
         } catch (const std::exception& e) {
-            gf_showMessage(fmt::format("conversion from error from utf16 to utf8: {}", e.what()), true);
+            gf_showMessage(gf_utf16FailureText(e), true);
             return false;
         }
         return true;

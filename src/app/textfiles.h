@@ -1,6 +1,7 @@
 #pragma once
 // Small file helpers of the scans and stores.
 
+#include <exception>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -20,7 +21,12 @@ bool gf_writeFile(std::string_view text, const std::filesystem::path& path, bool
 std::optional<std::vector<std::string>> gf_readLines(const std::filesystem::path& path);
 FileEncoding gf_fileEncoding(const std::filesystem::path& path); // by the first two bytes
 bool gf_readTextFile(FileEncoding encoding, const std::filesystem::path& path,
-                     std::string& result); // as UTF-8
+                     std::string& result);               // as UTF-8
+FileEncoding gf_encodingOfBytes(std::string_view bytes); // the same rule, for bytes already read
+// Of such bytes, mark or not. Throws win32::Utf8ConversionException for an odd number of bytes and for an invalid
+// sequence, std::overflow_error for more text than a conversion takes.
+std::string gf_utf8OfUtf16Bytes(std::string_view bytes, bool bigEndian);
+std::string gf_utf16FailureText(const std::exception& failure); // of the above, for the user
 
 bool gf_boolOfText(
     std::string_view text); // the files' rule: true when the first character is one of 1 t T y Y

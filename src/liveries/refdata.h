@@ -61,6 +61,8 @@ class RegcodeStore {
         return insert(reg, addCode(airl), addCode(type), addCode(opr), cargo);
     }
     std::optional<DbaseRegcode> find(std::string_view reg) const; // exactly this form
+    // Sorted: the registrations with this airline that are shorter than that many characters. Walks all of them.
+    std::vector<std::string> shortRegcodes(std::string_view airl, std::size_t below) const;
     std::size_t size() const { return entries.size(); }
     void clear();
 

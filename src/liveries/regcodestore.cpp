@@ -3,6 +3,7 @@
 
 #include "liveries/refdata.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 constexpr std::size_t smallestTable = 64;      // slots
@@ -83,4 +84,14 @@ std::optional<DbaseRegcode> RegcodeStore::find(std::string_view reg) const {
     if (number == 0) return std::nullopt;
     const Entry& entry = entries[number - 1];
     return DbaseRegcode{codes[entry.airl], codes[entry.type], codes[entry.opr], entry.cargo};
+}
+
+std::vector<std::string> RegcodeStore::shortRegcodes(std::string_view airl, std::size_t below) const {
+    std::vector<std::string> found;
+    const auto number = codeNumbers.find(airl);
+    if (number == codeNumbers.end()) return found;
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        if (entries[i].airl == number->second && textOf(i).size() < below) found.emplace_back(textOf(i));
+    std::sort(found.begin(), found.end());
+    return found;
 }

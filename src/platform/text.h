@@ -25,4 +25,7 @@ namespace plat {
 std::u16string utf16FromUtf8(std::string_view text);
 std::string utf8FromUtf16(std::u16string_view text);
 
+// For text of unknown 8-bit encoding: what is valid UTF-8 stays, anything else is read as Windows-1252. Never throws.
+std::string utf8FromAnyText(std::string_view text);
+
 } // namespace plat

@@ -115,4 +115,25 @@ std::string utf8FromUtf16(std::u16string_view text) {
     return result;
 }
 
+// What Windows-1252 has at 0x80 to 0x9F; the five unused places keep their number.
+static constexpr std::array<char16_t, 32> windows1252{
+    0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0x8D,   0x017D, 0x8F,   0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
+
+std::string utf8FromAnyText(std::string_view text) {
+    std::string_view rest = text;
+    char32_t value = 0;
+    while (!rest.empty() && takeUtf8(rest, value)) {}
+    if (rest.empty()) return std::string(text);
+    std::string result;
+    result.reserve(text.size() + text.size() / 2);
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        const std::size_t place = byte - 0x80u;
+        appendUtf8(result, byte >= 0x80 && place < windows1252.size() ? windows1252[place] : byte);
+    }
+    return result;
+}
+
 } // namespace plat
