@@ -97,7 +97,9 @@ bool CfgLines::next(std::string_view& line) {
     if (carriageReturn < place) carriageReturn = find(place, '\r');
     const char* const lineEnd = std::min(newline, carriageReturn);
     line = {place, static_cast<std::size_t>(lineEnd - place)};
-    place = lineEnd == end ? end : lineEnd + (lineEnd == carriageReturn && newline == lineEnd + 1 ? 2 : 1);
+    place = lineEnd;
+    if (place == carriageReturn && place != end) ++place;
+    if (place == newline && place != end) ++place;
     return true;
 }
 

@@ -39,7 +39,8 @@ std::vector<FileFindings> ScanPool::take(bool wait) {
     std::vector<FileFindings> done;
     const LockGuard guard(lock);
     if (threads.empty() && !jobs.empty())
-        for (auto& job : jobs) job.found = gf_scanFile(job.path, rules, ownMemory);
+        for (; begun < jobs.size(); ++begun)
+            jobs[begun].found = gf_scanFile(jobs[begun].path, rules, ownMemory);
     while (wait && !jobs.empty() && !jobs.front().found) {
         takerWaits = true;
         oldestDone.wait(lock);
