@@ -88,6 +88,7 @@ struct AirportsRun {
     std::uint32_t updates = 0; // to the learned data since the last save
     bool learnAllowed = false; // soft learning, by the quality of what is known
     bool pending = false;      // the park airport's file is being read
+    std::int32_t maxParked = 0; // aircraft that may stand parked, live and static; 0 or below: no limit
     std::list<ParkAirportEntry> parkAirports;
     std::string reservedStand; // id; "" for none
     LatLon sortedFor;          // user position of the last sort

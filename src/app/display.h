@@ -40,6 +40,7 @@ struct Display {
     Relaxed<std::uint32_t> liveryCount{0};                           // liveries; 0: not yet known
     Relaxed<std::uint32_t> mySimaddonCount{0}, myThirdpartyCount{0}; // airports; 0: not yet known
     Relaxed<std::uint32_t> parkedLive{0}, parkedStatic{0};           // engine
+    Relaxed<float> liveFit{-1}, staticFit{-1}; // engine: hours that those have stood on average; -1: not yet known
     Relaxed<std::int32_t> minutesToSummary{0};                       // worker
 };
 extern Display display;

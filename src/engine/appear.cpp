@@ -1,9 +1,10 @@
 // The simulator's messages, and what follows when an object has appeared: its flight plan, the request of its centre
 // of gravity, the wait, its lights and engines, and from then on it is active. Worker.
 
-#include "engine/engine.h"
+#include "engine/parking.h"
 #include "engine/trace.h"
 
+#include "app/log.h"
 #include "app/parameters.h"
 
 // Ticks after an object has appeared: the lights of a new object come up only when all have been toggled twice, and
@@ -128,6 +129,7 @@ static void lf_staticWaitStep(SimMessage& wait) {
     ac->st = SimState::active;
     ac->objectId = wait.objectId;
     lf_shutDownAtStand(*ac);
+    gf_logLine(fmt::format("{:8}: {:8} parked", lf_standName(ac->standId), ac->callsign));
     lf_removalAskedMeanwhile(*ac);
 }
 

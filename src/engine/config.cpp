@@ -9,13 +9,13 @@
 static constexpr std::uint32_t throttleValues[] = {0, 4914, 8191, 11468, 16383};
 static constexpr std::uint32_t flapsValues[] = {0, 3072, 10240, 16383};
 
-void lf_setThrottle(LiveAc& ac, int index) {
+void lf_setThrottle(AcBase& ac, int index) {
     if (ac.thrustIndex == index) return;
     gf_queueEvent(ac.objectId, evThrottle, throttleValues[index]);
     ac.thrustIndex = index;
 }
 
-void lf_setFlaps(LiveAc& ac, int index) {
+void lf_setFlaps(AcBase& ac, int index) {
     if (lf_isRotorcraft(ac) || ac.flapsIndex == index) return;
     gf_queueEvent(ac.objectId, evFlaps, flapsValues[index]);
     ac.flapsIndex = index;
@@ -86,6 +86,7 @@ static void lf_beginApproach(LiveAc& ac) {
     lf_trace(ac.hexid, "begins its approach");
     ac.landing = true;
     ac.goingAround = false;
+    lf_freeStand(ac);
     lf_clearStand(ac);
     lf_widenElasticity(ac);
     ac.takeoffCounter = 1;

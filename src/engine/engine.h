@@ -108,7 +108,8 @@ struct LiveAc : AcBase {
     double touchdownHeading = 0;
     double pushRefDist = 0;
     double firstParkDist = 0, lastParkDist = 0;
-    double headingError = 0; // degrees between heading and targetHeading
+    double checkedLat = 0, checkedLon = 0; // place at the last check against static aircraft
+    double headingError = 0;               // degrees between heading and targetHeading
     double forcedHeading = 0;
     bool forcedHeadingSet = false;
     bool pushTurnRight = false, pushTurnKnown = false;
@@ -122,6 +123,11 @@ struct LiveAc : AcBase {
 
 // The old value goes to fsPrev; writing the value that fs already holds changes neither.
 void setFlightState(LiveAc& ac, FlightState fs);
+
+struct LearnedAc { // a sighting that was learned, so that the next one soon after is not
+    std::uint32_t hexid = 0;
+    WeekSlot slot;
+};
 
 struct WaitRecord { // an object that appeared and gets its lights and start state
     SimMessage message;
@@ -145,7 +151,9 @@ struct EngineRun {
     std::unordered_set<std::string, TextHash, std::equal_to<>> failedTitles; // refused by the simulator
     std::vector<TrafficRecord> taken;                                        // reports of this Tick
     std::vector<SimMessage> messages;                                        // of this Tick
-    UserBlock user; // the worker's copy of the user's aircraft
+    std::vector<LearnedAc> learned; // the last sighting of each aircraft
+    UserBlock user;                 // the worker's copy of the user's aircraft
+    LatLon userCheckedAt;           // its place at the last conflict check on the ground
 };
 extern EngineRun engine;
 
@@ -207,8 +215,8 @@ void lf_serveSpawnRequest();  // one entry of the spawn requests to the creation
 
 // ---- called by the second step and the schedules ----------------------------------------------------------------
 void lf_serveNewArrival();     // one entry of the list of new arrivals
-void lf_userConflicts();       // aircraft in the way of the user: none yet
-void lf_parkedConflicts();     // none yet
+void lf_userConflicts();       // aircraft in the way of the user
+void lf_parkedConflicts();     // static aircraft in the way of live ones
 void lf_removeStaticDoubles(); // every 61 seconds
 void lf_serveBlockRequest();
 void lf_findObjectId(); // none yet
@@ -276,8 +284,8 @@ bool lf_validCallsign(std::string_view callsign);
 // ---- motion (motion.cpp, air.cpp, landing.cpp, extend.cpp, ground.cpp, config.cpp) -------------------------------
 bool updateLiveAc(LiveAc& ac); // one tick; true: the record is to be erased
 void nextPosMain(LiveAc& ac);
-void lf_setThrottle(LiveAc& ac, int index);
-void lf_setFlaps(LiveAc& ac, int index);
+void lf_setThrottle(AcBase& ac, int index);
+void lf_setFlaps(AcBase& ac, int index);
 void lf_setGear(LiveAc& ac, bool down);
 void lf_setSpoilers(LiveAc& ac, std::uint32_t value);
 void lf_setLights(std::uint32_t objectId,
@@ -287,20 +295,17 @@ bool checkNewPosDuringLanding(LiveAc& ac, StreamPoint& point);
 void lf_goAroundAfterTouchdown(LiveAc& ac);
 void lf_startTakeoffRoll(LiveAc& ac);
 void removeSmallStop(LiveAc& ac, const StreamPoint& point);
-bool lf_checkLeaveStand(LiveAc& ac, StreamPoint& point); // none yet: false
+bool lf_checkLeaveStand(LiveAc& ac, StreamPoint& point); // of a parked aircraft: true stores the point
 void lf_onHeightReport(const SimMessage& message);
 void lf_onStaticCg(const SimMessage& message);
 void lf_touchdown(LiveAc& ac);
 
-// ---- stands and conflicts (parking.cpp, conflicts.cpp) -------------------------------------------------------------
-const Stand* lf_findStand(double lat, double lon, const AcBase& ac, double radiusMeters,
-                          bool wide);                 // none yet: nullptr
-void lf_learnSoftStand(const LiveAc& ac, bool force); // none yet
-void lf_spawnAtStand(LiveAc& ac, const Stand& stand); // none yet
-void lf_parkedAtCreation(LiveAc& ac);                 // its object has appeared at its stand: none yet
-void lf_shutDownAtStand(AcBase& ac);                  // none yet
-void lf_freeStand(const AcBase& ac);                  // the stand's occupied mark: none yet
-void lf_arrivalCheck(LiveAc& ac);                     // statics that are the same aircraft: none yet
+// ---- stands and conflicts (parking.cpp, learning.cpp, conflicts.cpp); more in parking.h ----------------------------
+void lf_parkedAtCreation(LiveAc& ac); // its object has appeared at its stand
+void lf_shutDownAtStand(AcBase& ac);  // its systems, live or static
+void lf_freeStand(const AcBase& ac);  // the stand's occupied mark; no stand: nothing
+void lf_arrivalCheck(LiveAc& ac);     // the other flight of its turn-round; a static double goes
+void lf_learnSoftStand(const LiveAc& ac, bool force); // it was seen near the airport, without a stand
 
 // ---- flight plan files (flightplan.cpp) ---------------------------------------------------------------------------
 std::string gf_planFileName(std::uint32_t objectId);

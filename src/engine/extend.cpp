@@ -2,6 +2,7 @@
 // rolls on through invented points for a while, or goes; and how a real report ends that. Worker.
 
 #include "engine/motion.h"
+#include "engine/parking.h"
 #include "engine/trace.h"
 
 #include "app/log.h"
@@ -17,7 +18,7 @@ static bool lf_crowded(const LiveAc& ac) {
     return std::any_of(engine.live.begin(), engine.live.end(), [&](const LiveAc& other) {
         return &other != &ac && other.st == SimState::active && other.onGround &&
                other.fs == FlightState::taxi &&
-               gf_distanceNm(ac.lat, ac.lon, other.lat, other.lon) < room * (ac.radiusNm + other.radiusNm);
+               lf_isWithin(ac.lat, ac.lon, other.lat, other.lon, room * (ac.radiusNm + other.radiusNm));
     });
 }
 
@@ -152,7 +153,10 @@ void lf_extrapolate(LiveAc& ac, std::int32_t count) {
     const std::int32_t seconds = ac.onGround ? groundSeconds : airSeconds;
     if (!point.stationary && (point.speed > 0 || ac.departing)) lf_moveAhead(ac, point, seconds);
     point.dueTick = lf_tickAfter(point.dueTick, (parked ? weekSeconds : seconds) * ticksPerSecond);
-    if (parked) ac.feedAtStand = false;
+    if (parked) { // nobody reports it any more: another one may claim its stand
+        ac.feedAtStand = false;
+        lf_freeStand(ac);
+    }
     ac.stream.pushBack(point);
 }
 

@@ -157,7 +157,8 @@ static void lf_takeOffTest(LiveAc& ac) {
 }
 
 void lf_startGroundSegment(LiveAc& ac) {
-    if (ac.fs == FlightState::parked || ac.fs == FlightState::flying)
+    // One that appeared on a stand kept for the user has no state yet; it gets one as it drives away.
+    if (ac.fs == FlightState::parked || ac.fs == FlightState::flying || ac.fs == FlightState::birth)
         setFlightState(ac, FlightState::taxi);
     else if (ac.departing)
         lf_setRollThrottle(ac);

@@ -30,7 +30,7 @@ inline void lf_widenElasticity(LiveAc& ac) { // after a gap or before a manoeuvr
 // ---- categories ----------------------------------------------------------------------------------------------
 bool lf_categoryOn(
     AcCategory category); // the user wants it: asked of a new aircraft and at its first extension
-inline bool lf_isRotorcraft(const LiveAc& ac) { return ac.category == AcCategory::rotorcraft; }
+inline bool lf_isRotorcraft(const AcBase& ac) { return ac.category == AcCategory::rotorcraft; }
 
 // ---- small geometry --------------------------------------------------------------------------------------------
 inline double lf_lonDifference(double from, double to) { // degrees, the short way across 180
@@ -97,7 +97,7 @@ void lf_makeCurve(LiveAc& ac);
 void lf_clearCurve(LiveAc& ac);
 void lf_stepOnCurve(LiveAc& ac);
 void lf_turnTowards(LiveAc& ac, double wanted);
-void lf_pullOut(LiveAc& ac);          // none yet
-void lf_pushBack(LiveAc& ac);         // none yet
-void try2Park(LiveAc& ac, bool wide); // none yet
-void lf_arriveAtStand(LiveAc& ac);    // none yet
+void lf_pullOut(LiveAc& ac);
+void lf_pushBack(LiveAc& ac);
+void try2Park(LiveAc& ac, bool wide); // looks for a stand at the end of the stream, and drives there
+void lf_arriveAtStand(LiveAc& ac);    // parked, or on as `taxi`, or removed

@@ -1,7 +1,7 @@
 // The way out of the simulator, for every aircraft and every reason: removals asked, objects that are gone, refused
 // creations, ghosts, the farthest of too many, and the loss of RealTraffic. Worker.
 
-#include "engine/engine.h"
+#include "engine/parking.h"
 #include "engine/trace.h"
 
 #include "app/errors.h"
@@ -142,8 +142,9 @@ void lf_removeGhost(std::string_view callsign) {
     LiveAc* ghost = lf_findCallsign(std::string(callsign) + "_");
     if (!ghost) return;
     if (LOG) {
-        const std::string place =
-            ghost->fs == FlightState::parked ? fmt::format("{:8}: ", ghost->standId) : std::string(10, ' ');
+        const std::string place = ghost->fs == FlightState::parked
+                                      ? fmt::format("{:8}: ", lf_standName(ghost->standId))
+                                      : std::string(10, ' ');
         gf_logLine(fmt::format("{}{:8} is a ghost and will be removed, continue with {}", place,
                                ghost->callsign, callsign));
     }

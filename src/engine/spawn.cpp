@@ -2,6 +2,7 @@
 // that pace what the simulator gets. Worker.
 
 #include "engine/motion.h"
+#include "engine/parking.h"
 #include "engine/trace.h"
 
 #include "app/log.h"
@@ -12,7 +13,7 @@
 
 static std::string lf_noLiveryKey(const AcBase& ac) { return fmt::format("{} {}", ac.acType, ac.regcode); }
 
-static void lf_giveUp(LiveAc& ac, NotSpawned why) {
+void lf_giveUp(LiveAc& ac, NotSpawned why) {
     ac.eraseNow = true;
     ++engineCounters.notSpawned[static_cast<int>(why)];
     lf_trace(ac.hexid, "does not appear: {}", notSpawnedNames[static_cast<int>(why)]);
@@ -151,8 +152,8 @@ bool lf_validCallsign(std::string_view callsign) {
 
 // The state on the ground: false when the aircraft has to wait for a later point.
 static bool lf_startOnGround(LiveAc& ac) {
-    constexpr double nearAirport = 5;                             // nautical miles
-    constexpr double standRadius = 55, rolledOut = 35, creep = 5; // metres, metres, knots
+    constexpr double nearAirport = 5;           // nautical miles
+    constexpr double rolledOut = 35, creep = 5; // metres, knots
     const StreamPoint& first = ac.stream[0];
     const StreamPoint& second = ac.stream[1];
     const StreamPoint& last = ac.stream.back();
@@ -166,7 +167,9 @@ static bool lf_startOnGround(LiveAc& ac) {
         return true;
     }
     const StreamPoint& place = first.stationary ? first : last;
-    if (const Stand* stand = lf_findStand(place.lat, place.lon, ac, standRadius, true)) {
+    lf_freeStand(ac); // that of an earlier object
+    lf_clearStand(ac);
+    if (Stand* stand = lf_findStand(place.lat, place.lon, ac, standSearchMeters, true)) {
         lf_spawnAtStand(ac, *stand);
         return true;
     }
