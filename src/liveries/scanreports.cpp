@@ -51,14 +51,14 @@ void gf_deleteScanReports() {
     tell(folders.errors, failed);
 }
 
-static void lf_writeReport(ScanReport report, std::vector<std::string>& lines) {
-    const fs::path path = gf_scanReportPath(report);
-    if (reportKinds[static_cast<std::size_t>(report)].sorted) std::sort(lines.begin(), lines.end());
+bool gf_writeReportLines(const std::vector<std::string>& lines, const fs::path& path) {
     std::string text;
     for (const auto& line : lines) text += line + "\n";
     std::error_code failed; // shows in the writing
     fs::create_directories(path.parent_path(), failed);
-    if (!gf_writeFile(text, path, false)) gf_logLine(fmt::format("could not write {}", plat::pathText(path)));
+    if (gf_writeFile(text, path, false)) return true;
+    gf_logLine(fmt::format("could not write {}", plat::pathText(path)));
+    return false;
 }
 
 static void lf_logSummary(const char* headline, bool errors) {
@@ -75,8 +75,12 @@ static void lf_logSummary(const char* headline, bool errors) {
 }
 
 void gf_writeScanReports() {
-    for (std::size_t i = 0; i < scanReportCount; ++i)
-        if (!scanReports.lines[i].empty()) lf_writeReport(static_cast<ScanReport>(i), scanReports.lines[i]);
+    for (std::size_t i = 0; i < scanReportCount; ++i) {
+        auto& lines = scanReports.lines[i];
+        if (lines.empty()) continue;
+        if (reportKinds[i].sorted) std::sort(lines.begin(), lines.end());
+        gf_writeReportLines(lines, gf_scanReportPath(static_cast<ScanReport>(i)));
+    }
     lf_logSummary("\nErrors:", true);
     lf_logSummary("\nInformation:", false);
 }
