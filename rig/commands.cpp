@@ -11,6 +11,7 @@ const std::vector<Command>& commands() {
         {"server", "a download server for a folder", runServer},
         {"refdata", "builds a download tree from plain tables", runRefdata},
         {"fleet", "an installed simulator with livery packages", runFleet},
+        {"liveries", "what the program's scan makes of a folder", runLiveries},
         {"replay", "a whole flight in virtual time, with a report", runReplay},
     };
     return table;
