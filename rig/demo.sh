@@ -70,6 +70,7 @@ cat >"$XDG_CONFIG_HOME/Velloray/parameters.xml" <<'XML'
 <parameters>
   <parameter name="AUTO_RANGE" value="false"/>
   <parameter name="LATERAL_RANGE" value="60"/>
+  <parameter name="SCAN_LIVERIES" value="false"/>
 </parameters>
 XML
 

@@ -235,6 +235,11 @@ class ProcessTest : public AppTest {
         gf_closeLog();
         appLife.dbaseRead = true; // no download server here
         test::installSimulator();
+        std::filesystem::create_directory("output"); // scanned before, so that a run has its liveries at once
+        test::writeFile("output/LiveriesScanned.xml",
+                        "<liveries><liv airl=\"BAW\" type=\"A320\" title=\"Test A320\"/></liveries>");
+        test::writeFile(folders.parameters,
+                        "<parameters><parameter name=\"SCAN_LIVERIES\" value=\"false\"/></parameters>");
     }
     ~ProcessTest() override { unsetenv("XDG_RUNTIME_DIR"); }
 

@@ -48,7 +48,7 @@ class Program {
             "config/Velloray/parameters.xml",
             fmt::format(
                 "<parameters><parameter name=\"PORT_NUMBER\" value=\"{}\"/><parameter name=\"AUTO_RANGE\" "
-                "value=\"false\"/></parameters>",
+                "value=\"false\"/><parameter name=\"SCAN_LIVERIES\" value=\"false\"/></parameters>",
                 controlPort));
         fs::create_directories("output");
         test::writeFile("output/LiveriesScanned.xml",
