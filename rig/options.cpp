@@ -2,6 +2,8 @@
 
 #include "options.h"
 
+#include "platform/files.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -46,11 +48,14 @@ double Options::number(const std::string& name, double otherwise, double low, do
     return result;
 }
 
-long Options::integer(const std::string& name, long otherwise, long low, long high) const {
+std::filesystem::path Options::path(const std::string& name) const { return plat::textPath(text(name)); }
+
+std::int64_t Options::integer(const std::string& name, std::int64_t otherwise, std::int64_t low,
+                              std::int64_t high) const {
     const double value =
         number(name, static_cast<double>(otherwise), static_cast<double>(low), static_cast<double>(high));
     if (value != std::floor(value)) throw std::runtime_error("--" + name + " takes a whole number");
-    return static_cast<long>(value);
+    return static_cast<std::int64_t>(value);
 }
 
 } // namespace rig

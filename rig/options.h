@@ -1,6 +1,8 @@
 #pragma once
 // Command-line options of the form --name VALUE and --name, for the subcommands.
 
+#include <cstdint>
+#include <filesystem>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -17,7 +19,9 @@ class Options {
     bool has(const std::string& name) const { return values.count(name) > 0; }
     std::string text(const std::string& name, const std::string& otherwise = "") const;
     double number(const std::string& name, double otherwise, double low, double high) const;
-    long integer(const std::string& name, long otherwise, long low, long high) const;
+    std::filesystem::path path(const std::string& name) const;
+    std::int64_t integer(const std::string& name, std::int64_t otherwise, std::int64_t low,
+                         std::int64_t high) const;
     std::vector<std::string> rest; // positional arguments
 
   private:

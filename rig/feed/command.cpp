@@ -8,14 +8,15 @@
 #include "simulator/script.h"
 
 #include "platform/clock.h"
+#include "platform/files.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <charconv>
 #include <fstream>
+#include <iostream>
 #include <iterator>
-#include <memory>
 #include <stdexcept>
 
 namespace rig {
@@ -74,7 +75,7 @@ static std::vector<TimedLine> generate(const Options& options) {
 }
 
 static std::vector<TimedLine> load(const Options& options) {
-    std::vector<TimedLine> lines = loadRecording(options.rest.front());
+    std::vector<TimedLine> lines = loadRecording(plat::textPath(options.rest.front()));
     const double from = lines.front().time + 60 * options.number("from", 0, 0, 100000);
     const double to = from + 60 * options.number("minutes", 100000, 0.1, 100000);
     lines.erase(std::remove_if(lines.begin(), lines.end(),
@@ -85,29 +86,18 @@ static std::vector<TimedLine> load(const Options& options) {
     return lines;
 }
 
-static void save(const std::vector<TimedLine>& lines, const std::string& path) {
+static void save(const std::vector<TimedLine>& lines, const std::filesystem::path& path) {
     std::ofstream out(path, std::ios::binary);
     for (const TimedLine& line : lines) out << line.line << '\n';
     out.close();
-    if (!out) throw std::runtime_error("cannot write \"" + path + "\"");
-    fmt::print("{} lines written to {}\n", lines.size(), path);
+    if (!out) throw std::runtime_error("cannot write \"" + plat::pathText(path) + "\"");
+    fmt::print("{} lines written to {}\n", lines.size(), plat::pathText(path));
 }
 
-static Script loadScript(const std::string& path) {
+static Script loadScript(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
-    if (!in) throw std::runtime_error("cannot read the script \"" + path + "\"");
+    if (!in) throw std::runtime_error("cannot read the script \"" + plat::pathText(path) + "\"");
     return parseScript({std::istreambuf_iterator<char>(in), {}});
-}
-
-using JournalFile = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
-static JournalFile openJournal(const std::string& path) {
-    JournalFile file(path.empty()  ? nullptr
-                     : path == "-" ? stdout
-                                   : std::fopen(path.c_str(), "w"),
-                     [](std::FILE* f) { return f == stdout ? 0 : std::fclose(f); });
-    if (!path.empty() && !file) throw std::runtime_error("cannot write the journal \"" + path + "\"");
-    return file;
 }
 
 int runFeed(const std::vector<std::string>& arguments) {
@@ -122,8 +112,16 @@ int runFeed(const std::vector<std::string>& arguments) {
     const int sources = static_cast<int>(options.rest.size()) + options.has("generate") + options.has("at");
     if (sources != 1) throw std::runtime_error("one recording, --generate or --at is needed (see --help)");
 
-    const JournalFile journal = openJournal(options.text("journal"));
     PlayerSettings settings;
+    std::ofstream journal;
+    if (options.text("journal") == "-") {
+        settings.journal = &std::cout;
+    } else if (options.has("journal")) {
+        journal.open(options.path("journal"), std::ios::binary);
+        if (!journal)
+            throw std::runtime_error("cannot write the journal \"" + options.text("journal") + "\"");
+        settings.journal = &journal;
+    }
     settings.speed = options.number("speed", settings.speed, 0.01, 1000);
     settings.loop = options.has("loop");
     settings.qnh = static_cast<int>(options.integer("qnh", settings.qnh, 0, 10000));
@@ -132,13 +130,12 @@ int runFeed(const std::vector<std::string>& arguments) {
         options.has("no-control")
             ? std::uint16_t(0)
             : static_cast<std::uint16_t>(options.integer("control", settings.control, 1, 65535));
-    settings.journal = journal.get();
     const double limit = options.number("seconds", 1e9, 0, 1e9);
-    Script script = options.has("script") ? loadScript(options.text("script")) : Script();
+    Script script = options.has("script") ? loadScript(options.path("script")) : Script();
 
     std::vector<TimedLine> lines = options.rest.empty() ? generate(options) : load(options);
     if (options.has("save")) {
-        save(lines, options.text("save"));
+        save(lines, options.path("save"));
         return 0;
     }
     fmt::print("playing {} lines, {:.1f} minutes\n", lines.size(),

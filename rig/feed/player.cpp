@@ -42,8 +42,7 @@ double FeedPlayer::seconds() const { return static_cast<double>(plat::steadyNow(
 
 void FeedPlayer::note(const std::string& line) {
     if (!settings.journal) return;
-    fmt::print(settings.journal, "{:9.3f} {}\n", seconds(), line);
-    std::fflush(settings.journal);
+    *settings.journal << fmt::format("{:9.3f} {}\n", seconds(), line) << std::flush;
 }
 
 void FeedPlayer::send(std::uint16_t port, std::string_view text) {

@@ -7,8 +7,8 @@
 
 #include "feed/feed.h"
 
-#include <cstdio>
 #include <memory>
+#include <ostream>
 #include <string_view>
 
 namespace rig {
@@ -21,7 +21,7 @@ struct PlayerSettings {
     std::uint16_t lines = trafficPort; // UDP
     std::uint16_t weather = qnhPort;   // UDP
     std::uint16_t control = 10747;     // TCP; 0: no control link
-    std::FILE* journal = nullptr;      // not owned; nullptr: none
+    std::ostream* journal = nullptr;   // not owned; nullptr: none
 };
 
 extern const char* const feedVerbs; // for --help

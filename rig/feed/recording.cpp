@@ -1,13 +1,13 @@
-// Reads recordings of the feed, plain or gzip; zlib reads both with the same calls.
+// Reads recordings of the feed, plain or gzip.
 
 #include "recording.h"
 
-#include <zlib.h>
+#include "files.h"
+#include "platform/files.h"
 
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <memory>
 #include <stdexcept>
 
 namespace rig {
@@ -58,32 +58,20 @@ void shiftTimes(std::vector<TimedLine>& lines, double seconds) {
 
 // Calls `take` for each line of the file.
 template <class Take> static void readLines(const std::filesystem::path& path, Take take) {
-    const std::unique_ptr<gzFile_s, int (*)(gzFile)> file(gzopen(path.c_str(), "rb"), gzclose);
-    if (!file) throw std::runtime_error("cannot open the recording \"" + path.string() + "\"");
-    const auto broken = [&](const char* why) {
-        return std::runtime_error("the recording \"" + path.string() + "\" is broken: " + why);
-    };
     std::string pending;
-    std::vector<char> block(longestLine);
-    for (;;) {
-        const int got = gzread(file.get(), block.data(), static_cast<unsigned>(block.size()));
-        int error = Z_OK;
-        const char* why = gzerror(file.get(), &error);
-        if (got < 0 || (error != Z_OK && error != Z_STREAM_END)) throw broken(why);
-        if (got == 0) break;
-        pending.append(block.data(), static_cast<std::size_t>(got));
+    readPlainOrGzip(path, [&](std::string_view block) {
+        pending.append(block);
         std::size_t begin = 0;
         for (std::size_t end; (end = pending.find('\n', begin)) != std::string::npos; begin = end + 1)
             take(std::string_view(pending).substr(begin, end - begin));
         pending.erase(0, begin);
-        if (pending.size() > longestLine) throw broken("it has no line ends");
-    }
+        if (pending.size() > longestLine)
+            throw std::runtime_error("the recording \"" + plat::pathText(path) + "\" has no line ends");
+    });
     take(pending);
 }
 
 std::vector<TimedLine> loadRecording(const std::filesystem::path& path) {
-    if (std::filesystem::is_directory(path))
-        throw std::runtime_error("the recording \"" + path.string() + "\" is a folder");
     std::vector<TimedLine> lines;
     double time = 0;
     std::size_t untimed = 0; // lines before the first readable time
@@ -97,7 +85,7 @@ std::vector<TimedLine> loadRecording(const std::filesystem::path& path) {
             ++untimed;
         lines.push_back({time, std::string(line)});
     });
-    if (!timed) throw std::runtime_error("the recording \"" + path.string() + "\" holds no feed line");
+    if (!timed) throw std::runtime_error("the recording \"" + plat::pathText(path) + "\" holds no feed line");
     for (std::size_t i = 0; i < untimed; ++i) lines[i].time = lines[untimed].time;
     return lines;
 }

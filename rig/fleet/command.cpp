@@ -56,7 +56,8 @@ int runFleet(const std::vector<std::string>& arguments) {
     wanted.liveries = static_cast<std::size_t>(options.integer("liveries", 2000, 0, mostLiveries));
     wanted.brokenRounds = static_cast<std::size_t>(options.integer("broken", 1, 0, mostBroken));
     wanted.seed = static_cast<std::uint32_t>(options.integer("seed", 1, 0, largestSeed));
-    const RefTables tables = readRefTables(refTablesIn(options.text("tables", "rig/refdata/tables")));
+    const RefTables tables =
+        readRefTables(refTablesIn(options.has("tables") ? options.path("tables") : "rig/refdata/tables"));
     const FleetSummary done = writeFleet(tables, wanted);
     fmt::print("packages in \"{}\"\n{} aircraft.cfg files with {} sections, for {} liveries\n",
                plat::pathText(done.packages), done.files, done.sections, done.liveries);

@@ -29,7 +29,7 @@ int runRefdata(const std::vector<std::string>& arguments) {
         fmt::print(options.has("help") ? stdout : stderr, "{}", usage);
         return options.has("help") ? 0 : 2;
     }
-    RefTableFiles files = refTablesIn(options.text("tables", "rig/refdata/tables"));
+    RefTableFiles files = refTablesIn(options.has("tables") ? options.path("tables") : "rig/refdata/tables");
     const std::pair<const char*, std::filesystem::path*> replaced[] = {
         {"types", &files.types},
         {"airlines", &files.airlines},
@@ -40,13 +40,13 @@ int runRefdata(const std::vector<std::string>& arguments) {
         {"publishers", &files.publishers},
         {"simaddons", &files.simaddons}};
     for (const auto& [name, file] : replaced)
-        if (options.has(name)) *file = options.text(name);
+        if (options.has(name)) *file = options.path(name);
     RefTables tables = readRefTables(files);
-    constexpr long mostSynthetic = 5'000'000, largestSeed = 2'000'000'000;
+    constexpr std::int64_t mostSynthetic = 5'000'000, largestSeed = 2'000'000'000;
     addSynthetic(tables, static_cast<std::size_t>(options.integer("synthetic", 0, 0, mostSynthetic)),
                  static_cast<std::uint32_t>(options.integer("seed", 1, 0, largestSeed)));
-    if (options.has("out")) writeDownloadTree(tables, options.text("out"));
-    if (options.has("liveries")) writeDemoLiveries(tables, options.text("liveries"));
+    if (options.has("out")) writeDownloadTree(tables, options.path("out"));
+    if (options.has("liveries")) writeDemoLiveries(tables, options.path("liveries"));
     fmt::print("{} types, {} airlines, {} registrations, {} rows skipped\n", tables.types.size(),
                tables.airlines.size(), tables.registrations.size(), tables.skipped);
     return 0;

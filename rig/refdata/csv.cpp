@@ -2,32 +2,21 @@
 
 #include "refdata/csv.h"
 
+#include "files.h"
+#include "platform/files.h"
+
 #include <fmt/format.h>
-#include <zlib.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <memory>
 #include <stdexcept>
 
 namespace rig {
 
-static std::string readWhole(const std::filesystem::path& path) { // plain or gzip
-    const std::unique_ptr<gzFile_s, int (*)(gzFile)> in(gzopen(path.c_str(), "rb"), gzclose);
-    if (!in) throw std::runtime_error(fmt::format("cannot open \"{}\"", path.string()));
-    std::string text;
-    std::vector<char> block(1 << 16);
-    int count = 0;
-    while ((count = gzread(in.get(), block.data(), static_cast<unsigned>(block.size()))) > 0)
-        text.append(block.data(), static_cast<std::size_t>(count));
-    if (count < 0) throw std::runtime_error(fmt::format("\"{}\" is damaged", path.string()));
-    return text;
-}
-
 CsvReader::CsvReader(const std::filesystem::path& p) : path(p) {
     if (path.empty()) return;
-    text = readWhole(path);
+    readPlainOrGzip(path, [&](std::string_view block) { text.append(block); });
     if (text.starts_with("\xEF\xBB\xBF")) place = 3; // what some editors put before a text
     header = nextRow();
 }
@@ -78,7 +67,7 @@ bool CsvReader::has(const char* column) const {
 std::string CsvReader::field(const char* name, bool needed) const {
     const auto found = std::find(header.begin(), header.end(), name);
     if (found == header.end() && needed)
-        throw std::runtime_error(fmt::format("\"{}\" has no column \"{}\"", path.string(), name));
+        throw std::runtime_error(fmt::format("\"{}\" has no column \"{}\"", plat::pathText(path), name));
     const auto column = static_cast<std::size_t>(found - header.begin());
     return column < row.size() ? row[column] : std::string();
 }

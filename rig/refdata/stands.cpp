@@ -3,6 +3,7 @@
 #include "refdata/stands.h"
 
 #include "app/geo.h"
+#include "platform/files.h"
 #include "refdata/csv.h"
 
 #include <fmt/format.h>
@@ -61,7 +62,7 @@ static bool isCode(const std::string& text) {
 static std::string codeOfFile(const std::filesystem::path& file) {
     std::filesystem::path name = file.filename();
     if (name.extension() == ".gz") name = name.stem();
-    const std::string code = name.stem().string();
+    const std::string code = plat::pathText(name.stem());
     return name.extension() == ".csv" && isCode(code) ? code : std::string();
 }
 
@@ -79,7 +80,7 @@ class Reading {
   private:
     void complain(const CsvReader& in, const std::filesystem::path& file, const std::string& text) {
         result.complaints.push_back(
-            fmt::format("{}, line {}: {}", file.filename().string(), in.line(), text));
+            fmt::format("{}, line {}: {}", plat::pathText(file.filename()), in.line(), text));
     }
     void readDirectory();
     StandTable* airportOf(const std::string& code); // nullptr: nothing is known of it
@@ -113,7 +114,7 @@ void Reading::readDirectory() {
     pugi::xml_document places, names;
     const auto file = directory / "airports_msfs.xml", namesFile = directory / "airports_msfs_names.xml";
     if (!places.load_file(file.c_str()) || !names.load_file(namesFile.c_str()))
-        throw std::runtime_error(fmt::format("no airport directory in \"{}\"", directory.string()));
+        throw std::runtime_error(fmt::format("no airport directory in \"{}\"", plat::pathText(directory)));
     std::map<std::string, std::string> nameOf;
     for (const auto& node : names.child("AirportNames").children("airport"))
         nameOf.emplace(node.attribute("ICAO").value(), node.attribute("name").value());
@@ -160,8 +161,8 @@ void Reading::readTable(const std::filesystem::path& file) {
     CsvReader in(file);
     const std::string codeOfAll = in.has("icao") ? std::string() : codeOfFile(file);
     if (!in.has("icao") && codeOfAll.empty())
-        throw std::runtime_error(
-            fmt::format("\"{}\" is named by no airport code and has no column \"icao\"", file.string()));
+        throw std::runtime_error(fmt::format("\"{}\" is named by no airport code and has no column \"icao\"",
+                                             plat::pathText(file)));
     while (in.next()) {
         const std::string code = codeOfAll.empty() ? in.field("icao") : codeOfAll;
         StandTable* airport = isCode(code) ? airportOf(code) : nullptr;
@@ -215,7 +216,7 @@ StandTables readStandTables(const std::filesystem::path& place, const std::files
     reading.dropEmpty();
     if (reading.result.airports.empty())
         throw std::runtime_error(fmt::format(
-            "no stands in \"{}\"{}", place.string(),
+            "no stands in \"{}\"{}", plat::pathText(place),
             reading.result.complaints.empty() ? std::string() : ": " + reading.result.complaints.front()));
     return std::move(reading.result);
 }

@@ -2,6 +2,7 @@
 
 #include "app/textfiles.h"
 #include "app/version.h"
+#include "platform/files.h"
 #include "refdata/refdata.h"
 
 #include <fmt/format.h>
@@ -20,7 +21,7 @@ static void writeText(const std::filesystem::path& path, const std::string& text
     std::ofstream out(path, std::ios::binary);
     out << text;
     out.close();
-    if (!out) throw std::runtime_error(fmt::format("cannot write \"{}\"", path.string()));
+    if (!out) throw std::runtime_error(fmt::format("cannot write \"{}\"", plat::pathText(path)));
 }
 
 void writeZip(const std::filesystem::path& path, const std::vector<ZipEntry>& entries) {
@@ -28,8 +29,8 @@ void writeZip(const std::filesystem::path& path, const std::vector<ZipEntry>& en
     constexpr zip_uint32_t bestCompression = 9;
     if (path.has_parent_path()) std::filesystem::create_directories(path.parent_path());
     int error = 0;
-    zip_t* zip = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &error);
-    if (!zip) throw std::runtime_error(fmt::format("cannot write \"{}\"", path.string()));
+    zip_t* zip = zip_open(plat::pathText(path).c_str(), ZIP_CREATE | ZIP_TRUNCATE, &error);
+    if (!zip) throw std::runtime_error(fmt::format("cannot write \"{}\"", plat::pathText(path)));
     bool good = true;
     for (const auto& entry : entries) {
         if (!entry.name.empty() && entry.name.back() == '/') {
@@ -48,7 +49,7 @@ void writeZip(const std::filesystem::path& path, const std::vector<ZipEntry>& en
     if (!good || zip_close(zip) != 0) {
         const std::string text = zip_strerror(zip);
         zip_discard(zip);
-        throw std::runtime_error(fmt::format("cannot write \"{}\": {}", path.string(), text));
+        throw std::runtime_error(fmt::format("cannot write \"{}\": {}", plat::pathText(path), text));
     }
 }
 
@@ -93,7 +94,7 @@ void writeDemoLiveries(const RefTables& tables, const std::filesystem::path& fil
     }
     if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path());
     if (!document.save_file(file.c_str()))
-        throw std::runtime_error(fmt::format("cannot write \"{}\"", file.string()));
+        throw std::runtime_error(fmt::format("cannot write \"{}\"", plat::pathText(file)));
 }
 
 } // namespace rig

@@ -6,6 +6,8 @@
 #include "feed/feed.h"
 #include "feed/generator.h"
 #include "options.h"
+#include "platform/files.h"
+#include "platform/process.h"
 #include "replay/alloc_count.h"
 #include "replay/measure.h"
 #include "replay/report.h"
@@ -20,7 +22,6 @@
 #include <cmath>
 #include <cstdio>
 #include <fstream>
-#include <sys/resource.h>
 
 namespace rig {
 
@@ -56,7 +57,7 @@ Input loadInput(const Options& options) {
         GeneratorOptions wanted;
         wanted.airport = options.text("generate");
         wanted.flights = static_cast<int>(options.integer("flights", 40, 1, 2000));
-        wanted.seed = static_cast<std::uint32_t>(options.integer("seed", 1, 0, 4294967295L));
+        wanted.seed = static_cast<std::uint32_t>(options.integer("seed", 1, 0, 4294967295));
         wanted.minutes = options.number("minutes", 30, 0.1, 1440);
         input.lines = generateTraffic(wanted).lines;
         input.title =
@@ -64,9 +65,9 @@ Input loadInput(const Options& options) {
     } else {
         if (options.rest.size() != 1)
             throw std::runtime_error("one recording, or --generate ICAO (see --help)");
-        const std::filesystem::path file = options.rest[0];
+        const std::filesystem::path file = plat::textPath(options.rest[0]);
         input.lines = loadRecording(file);
-        input.title = file.filename().string();
+        input.title = plat::pathText(file.filename());
     }
     return input;
 }
@@ -121,9 +122,7 @@ class Player {
         cost.realS = std::chrono::duration<double>(RealClock::now() - realStart).count();
         cost.allocationsPerTick =
             cost.ticks ? static_cast<double>(allocations) / static_cast<double>(cost.ticks) : 0;
-        rusage usage{};
-        getrusage(RUSAGE_SELF, &usage);
-        cost.peakRssMb = static_cast<double>(usage.ru_maxrss) / 1024;
+        cost.peakRssMb = static_cast<double>(plat::peakMemoryBytes()) / (1 << 20);
     }
 
     Cost cost;
@@ -169,13 +168,13 @@ int runReplay(const std::vector<std::string>& arguments) {
     const Input input = loadInput(options);
     const ParkAirport park = airportOf(options);
     StageOptions stageOptions;
-    stageOptions.seed = static_cast<std::uint32_t>(options.integer("seed", 1, 0, 4294967295L));
+    stageOptions.seed = static_cast<std::uint32_t>(options.integer("seed", 1, 0, 4294967295));
     stageOptions.world.seed = stageOptions.seed;
     stageOptions.fps = options.number("fps", 30, 5, 240);
     stageOptions.rangeNm = static_cast<int>(options.integer("range", 0, 2, 100));
     stageOptions.startUtc = std::floor(input.lines.front().time);
     stageOptions.world.utc = stageOptions.startUtc;
-    if (options.has("liveries")) stageOptions.liveries = std::filesystem::absolute(options.text("liveries"));
+    if (options.has("liveries")) stageOptions.liveries = std::filesystem::absolute(options.path("liveries"));
     if (options.has("user")) {
         placeUser(stageOptions.world, options.text("user"));
     } else if (park.known()) {
@@ -187,7 +186,7 @@ int runReplay(const std::vector<std::string>& arguments) {
     }
     if (park.known()) stageOptions.world.groundFt = park.elevation;
     if (options.has("out")) {
-        stageOptions.out = std::filesystem::absolute(options.text("out"));
+        stageOptions.out = std::filesystem::absolute(options.path("out"));
         std::filesystem::create_directories(stageOptions.out);
     }
 
@@ -213,7 +212,7 @@ int runReplay(const std::vector<std::string>& arguments) {
     const nlohmann::json report = makeReport(reportInput);
     std::fputs(reportTable(reportInput, report).c_str(), stdout);
     if (!stageOptions.out.empty()) {
-        std::ofstream(stageOptions.out / "report.json") << report.dump(2) << "\n";
+        std::ofstream(stageOptions.out / "report.json", std::ios::binary) << report.dump(2) << "\n";
         drawPictures(measure, stageOptions.out);
     }
     return 0;

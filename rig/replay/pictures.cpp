@@ -71,7 +71,7 @@ void drawTracks(const Measure& m, const std::filesystem::path& file) {
         fmt::format("Tracks over the ground, {:.0f} by {:.0f} nautical miles", side * width / height, side));
     for (const auto& [hexid, w] : m.aircraft)
         if (!w.samples.empty()) polyline(out, w, hexid, box, x, y);
-    std::ofstream(file) << out << "</svg>\n";
+    std::ofstream(file, std::ios::binary) << out << "</svg>\n";
 }
 
 void drawProfiles(const Measure& m, const std::filesystem::path& file) {
@@ -100,7 +100,7 @@ void drawProfiles(const Measure& m, const std::filesystem::path& file) {
                 out, part, hexid, box, [](const Sample& s) { return s.time; },
                 [](const Sample& s) { return s.altFt; });
         }
-    std::ofstream(file) << out << "</svg>\n";
+    std::ofstream(file, std::ios::binary) << out << "</svg>\n";
 }
 
 } // namespace

@@ -11,15 +11,15 @@
 #include "app/runcontrol.h"
 #include "engine/engine.h"
 #include "feed/feed.h"
+#include "files.h"
+#include "platform/process.h"
 #include "platform/random.h"
 #include "refdata/refdata.h"
 #include "simlink/simlink.h"
 
-#include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 #include <string_view>
-#include <unistd.h>
 
 namespace rig {
 
@@ -84,14 +84,13 @@ Stage::~Stage() {
         std::filesystem::copy_file(folder / "Log.txt", options.out / "Log.txt",
                                    std::filesystem::copy_options::overwrite_existing, ignored);
     std::filesystem::current_path(home, ignored);
+    plat::setUserFolders({});
     std::filesystem::remove_all(folder, ignored);
 }
 
 void Stage::makeProgramFolder() {
     home = std::filesystem::current_path();
-    std::string name = (std::filesystem::temp_directory_path() / "velloray-replay-XXXXXX").string();
-    if (!mkdtemp(name.data())) throw std::runtime_error("no scratch folder below the temporary folder");
-    folder = name;
+    folder = makeScratchFolder("velloray-replay");
     std::filesystem::copy(std::filesystem::path(VELLORAY_SOURCE_DIR) / "install", folder,
                           std::filesystem::copy_options::recursive);
     std::filesystem::create_directories(folder / "output");
@@ -104,8 +103,7 @@ void Stage::makeProgramFolder() {
         std::filesystem::copy_file(options.liveries, liveries);
     for (const char* packages : {"Community", "Official"}) // an installation that the program finds
         std::filesystem::create_directories(folder / "config/Microsoft Flight Simulator/Packages" / packages);
-    setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
-    setenv("XDG_DATA_HOME", (folder / "data").c_str(), 1);
+    plat::setUserFolders(folder);
     if (!options.out.empty()) options.out = std::filesystem::absolute(options.out);
     std::filesystem::current_path(folder);
 }

@@ -26,11 +26,11 @@ int runServer(const std::vector<std::string>& arguments) {
         fmt::print(options.has("help") ? stdout : stderr, "{}", usage);
         return options.has("help") ? 0 : 2;
     }
-    constexpr long defaultPort = 8099, lastPort = 65535;
+    constexpr std::int64_t defaultPort = 8099, lastPort = 65535;
     constexpr double longest = 1e7;
-    DownloadServer server(options.text("root"),
+    DownloadServer server(options.path("root"),
                           static_cast<int>(options.integer("port", defaultPort, 0, lastPort)),
-                          options.text("journal"));
+                          options.path("journal"));
     const std::string faults = options.text("fault");
     for (std::size_t start = 0; start < faults.size();) {
         const std::size_t end = std::min(faults.find(' ', start), faults.size());

@@ -1,8 +1,9 @@
-// The download server by cpp-httplib. Ordinary files go through its mount point; a path with a fault is served here.
+// The download server by cpp-httplib, which speaks the protocol; the files are read here.
 
 #include "server/server.h"
 
 #include "platform/clock.h"
+#include "platform/files.h"
 
 #include <fmt/format.h>
 #include <httplib.h>
@@ -11,7 +12,6 @@
 #include <charconv>
 #include <fstream>
 #include <iterator>
-#include <optional>
 #include <stdexcept>
 
 namespace rig {
@@ -45,8 +45,15 @@ ServerFault parseFault(const std::string& text) {
 DownloadServer::DownloadServer(std::filesystem::path root, int port, std::filesystem::path journalFile)
     : folder(std::move(root)), journalPath(std::move(journalFile)),
       inside(std::make_unique<httplib::Server>()) {
-    if (!inside->set_mount_point("/", folder.string()))
-        throw std::runtime_error(fmt::format("\"{}\" is no folder", folder.string()));
+    if (!std::filesystem::is_directory(folder))
+        throw std::runtime_error(fmt::format("\"{}\" is no folder", plat::pathText(folder)));
+    inside->Get(".*", [this](const httplib::Request& request, httplib::Response& response) {
+        response.status = 404;
+        const auto content = contentOf(request.path);
+        if (!content) return;
+        response.status = 200;
+        response.set_content(*content, "application/octet-stream");
+    });
     inside->set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
         return serveFault(request, response) ? httplib::Server::HandlerResponse::Handled
                                              : httplib::Server::HandlerResponse::Unhandled;
@@ -57,7 +64,7 @@ DownloadServer::DownloadServer(std::filesystem::path root, int port, std::filesy
     // The library's own options would let a second server share the port of the first without a word.
     inside->set_socket_options([](socket_t listener) {
         const int yes = 1;
-        setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, reinterpret_cast<const char*>(&yes), sizeof yes);
     });
     usedPort =
         port == 0 ? inside->bind_to_any_port(loopback) : (inside->bind_to_port(loopback, port) ? port : -1);
@@ -92,7 +99,20 @@ std::vector<std::string> DownloadServer::journal() const {
 void DownloadServer::note(const std::string& line) {
     const LockGuard guard(lock);
     lines.push_back(line);
-    if (!journalPath.empty()) std::ofstream(journalPath, std::ios::app) << line << '\n';
+    if (!journalPath.empty()) std::ofstream(journalPath, std::ios::app | std::ios::binary) << line << '\n';
+}
+
+// The file that an address names; nullopt for one that is not there, or not below the folder.
+std::optional<std::string> DownloadServer::contentOf(const std::string& path) const {
+    const std::filesystem::path relative =
+        plat::textPath(path.substr(std::min(path.size(), std::size_t{1}))).lexically_normal();
+    if (relative.is_absolute() || relative.has_root_name() || relative.begin() == relative.end() ||
+        *relative.begin() == "..")
+        return std::nullopt;
+    const std::filesystem::path file = folder / relative;
+    if (!std::filesystem::is_regular_file(file)) return std::nullopt;
+    std::ifstream in(file, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 // True when the path has a fault and the response is made.
@@ -109,9 +129,7 @@ bool DownloadServer::serveFault(const httplib::Request& request, httplib::Respon
         response.status = 404;
         return true;
     }
-    std::ifstream in(folder / request.path.substr(1), std::ios::binary);
-    auto content =
-        std::make_shared<std::string>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    auto content = std::make_shared<std::string>(contentOf(request.path).value_or(""));
     std::size_t first = 0; // bytes before the fault
     if (fault->kind == ServerFault::Kind::truncate)
         first = std::min(content->size(), static_cast<std::size_t>(fault->amount));

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -47,6 +48,7 @@ class DownloadServer {
     std::vector<std::string> journal() const; // "GET /dbase.zip 200", as requests end
 
   private:
+    std::optional<std::string> contentOf(const std::string& path) const;
     bool serveFault(const httplib::Request& request, httplib::Response& response);
     void note(const std::string& line);
     std::filesystem::path folder, journalPath;

@@ -2,6 +2,7 @@
 // names it.
 
 #include "app/geo.h"
+#include "platform/files.h"
 #include "simulator/session.h"
 #include "simulator/wire.h"
 
@@ -474,8 +475,9 @@ void SimHub::callRemove(Call& call) {
 }
 
 // A plan is good when it is a file, with or without its ending named, that looks like one.
-static bool planIsGood(std::string path) {
+static bool planIsGood(const std::string& utf8) {
     std::error_code error;
+    std::filesystem::path path = plat::textPath(utf8);
     if (!std::filesystem::is_regular_file(path, error)) path += ".pln";
     if (!std::filesystem::is_regular_file(path, error)) return false;
     if (std::filesystem::file_size(path, error) > largestPlan || error) return false;

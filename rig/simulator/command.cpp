@@ -2,6 +2,7 @@
 
 #include "options.h"
 #include "platform/clock.h"
+#include "platform/files.h"
 #include "platform/process.h"
 #include "rig.h"
 #include "simulator/server.h"
@@ -45,13 +46,14 @@ A simulator that speaks SimConnect over TCP on loopback.
 // Thrown texts name the file.
 static void readTitles(const std::filesystem::path& path, std::set<std::string>& titles) {
     std::ifstream in(path, std::ios::binary);
-    if (!in) throw std::runtime_error(fmt::format("can't read \"{}\"", path.string()));
+    if (!in) throw std::runtime_error(fmt::format("can't read \"{}\"", plat::pathText(path)));
     const std::string text{std::istreambuf_iterator<char>(in), {}};
     const auto first = text.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
     if (first != std::string::npos && text[first] == '<') {
         pugi::xml_document document;
         const auto result = document.load_buffer(text.data(), text.size());
-        if (!result) throw std::runtime_error(fmt::format("\"{}\": {}", path.string(), result.description()));
+        if (!result)
+            throw std::runtime_error(fmt::format("\"{}\": {}", plat::pathText(path), result.description()));
         for (const auto& found : document.select_nodes("//liv/@title"))
             titles.insert(found.attribute().value());
     } else {
@@ -74,7 +76,7 @@ static std::set<std::string> readAllTitles(const std::filesystem::path& path) {
     } else {
         readTitles(path, titles);
     }
-    if (titles.empty()) throw std::runtime_error(fmt::format("no titles in \"{}\"", path.string()));
+    if (titles.empty()) throw std::runtime_error(fmt::format("no titles in \"{}\"", plat::pathText(path)));
     return titles;
 }
 
@@ -84,7 +86,7 @@ static WorldSettings settingsOf(const Options& options) {
     settings.idGaps = options.has("gaps");
     settings.userTitle = options.text("title", settings.userTitle);
     settings.userModel = options.text("model", settings.userModel);
-    if (options.has("titles")) settings.titles = readAllTitles(options.text("titles"));
+    if (options.has("titles")) settings.titles = readAllTitles(options.path("titles"));
     if (options.has("user")) {
         parseUserPlace(options.text("user"), settings);
         // An aircraft that stands somewhere tells how high the ground is there.
@@ -119,7 +121,7 @@ static Edition editionOf(const Options& options) {
 
 static Script scriptOf(const Options& options) {
     if (!options.has("script")) return {};
-    std::ifstream in(options.text("script"), std::ios::binary);
+    std::ifstream in(options.path("script"), std::ios::binary);
     if (!in) throw std::runtime_error(fmt::format("can't read \"{}\"", options.text("script")));
     return parseScript({std::istreambuf_iterator<char>(in), {}});
 }
@@ -132,7 +134,7 @@ static std::unique_ptr<WebServer> webOf(const Options& options, SimServer& serve
             return answer();
         };
     };
-    constexpr long lastPort = 65535;
+    constexpr std::int64_t lastPort = 65535;
     auto web = std::make_unique<WebServer>(
         static_cast<std::uint16_t>(options.integer("http", 0, 0, lastPort)),
         WebServer::Answers{locked([&server] { return worldJson(server.hub); }),
@@ -187,7 +189,7 @@ int runSimulator(const std::vector<std::string>& arguments) {
     const auto hub = std::make_unique<SimHub>(settingsOf(options), editionOf(options));
     std::ofstream journal;
     if (options.has("journal")) {
-        journal.open(options.text("journal"), std::ios::binary | std::ios::trunc);
+        journal.open(options.path("journal"), std::ios::binary | std::ios::trunc);
         if (!journal) throw std::runtime_error("can't write \"" + options.text("journal") + "\"");
     }
     static std::atomic<bool> stop{false};
@@ -201,7 +203,9 @@ int runSimulator(const std::vector<std::string>& arguments) {
     std::fflush(stdout);
     if (options.has("ready-file")) {
         // Beside and renamed, so that who waits for it never sees half of it.
-        const std::filesystem::path ready = options.text("ready-file"), part = ready.string() + ".part";
+        const std::filesystem::path ready = options.path("ready-file");
+        std::filesystem::path part = ready;
+        part += ".part";
         std::ofstream(part, std::ios::binary) << address << '\n';
         std::filesystem::rename(part, ready);
     }

@@ -15,7 +15,8 @@ bool replaceFile(const std::filesystem::path& path, std::string_view text);
 // transfer library wants them.
 std::string fileUrl(const std::filesystem::path& path);
 
-std::string pathText(const std::filesystem::path& path); // UTF-8, native separators
+// UTF-8, with native separators. What cannot be converted is replaced, never refused.
+std::string pathText(const std::filesystem::path& path);
 std::filesystem::path textPath(std::string_view utf8);
 
 } // namespace plat

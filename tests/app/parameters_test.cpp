@@ -44,8 +44,8 @@ TEST_F(AppTest, AFirstStartWritesAllKeysWithTheirDefaults) {
     EXPECT_EQ(inFile("LOG"), "true");
     EXPECT_EQ(inFile("WEEK"), "false");
     EXPECT_EQ(inFile("parking_percentage"), "-") << "not stored";
-    EXPECT_TRUE(logged(folders.parameters.string() + " not found, default values taken:"));
-    EXPECT_TRUE(logged("\"" + folders.parameters.string() + "\" saved"));
+    EXPECT_TRUE(logged(plat::pathText(folders.parameters) + " not found, default values taken:"));
+    EXPECT_TRUE(logged("\"" + plat::pathText(folders.parameters) + "\" saved"));
     EXPECT_EQ(timesLogged("This is a version update"), 0);
 }
 
@@ -54,15 +54,15 @@ TEST_F(AppTest, LogsTheValuesBetweenTwoHeadlines) {
     gf_readParameters();
     const std::string stars(34, '*');
     const std::string text = logText();
-    EXPECT_NE(text.find("\n\n" + stars + " Parameters " + stars + "\nfrom \"" + folders.parameters.string() +
-                        "\"\nRANDOM=1\nAEROWINX=0\nMSFS_2020=1\n"),
+    EXPECT_NE(text.find("\n\n" + stars + " Parameters " + stars + "\nfrom \"" +
+                        plat::pathText(folders.parameters) + "\"\nRANDOM=1\nAEROWINX=0\nMSFS_2020=1\n"),
               std::string::npos)
         << text;
     EXPECT_NE(
         text.find("\nAI_PACKAGE_ORDER=1\nPROGRAM_VERSION=10.10.10\nMSFS_INSTALL_PATH=\nPORT_NUMBER=10747\n"),
         std::string::npos);
     EXPECT_EQ(timesLogged("\nCUSTOM_MAX_PARK=-1\n"), 2) << "among the numbers with and without a control";
-    EXPECT_NE(text.find("\nBLOCK_CALLSIGN=\n\"" + folders.parameters.string() + "\" saved\n" +
+    EXPECT_NE(text.find("\nBLOCK_CALLSIGN=\n\"" + plat::pathText(folders.parameters) + "\" saved\n" +
                         std::string(80, '*') + "\n\n"),
               std::string::npos);
 }

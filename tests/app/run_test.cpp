@@ -9,7 +9,6 @@
 
 #include <gmock/gmock.h>
 
-#include <csignal>
 #include <functional>
 #include <pugixml.hpp>
 #include <thread>
@@ -227,11 +226,7 @@ namespace {
 class ProcessTest : public AppTest {
   protected:
     ProcessTest() {
-        setenv("XDG_RUNTIME_DIR", folder.path.c_str(), 1); // an instance of another test is none of ours
-        sigset_t request; // the program's thread alone takes it: the script's thread would die of it
-        sigemptyset(&request);
-        sigaddset(&request, SIGTERM);
-        pthread_sigmask(SIG_BLOCK, &request, nullptr);
+        test::prepareForRequestToEnd();
         gf_closeLog();
         appLife.dbaseRead = true; // no download server here
         test::installSimulator();
@@ -241,7 +236,6 @@ class ProcessTest : public AppTest {
         test::writeFile(folders.parameters,
                         "<parameters><parameter name=\"SCAN_LIVERIES\" value=\"false\"/></parameters>");
     }
-    ~ProcessTest() override { unsetenv("XDG_RUNTIME_DIR"); }
 
     // Runs the process with `script` on a thread beside it; gives its exit code.
     static int run(const std::function<void()>& script) {
@@ -335,7 +329,7 @@ TEST_F(ProcessTest, AStoredCommunityFolderIsStrippedAndAFoundOneStored) {
 TEST_F(ProcessTest, ATerminationRequestClosesLikeTheWindow) {
     const int code = run([] {
         EXPECT_TRUE(waitForLog("Waiting for MSFS 2020 ...", 1));
-        kill(getpid(), SIGTERM);
+        test::askThisProcessToEnd();
     });
     EXPECT_EQ(code, 0);
     EXPECT_TRUE(logged("Exiting: USER CLOSED SIM"));

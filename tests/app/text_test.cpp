@@ -28,7 +28,7 @@ TEST(Headline, CentresItsTextBetweenStars) {
 }
 
 TEST(TimeText, IsUtcInAZoneEastOfItAndSpellsOktober) {
-    setenv("TZ", "Asia/Tokyo", 1);
+    test::setEnvironment("TZ", "JST-9");
     tzset();
     EXPECT_EQ(gf_timeText(1698383167), "Fri Okt 27 05:06:07 2023");
     EXPECT_EQ(gf_timeText(1709251199), "Thu Feb 29 23:59:59 2024");
@@ -38,7 +38,7 @@ TEST(TimeText, IsUtcInAZoneEastOfItAndSpellsOktober) {
     plat::ScopedVirtualClock clock;
     clock.setUtcSeconds(1698383167);
     EXPECT_EQ(gf_shortTimeText(), "05:06:07");
-    unsetenv("TZ");
+    test::setEnvironment("TZ", nullptr);
     tzset();
 }
 

@@ -54,7 +54,7 @@ TEST_F(LiveriesTest, TablesMayBeQuotedZippedAndOfOtherColumns) {
 
 TEST_F(LiveriesTest, TheTreeOfTheProgramReadsAndIsWhatTheTablesGive) {
     const auto tree = sourceFolder() / "install" / "download";
-    gf_setDownloadBase(tree.string() + "/");
+    gf_setDownloadBase(plat::pathText(tree) + "/");
     ASSERT_TRUE(gf_readDbase());
     const auto tables = rig::readRefTables(rig::refTablesIn(sourceFolder() / "rig/refdata/tables"));
     EXPECT_EQ(tables.skipped, 0u);

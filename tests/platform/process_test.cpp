@@ -1,4 +1,4 @@
-// One instance, the user's folders, and requests to end.
+// One instance, the user's folders, and what the process has used.
 
 #include "platform/process.h"
 
@@ -6,41 +6,14 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <csignal>
-#include <cstdlib>
 #include <filesystem>
-#include <optional>
-#include <string>
-#include <thread>
-
-#include <pwd.h>
-#include <unistd.h>
+#include <vector>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class ScopedEnv {
-  public:
-    ScopedEnv(const char* variable, const char* value) : name(variable) {
-        if (const char* set = std::getenv(variable)) former = set;
-        value ? setenv(variable, value, 1) : unsetenv(variable);
-    }
-    ~ScopedEnv() { former ? setenv(name, former->c_str(), 1) : unsetenv(name); }
-    ScopedEnv(const ScopedEnv&) = delete;
-    ScopedEnv& operator=(const ScopedEnv&) = delete;
-
-  private:
-    const char* name;
-    std::optional<std::string> former;
-};
-
-constexpr const char* noNewFiles = "/proc"; // a folder that takes no file from anybody
-
 TEST(InstanceGuard, LetsOneRunAtATimeAndTheNextAfterIt) {
-    const test::ScratchFolder runtime;
-    const ScopedEnv env("XDG_RUNTIME_DIR", runtime.path.c_str());
     {
         const plat::InstanceGuard first("Local\\$Test$");
         EXPECT_FALSE(first.alreadyRuns());
@@ -51,92 +24,33 @@ TEST(InstanceGuard, LetsOneRunAtATimeAndTheNextAfterIt) {
     EXPECT_FALSE(plat::InstanceGuard("Local\\$Test$").alreadyRuns());
 }
 
-TEST(InstanceGuard, FallsBackWhereItCannotMakeItsFile) {
-    const test::ScratchFolder temporary, data;
-    const ScopedEnv runtime("XDG_RUNTIME_DIR", noNewFiles), folder("XDG_DATA_HOME", data.path.c_str());
+TEST(Folders, LieWhereATestPutsThemAndAreTheUsersAgainAfterwards) {
+    const fs::path before = plat::homeFolder();
+    const test::ScratchFolder scratch;
+    plat::setUserFolders(scratch.path);
+    EXPECT_EQ(plat::homeFolder(), scratch.path);
+    EXPECT_EQ(plat::roamingDataFolder(), scratch.path / "config");
+    EXPECT_EQ(plat::localDataFolder(), scratch.path / "data");
+    plat::setUserFolders({});
+    EXPECT_TRUE(plat::roamingDataFolder().is_absolute());
+    EXPECT_TRUE(plat::localDataFolder().is_absolute());
+    EXPECT_NE(plat::roamingDataFolder(), plat::localDataFolder());
+    plat::setUserFolders(before);
+}
+
+TEST(Memory, ThePeakRisesAndStays) {
+    constexpr std::size_t size = 64 << 20;
+    const std::uint64_t before = plat::peakMemoryBytes();
+    std::uint64_t during = 0;
     {
-        const ScopedEnv temp("TMPDIR", temporary.path.c_str());
-        const plat::InstanceGuard first("Test");
-        EXPECT_FALSE(fs::is_empty(temporary.path));
-        EXPECT_TRUE(fs::is_empty(data.path));
-        EXPECT_TRUE(plat::InstanceGuard("Test").alreadyRuns());
+        const std::vector<char> much(size, 'x');
+        during = plat::peakMemoryBytes();
+        EXPECT_EQ(much.back(), 'x');
     }
-    const ScopedEnv temp("TMPDIR", noNewFiles);
-    const plat::InstanceGuard first("Test");
-    EXPECT_FALSE(first.alreadyRuns());
-    EXPECT_FALSE(fs::is_empty(data.path));
-    EXPECT_TRUE(plat::InstanceGuard("Test").alreadyRuns());
-}
-
-TEST(InstanceGuard, RunsWhenThereIsNoPlaceAtAll) {
-    const ScopedEnv runtime("XDG_RUNTIME_DIR", noNewFiles), temp("TMPDIR", noNewFiles),
-        data("XDG_DATA_HOME", noNewFiles);
-    EXPECT_FALSE(plat::InstanceGuard("Test").alreadyRuns());
-}
-
-TEST(InstanceGuard, FollowsNoLinkThatSomebodyHasLaid) {
-    const test::ScratchFolder runtime, temporary;
-    const ScopedEnv env("XDG_RUNTIME_DIR", runtime.path.c_str()), temp("TMPDIR", temporary.path.c_str());
-    fs::path file;
-    {
-        const plat::InstanceGuard guard("Test");
-        file = fs::directory_iterator(runtime.path)->path();
-    }
-    fs::remove(file);
-    const fs::path victim = runtime.path / "victim";
-    fs::create_symlink(victim, file);
-    const plat::InstanceGuard guard("Test");
-    EXPECT_FALSE(fs::exists(victim));
-    EXPECT_TRUE(plat::InstanceGuard("Test").alreadyRuns()); // by the next place
-}
-
-TEST(Folders, FollowTheDesktopsConvention) {
-    const ScopedEnv home("HOME", "/home/somebody");
-    {
-        const ScopedEnv config("XDG_CONFIG_HOME", "/c"), data("XDG_DATA_HOME", "/d");
-        EXPECT_EQ(plat::roamingDataFolder(), "/c");
-        EXPECT_EQ(plat::localDataFolder(), "/d");
-    }
-    for (const char* none : {static_cast<const char*>(nullptr), "", "relative/folder"}) {
-        const ScopedEnv config("XDG_CONFIG_HOME", none), data("XDG_DATA_HOME", none);
-        EXPECT_EQ(plat::roamingDataFolder(), "/home/somebody/.config");
-        EXPECT_EQ(plat::localDataFolder(), "/home/somebody/.local/share");
-    }
-    const ScopedEnv noHome("HOME", nullptr);
-    const passwd* const entry = getpwuid(getuid());
-    EXPECT_EQ(plat::homeFolder(), fs::path(entry ? entry->pw_dir : ""));
-}
-
-// The rest runs in a process of its own, since it changes which signals are blocked.
-
-[[noreturn]] void endAfterSignals(const std::vector<int>& signals) {
-    static std::atomic<int> calls{0};
-    const auto mainThread = std::this_thread::get_id();
-    plat::onTerminationRequest([mainThread] {
-        if (std::this_thread::get_id() != mainThread) ++calls;
-    });
-    std::thread other([] { std::this_thread::sleep_for(std::chrono::milliseconds(300)); });
-    for (const int number : signals) kill(getpid(), number);
-    other.join();
-    _exit(10 + calls); // reached: no signal has ended the process
-}
-
-TEST(TerminationDeathTest, EachSignalIsARequestAndLaterOnesDoNotKill) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(endAfterSignals({}), testing::ExitedWithCode(10), "");
-    for (const int number : {SIGTERM, SIGINT, SIGHUP})
-        EXPECT_EXIT(endAfterSignals({number}), testing::ExitedWithCode(11), "");
-    EXPECT_EXIT(endAfterSignals({SIGTERM, SIGINT, SIGTERM}), testing::ExitedWithCode(11), "");
-}
-
-TEST(TerminationDeathTest, AnIgnoredHangUpStaysIgnoredButAnIgnoredInterruptCounts) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto ignoring = [](int number) {
-        std::signal(number, SIG_IGN);
-        endAfterSignals({number});
-    };
-    EXPECT_EXIT(ignoring(SIGHUP), testing::ExitedWithCode(10), ""); // started to outlive its terminal
-    EXPECT_EXIT(ignoring(SIGINT), testing::ExitedWithCode(11), ""); // started in a script's background
+    EXPECT_GE(during, before);
+    EXPECT_GE(during, size);
+    plat::releaseFreeMemory();
+    EXPECT_GE(plat::peakMemoryBytes(), during);
 }
 
 } // namespace

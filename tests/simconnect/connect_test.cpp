@@ -77,14 +77,13 @@ class Connect : public testing::Test {
   protected:
     void SetUp() override {
         oldFolder = std::filesystem::current_path();
-        oldHome = getenv("HOME");
         listener = plat::listenTcp("0", true).socket;
         ASSERT_NE(listener, plat::noSocket);
         port = plat::localPort(listener);
         std::filesystem::create_directories(scratch.path / "home");
         std::filesystem::create_directories(scratch.path / "program");
         std::filesystem::current_path(scratch.path / "program");
-        setenv("HOME", (scratch.path / "home").c_str(), 1);
+        plat::setUserFolders(scratch.path / "home");
     }
     void TearDown() override {
         SimConnect_Close(handle);
@@ -92,7 +91,7 @@ class Connect : public testing::Test {
         plat::closeSocket(listener);
         simconnect::setCancelled(nullptr);
         std::filesystem::current_path(oldFolder);
-        setenv("HOME", oldHome.c_str(), 1);
+        plat::setUserFolders(oldFolder);
     }
     static std::string config(std::uint16_t toPort, const std::string& more = "") {
         return "[SimConnect]\nProtocol=IPv4\nAddress=127.0.0.1\nPort=" + std::to_string(toPort) + "\n" + more;
@@ -121,7 +120,6 @@ class Connect : public testing::Test {
 
     test::ScratchFolder scratch;
     std::filesystem::path oldFolder;
-    std::string oldHome;
     plat::Socket listener = plat::noSocket, peer = plat::noSocket;
     std::uint16_t port = 0;
     HANDLE handle = nullptr;

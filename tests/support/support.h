@@ -1,22 +1,26 @@
 #pragma once
 // What all tests share: scratch folders, the shared test data, and a log that can be read back.
 
+#include "system.h"
+
+#include "files.h"
+#include "platform/files.h"
+#include "platform/process.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <unistd.h>
 
 namespace test {
 
-// A folder that goes with its owner. enter() makes it the program folder and the home of the process.
+// A folder that goes with its owner. enter() makes it the program folder and the home of the process. Its name has
+// blanks and letters of several alphabets, as the name of a user may have, so that every test meets them.
 class ScratchFolder {
   public:
-    ScratchFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "velloray-test-XXXXXX").string();
-        path = mkdtemp(name.data());
-    }
+    ScratchFolder()
+        : path(rig::makeScratchFolder("velloray test \xC5\x81\xC3\xBC \xE6\x97\xA5\xE6\x9C\xAC")) {}
     ~ScratchFolder() {
         std::error_code ignored;
         std::filesystem::current_path(std::filesystem::temp_directory_path(), ignored);
@@ -26,11 +30,10 @@ class ScratchFolder {
     ScratchFolder& operator=(const ScratchFolder&) = delete;
     void enter() const {
         std::filesystem::current_path(path);
-        setenv("HOME", path.c_str(), 1);
-        setenv("XDG_CONFIG_HOME", (path / "config").c_str(), 1);
-        setenv("XDG_DATA_HOME", (path / "data").c_str(), 1);
+        plat::setUserFolders(path);
+        useHome(path);
     }
-    std::filesystem::path path;
+    const std::filesystem::path path;
 };
 
 // An installed simulator that the program finds: below the home that ScratchFolder::enter has set, in the form of the

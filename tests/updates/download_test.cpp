@@ -107,7 +107,7 @@ TEST_F(Downloads, FailuresGiveFalseAndSayWhatIsTheirs) {
     EXPECT_FALSE(std::filesystem::exists("got")) << "not even touched";
     EXPECT_FALSE(download(server->url() + "none"));
     EXPECT_FALSE(download(server->url() + "none", "no folder/got"));
-    EXPECT_TRUE(logged("could not open output file: no folder/got"));
+    EXPECT_TRUE(logged("could not open output file: " + plat::pathText("no folder/got")));
     EXPECT_FALSE(download("http://127.0.0.1:1/x")) << "nobody listens";
     EXPECT_FALSE(download("no address at all"));
     test::writeFile("served/a", bytes(100'000));

@@ -19,6 +19,7 @@
 #include <malloc.h>
 #include <pwd.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -80,7 +81,12 @@ InstanceGuard::~InstanceGuard() = default;
 
 // ---- folders ---------------------------------------------------------------------------------------------------
 
+static fs::path replacedHome; // empty: the user's own folders
+
+void setUserFolders(const fs::path& home) { replacedHome = home; }
+
 fs::path homeFolder() {
+    if (!replacedHome.empty()) return replacedHome;
     if (const char* home = std::getenv("HOME"); home && *home) return home;
     std::array<char, 16384> buffer; // the size that the system's own data base asks for is far below
     passwd entry{};
@@ -96,9 +102,13 @@ static fs::path lf_folderOf(const char* variable, const char* belowHome) {
     return home.empty() ? fs::path() : home / belowHome;
 }
 
-fs::path roamingDataFolder() { return lf_folderOf("XDG_CONFIG_HOME", ".config"); }
+fs::path roamingDataFolder() {
+    return replacedHome.empty() ? lf_folderOf("XDG_CONFIG_HOME", ".config") : replacedHome / "config";
+}
 
-fs::path localDataFolder() { return lf_folderOf("XDG_DATA_HOME", ".local/share"); }
+fs::path localDataFolder() {
+    return replacedHome.empty() ? lf_folderOf("XDG_DATA_HOME", ".local/share") : replacedHome / "data";
+}
 
 // ---- signals, timers, memory -----------------------------------------------------------------------------------
 
@@ -122,6 +132,12 @@ void onTerminationRequest(std::function<void()> handler) {
 }
 
 void releaseFreeMemory() { malloc_trim(0); }
+
+std::uint64_t peakMemoryBytes() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;
+}
 
 // The system's timers are exact to a fraction of a millisecond without being asked.
 void beginTimerResolution() {}

@@ -17,6 +17,7 @@
 
 #include <malloc.h>
 #include <mmsystem.h>
+#include <psapi.h>
 #include <shlobj.h>
 
 namespace plat {
@@ -49,11 +50,19 @@ static fs::path lf_shellFolder(int id) {
     return buffer.data();
 }
 
-fs::path homeFolder() { return lf_shellFolder(CSIDL_PROFILE); }
+static fs::path replacedHome; // empty: the user's own folders
 
-fs::path roamingDataFolder() { return lf_shellFolder(CSIDL_APPDATA); }
+void setUserFolders(const fs::path& home) { replacedHome = home; }
 
-fs::path localDataFolder() { return lf_shellFolder(CSIDL_LOCAL_APPDATA); }
+fs::path homeFolder() { return replacedHome.empty() ? lf_shellFolder(CSIDL_PROFILE) : replacedHome; }
+
+fs::path roamingDataFolder() {
+    return replacedHome.empty() ? lf_shellFolder(CSIDL_APPDATA) : replacedHome / "config";
+}
+
+fs::path localDataFolder() {
+    return replacedHome.empty() ? lf_shellFolder(CSIDL_LOCAL_APPDATA) : replacedHome / "data";
+}
 
 // ---- requests to end, timers, memory ---------------------------------------------------------------------------
 
@@ -81,6 +90,13 @@ void onTerminationRequest(std::function<void()> handler) {
 void releaseFreeMemory() {
     _heapmin();
     HeapCompact(GetProcessHeap(), 0);
+}
+
+std::uint64_t peakMemoryBytes() {
+    PROCESS_MEMORY_COUNTERS counters{};
+    return K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters)
+               ? counters.PeakWorkingSetSize
+               : 0;
 }
 
 constexpr UINT timerMs = 1;

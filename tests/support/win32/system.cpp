@@ -1,0 +1,26 @@
+// What tests need of Windows.
+
+#include "system.h"
+
+#include "platform/files.h"
+
+#include <clocale>
+#include <cstdlib>
+
+#include <windows.h>
+
+namespace test {
+
+void setEnvironment(const std::string& name, const char* value) { // an empty value takes it away
+    _wputenv_s(plat::textPath(name).c_str(), value ? plat::textPath(value).c_str() : L"");
+}
+
+void useHome(const std::filesystem::path&) {} // the shell's folders are not of the environment
+
+void prepareForRequestToEnd() {}
+
+void askThisProcessToEnd() { GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, 0); }
+
+bool setCommaLocale() { return std::setlocale(LC_ALL, "German_Germany.1252") != nullptr; }
+
+} // namespace test
