@@ -233,8 +233,9 @@ class ProcessTest : public AppTest {
         std::filesystem::create_directory("output"); // scanned before, so that a run has its liveries at once
         test::writeFile("output/LiveriesScanned.xml",
                         "<liveries><liv airl=\"BAW\" type=\"A320\" title=\"Test A320\"/></liveries>");
-        test::writeFile(folders.parameters,
-                        "<parameters><parameter name=\"SCAN_LIVERIES\" value=\"false\"/></parameters>");
+        gf_readParameters(); // makes the file; one of an older version would mean a scan
+        gf_setAndSave(SCAN_LIVERIES, false);
+        gf_resetParametersToDefaults();
     }
 
     // Runs the process with `script` on a thread beside it; gives its exit code.

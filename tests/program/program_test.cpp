@@ -3,6 +3,7 @@
 
 #include "support.h"
 
+#include "app/version.h"
 #include "feed/controlclient.h"
 #include "feed/feed.h"
 #include "platform/clock.h"
@@ -48,8 +49,9 @@ class Program {
             "config/Velloray/parameters.xml",
             fmt::format(
                 "<parameters><parameter name=\"PORT_NUMBER\" value=\"{}\"/><parameter name=\"AUTO_RANGE\" "
-                "value=\"false\"/><parameter name=\"SCAN_LIVERIES\" value=\"false\"/></parameters>",
-                controlPort));
+                "value=\"false\"/><parameter name=\"SCAN_LIVERIES\" value=\"false\"/>"
+                "<parameter name=\"PROGRAM_VERSION\" value=\"{}\"/></parameters>",
+                controlPort, gf_versionText(gf_programVersion())));
         fs::create_directories("output");
         test::writeFile("output/LiveriesScanned.xml",
                         "<liveries><liv airl=\"BAW\" type=\"A320\" title=\"Test A320\"/></liveries>");
