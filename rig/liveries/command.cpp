@@ -6,6 +6,7 @@
 #include "app/folders.h"
 #include "app/log.h"
 #include "app/parameters.h"
+#include "files.h"
 #include "options.h"
 #include "platform/files.h"
 #include "rig.h"
@@ -127,15 +128,8 @@ struct Outcome {
     }
 };
 
-fs::path newScratchFolder() {
-    for (int number = 0;; ++number) { // another run may be at work
-        fs::path path = fs::temp_directory_path() / fmt::format("velloray-liveries-{}", number);
-        if (fs::create_directory(path)) return path;
-    }
-}
-
 Outcome scan(const fs::path& folder) {
-    const fs::path scratch = newScratchFolder();
+    const fs::path scratch = makeScratchFolder("velloray-liveries");
     folders.log = scratch / "Log.txt";
     gf_openLog();
     Outcome outcome;
@@ -243,7 +237,7 @@ int runLiveries(const std::vector<std::string>& arguments) {
     SUPPRESS_STUB.value = !options.has("stubs");
     gf_buildFolders();
     readReferenceData(options.has("refdata")
-                          ? plat::textPath(options.text("refdata"))
+                          ? options.path("refdata")
                           : fs::path(VELLORAY_SOURCE_DIR) / "install" / "download" / "dbase.zip");
     const Outcome outcome = scan(folder);
     if (options.has("json")) {

@@ -50,10 +50,10 @@ class Fleet : public testing::Test {
         options.seed = seed;
         return rig::writeFleet(tables(), options);
     }
-    static std::map<std::string, std::string> content(const fs::path& folder) {
-        std::map<std::string, std::string> files;
+    static std::map<fs::path, std::string> content(const fs::path& folder) {
+        std::map<fs::path, std::string> files;
         for (const auto& entry : fs::recursive_directory_iterator(folder))
-            files[fs::relative(entry.path(), folder).generic_string()] =
+            files[entry.path().lexically_relative(folder)] =
                 entry.is_regular_file() ? test::readFile(entry.path()) : "";
         return files;
     }
@@ -96,9 +96,9 @@ TEST_F(Fleet, HasFilesInEveryHabit) {
     std::size_t files = 0, carriage = 0, plain = 0, mixed = 0, noEnd = 0, utf16 = 0, marked = 0, eightBit = 0,
                 comment = 0, container = 0, behind = 0;
     for (const auto& [name, text] : content(summary.packages / "Community")) {
-        std::string end = name.substr(name.size() - std::min<std::size_t>(name.size(), 13));
-        std::transform(end.begin(), end.end(), end.begin(), ::tolower);
-        if (end != "/aircraft.cfg") continue;
+        std::string file = plat::pathText(name.filename());
+        std::transform(file.begin(), file.end(), file.begin(), ::tolower);
+        if (file != "aircraft.cfg") continue;
         ++files;
         if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF")) {
             ++utf16;

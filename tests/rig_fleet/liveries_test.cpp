@@ -5,6 +5,7 @@
 #include "app/parameters.h"
 #include "fleet/fleet.h"
 #include "liveries/refdata.h"
+#include "platform/files.h"
 #include "rig.h"
 #include "support.h"
 
@@ -59,7 +60,7 @@ constexpr const char* reportFiles[] = {
 
 TEST_F(RigLiveries, TellsEveryLiveryAndEveryLossOfAFleet) {
     const rig::FleetSummary summary = fleet(400, 2);
-    const json told = json::parse(output({summary.packages.string(), "--json"}));
+    const json told = json::parse(output({plat::pathText(summary.packages), "--json"}));
     EXPECT_EQ(told["counts"]["liveries"], summary.liveries);
     for (std::size_t i = 0; i < scanReportCount; ++i) {
         const json& report = told["reports"][reportFiles[i]];
@@ -99,7 +100,7 @@ TEST_F(RigLiveries, ShowsAFolderGivenDirectlyWithTheLinesOfItsReports) {
     const std::string text = output({"pack", "--reports", "--missing"});
     EXPECT_THAT(text, testing::HasSubstr("BAW     A320 G-EUUU             My A320 a/aircraft.cfg\n"));
     EXPECT_THAT(text, testing::HasSubstr("     1 in InvalidAircraftCfgFiles.txt\n         " +
-                                         (scratch.path / "pack/b/aircraft.cfg").string() +
+                                         plat::pathText(scratch.path / "pack" / "b" / "aircraft.cfg") +
                                          " contains non-consecutive [fltsim.x] numbers at .x=1\n"));
     EXPECT_THAT(text,
                 testing::HasSubstr("       2        1 a/aircraft.cfg\n       1        0 b/aircraft.cfg\n"));

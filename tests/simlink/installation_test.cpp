@@ -25,8 +25,8 @@ class Installation : public SimLink {
         SimLink::TearDown();
         gf_resetParametersToDefaults();
     }
-    static fs::path roaming(const char* rest) { return plat::roamingDataFolder() / rest; }
-    static fs::path local(const char* rest) { return plat::localDataFolder() / rest; }
+    static fs::path roaming(const char* rest) { return (plat::roamingDataFolder() / rest).make_preferred(); }
+    static fs::path local(const char* rest) { return (plat::localDataFolder() / rest).make_preferred(); }
     static fs::path packages(const fs::path& path, const char* own) {
         fs::create_directories(path / "Community");
         fs::create_directories(path / own);

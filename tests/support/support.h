@@ -39,7 +39,7 @@ class ScratchFolder {
 // An installed simulator that the program finds: below the home that ScratchFolder::enter has set, in the form of the
 // Steam edition. Gives its packages folder.
 inline std::filesystem::path installSimulator(bool is2020 = true) {
-    const auto path = std::filesystem::path(std::getenv("XDG_CONFIG_HOME")) /
+    const auto path = plat::roamingDataFolder() /
                       (is2020 ? "Microsoft Flight Simulator" : "Microsoft Flight Simulator 2024") /
                       "Packages";
     std::filesystem::create_directories(path / "Community");
