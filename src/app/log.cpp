@@ -44,7 +44,7 @@ void gf_openLog() {
         const LockGuard hold(logLock);
         if (logStream.is_open()) logStream.close();
         logStream.clear();
-        logStream.open(folders.log);
+        logStream.open(folders.log, std::ios::binary); // line ends are the same on every system
         if (!logStream.is_open()) {
             logStream.clear();
             throw std::runtime_error("Failed to write file " + plat::pathText(folders.log));

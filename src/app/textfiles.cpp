@@ -35,7 +35,7 @@ bool gf_saveXml(const pugi::xml_document& document, const std::filesystem::path&
 }
 
 bool gf_writeFile(std::string_view text, const std::filesystem::path& path, bool addLineEnd) {
-    std::ofstream out(path);
+    std::ofstream out(path, std::ios::binary); // line ends are the same on every system
     if (!out) return false;
     out << text;
     if (addLineEnd) out << '\n';

@@ -25,8 +25,9 @@ class InstanceGuard {
 };
 
 // The user's folders; an empty path when the system does not tell.
-std::filesystem::path roamingDataFolder(); // settings: $XDG_CONFIG_HOME or ~/.config; the shell's AppData\Roaming
-std::filesystem::path localDataFolder();   // bulk data: $XDG_DATA_HOME or ~/.local/share; AppData\Local
+std::filesystem::path
+roamingDataFolder(); // settings: $XDG_CONFIG_HOME or ~/.config; the shell's AppData\Roaming
+std::filesystem::path localDataFolder(); // bulk data: $XDG_DATA_HOME or ~/.local/share; AppData\Local
 std::filesystem::path homeFolder();
 
 // For tests and the replay: from now on these folders are home and its "config" and "data"; an empty path brings the
