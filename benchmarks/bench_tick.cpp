@@ -2,9 +2,11 @@
 // per Tick. Each aircraft has a report every 3 s; 15 fly tight turns, 15 are on an approach, in the flare or rolling
 // out, some taxi through curves, the others fly on; heights come five times a second for all; the simulator's
 // frames at 60 Hz drain the queues between the Ticks. What other threads do (the reader, the simulator thread) is
-// done between the Ticks and not measured.
+// done between the Ticks and not measured. A second case has a busy airport: 150 of the 300 taxi, and some of those
+// stop now and then and look for a stand, 30 stand parked and are reported there, 200 static aircraft stand around,
+// and each hundredth Tick has the work of the second.
 
-#include "engine/engine.h"
+#include "engine/parking.h"
 #include "feed/feed.h"
 #include "platform/clock.h"
 #include "simconnect/transport.h"
@@ -28,7 +30,7 @@ constexpr double metersPerSecondPerKnot = metersPerNm / 3600;
 constexpr int aircraft = 300, ticksBetweenReports = 300, lead = 3000;
 constexpr std::uint32_t firstObject = 100;
 
-enum class Road { cruise, turn, land, taxi };
+enum class Road { cruise, turn, land, taxi, stopAndGo, parked };
 
 // Where aircraft `number` truly is at a time on its road.
 struct Track {
@@ -36,7 +38,9 @@ struct Track {
     Road road = Road::cruise;
     static constexpr double landingSeconds = 150; // approach and roll-out, then again from the start
 
-    static Track of(int number) {
+    static Track of(int number, bool busyAirport) {
+        if (busyAirport && number % 2 == 0) return {number, number % 10 == 0 ? Road::stopAndGo : Road::taxi};
+        if (busyAirport && number % 10 == 1) return {number, Road::parked};
         const Road road = number % 20 == 0   ? Road::turn
                           : number % 20 == 1 ? Road::land
                           : number % 20 < 4  ? Road::taxi
@@ -59,6 +63,25 @@ struct Track {
         p.track = std::fmod(a * radToDeg + 90, 360);
         return p;
     }
+    static LatLon standPlace(int number) {
+        const StreamPoint p = place(45.0 * (number % 40), 250.0 * (number / 40) - 1000, 0, 0);
+        return {p.lat, p.lon};
+    }
+    StreamPoint onStand() const {
+        const LatLon at = standPlace(number);
+        StreamPoint p = place(0, 0, 0, 0);
+        p.lat = at.lat + 1e-5;
+        p.lon = at.lon;
+        return p;
+    }
+    StreamPoint stopAndGo(double seconds) const { // a minute of each
+        constexpr double round = 120, moves = 60;
+        const double rest = std::fmod(seconds + number, round),
+                     before = std::floor((seconds + number) / round) * moves;
+        StreamPoint p = circle(before + std::min(rest, moves), 60, 15, 0);
+        if (rest > moves) p.speed = p.tas = 0;
+        return p;
+    }
     StreamPoint landing(double seconds) const {
         constexpr double touch = 70, knots = 130, mps = knots * metersPerSecondPerKnot, brake = 2;
         const double east = number * 30.0; // each has a runway of its own
@@ -78,6 +101,8 @@ struct Track {
         case Road::turn: return circle(seconds, 3000, 220, 6000);
         case Road::land: return landing(seconds);
         case Road::taxi: return circle(seconds, 60, 15, 0);
+        case Road::stopAndGo: return stopAndGo(seconds);
+        case Road::parked: return onStand();
         default: return circle(seconds, 60000, 400, 12000 + 100 * (number % 50));
         }
     }
@@ -130,11 +155,16 @@ struct Traffic {
         ac->heading = gf_bearing(front.lat, front.lon, ac->stream[1].lat, ac->stream[1].lon);
         ac->radiusNm = 0.001; // they may meet
         lf_setObjectId(*ac, firstObject + static_cast<std::uint32_t>(number));
+        if (tracks[i].road != Road::parked) return;
+        ac->fs = FlightState::parked;
+        ac->airline = ""; // what is learned is not measured here
+        lf_takeStand(*ac, airports.file.stands[i]);
+        ac->lat = ac->standLat;
     }
 
-    Traffic() : startTick(aircraft) {
+    explicit Traffic(bool busyAirport) : startTick(aircraft) {
         for (int n = 0; n < aircraft; ++n) {
-            tracks.push_back(Track::of(n));
+            tracks.push_back(Track::of(n, busyAirport));
             place(n);
         }
     }
@@ -162,8 +192,31 @@ struct Swallow : simconnect::Transport {
     int receive(std::span<char>) override { return 0; }
 };
 
+void fillAirport() {
+    constexpr int stands = 400, statics = 200;
+    for (int n = 0; n < stands; ++n) {
+        Stand s;
+        s.id = fmt::format("Gate {}", n);
+        s.seq = n + 1;
+        s.lat = Track::standPlace(n).lat;
+        s.lon = Track::standPlace(n).lon;
+        s.radius = 18 / metersPerNm;
+        airports.file.stands.push_back(std::move(s));
+    }
+    for (int n = 0; n < statics; ++n) {
+        ParkedAc ac;
+        ac.hexid = ac.objectId = static_cast<std::uint32_t>(n) + 1000;
+        ac.st = SimState::active;
+        ac.radiusNm = 17 / metersPerNm;
+        lf_takeStand(ac, airports.file.stands[static_cast<std::size_t>(stands - 1 - n)]);
+        ac.standLat += 0.5; // out of the way: what is removed is not measured here
+        engine.parked.push_back(std::move(ac));
+    }
+}
+
 void prepare() {
     engine = EngineRun();
+    airports = AirportsRun();
     app = AppRun();
     lf_presizeEngine();
     lf_presizeSimQueues();
@@ -178,6 +231,7 @@ void prepare() {
     field.lat = fieldLat;
     field.lon = fieldLon;
     field.elevation = groundFt;
+    field.loaded = true;
     gf_publishParkAirport(field);
     engine.user.lat = fieldLat;
     engine.user.lon = fieldLon;
@@ -194,12 +248,18 @@ void tick() { // the motion step of the main cycle, without what only sends to R
     lf_fileFeedRecords();
     lf_serveSpawnRequest();
     if (appLife.tickCount % 20 == 0) gf_requestInRange(app.rangeMeters);
+    if (appLife.tickCount % 100 == 0) { // the second's
+        lf_refreshCounts();
+        lf_userConflicts();
+        lf_parkedConflicts();
+    }
     appLife.tickCount += 1;
 }
 
-void tickWith300Aircraft(benchmark::State& state) {
+void tickWith300Aircraft(benchmark::State& state, bool busyAirport) {
     prepare();
-    Traffic traffic;
+    if (busyAirport) fillAirport();
+    Traffic traffic(busyAirport);
     std::vector<double> microseconds;
     microseconds.reserve(200000);
     std::size_t allocated = 0, landings = 0, updates = 0;
@@ -243,7 +303,14 @@ void tickWith300Aircraft(benchmark::State& state) {
     SimConnect_Close(sim.handle);
     sim.handle = nullptr;
 }
-BENCHMARK(tickWith300Aircraft)->UseManualTime()->Iterations(30000)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(tickWith300Aircraft, enRoute, false)
+    ->UseManualTime()
+    ->Iterations(30000)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(tickWith300Aircraft, busyAirport, true)
+    ->UseManualTime()
+    ->Iterations(30000)
+    ->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

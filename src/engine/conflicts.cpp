@@ -83,10 +83,11 @@ void lf_userConflicts() {
 
 // ---- live and static aircraft --------------------------------------------------------------------------------------
 
-static void lf_removeStaticInTheWay(const LiveAc& ac) {
+static void lf_removeStaticInTheWay(const LiveAc& ac, double largestRadius) {
     constexpr double room = 1.1; // of both radii
+    const NearBox box(ac.lat, ac.lon, room * (ac.radiusNm + largestRadius));
     for (ParkedAc& parked : engine.parked) {
-        if (parked.st != SimState::active) continue;
+        if (parked.st != SimState::active || box.excludes(parked.standLat, parked.standLon)) continue;
         const double nm = room * (ac.radiusNm + parked.radiusNm);
         if (!lf_isWithin(ac.lat, ac.lon, parked.standLat, parked.standLon, nm)) continue;
         if (LOG)
@@ -98,13 +99,15 @@ static void lf_removeStaticInTheWay(const LiveAc& ac) {
 
 void lf_parkedConflicts() {
     if (!COLLISION_LIVE_PARKED_GND || engine.parked.empty()) return;
+    double largestRadius = 0;
+    for (const ParkedAc& parked : engine.parked) largestRadius = std::max(largestRadius, parked.radiusNm);
     for (LiveAc& ac : engine.live) {
         const bool drives = ac.onGround && (ac.fs == FlightState::taxi || ac.fs == FlightState::parking);
         const bool moved = ac.lat != ac.checkedLat || ac.lon != ac.checkedLon;
         if (!drives || !moved || ac.st != SimState::active || ac.departing || ac.landingRoll) continue;
         ac.checkedLat = ac.lat;
         ac.checkedLon = ac.lon;
-        lf_removeStaticInTheWay(ac);
+        lf_removeStaticInTheWay(ac, largestRadius);
     }
 }
 

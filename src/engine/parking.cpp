@@ -49,11 +49,12 @@ static void lf_growStand(Stand& stand, const AcBase& ac) {
 Stand* lf_findStand(double lat, double lon, const AcBase& ac, double radiusMeters, bool wide) {
     constexpr double growNm = 20 / metersPerNm, wideNm = 85 / metersPerNm,
                      far = std::numeric_limits<double>::max();
-    const double nearNm = radiusMeters / metersPerNm, reachNm = std::max(nearNm, wideNm);
+    const double nearNm = radiusMeters / metersPerNm;
+    const NearBox box(lat, lon, std::max(nearNm, wideNm));
     Stand *best = nullptr, *grown = nullptr, *candidate = nullptr;
     double bestNm = far, candidateNm = far;
     for (Stand& stand : airports.file.stands) {
-        if (stand.occupied || lf_clearlyBeyond(lat, stand.lat, reachNm)) continue;
+        if (stand.occupied || box.excludes(stand.lat, stand.lon)) continue;
         const double d = gf_distanceNm(lat, lon, stand.lat, stand.lon);
         if (d <= nearNm && d < bestNm) {
             const bool fits = lf_fitsStand(ac, stand);

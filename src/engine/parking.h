@@ -12,13 +12,25 @@ inline bool lf_sameText(std::string_view a, std::string_view b) { return !a.empt
 
 // ---- distances -----------------------------------------------------------------------------------------------------
 
-// True only when two places are farther apart than `nm`; the latitudes alone tell it of most pairs, without a sine.
-inline bool lf_clearlyBeyond(double lat1, double lat2, double nm) {
-    constexpr double minutesPerDegree = 60, slack = 1e-6; // a minute of latitude is a nautical mile
-    return std::abs(lat2 - lat1) * minutesPerDegree > nm + slack;
-}
+// A box around a place that holds all places within `nm` of it: most of the others are told without a sine.
+struct NearBox {
+    double lat, lon, latReach, lonReach; // degrees
+    NearBox(double atLat, double atLon, double nm) : lat(atLat), lon(atLon) {
+        constexpr double minutes = 60, roomy = 1.01, nearPole = 0.01; // there meridians are no measure
+        const double cosLat = std::cos(lat * degToRad);
+        latReach = nm / minutes * roomy;
+        lonReach = cosLat > nearPole ? latReach / cosLat : 360;
+    }
+    bool excludes(double otherLat, double otherLon) const {
+        constexpr double halfTurn = 180;
+        const double east = std::abs(otherLon - lon);
+        return std::abs(otherLat - lat) > latReach ||
+               (east > halfTurn ? 2 * halfTurn - east : east) > lonReach;
+    }
+};
 inline bool lf_isWithin(double lat1, double lon1, double lat2, double lon2, double nm) {
-    return !lf_clearlyBeyond(lat1, lat2, nm) && gf_distanceNm(lat1, lon1, lat2, lon2) <= nm;
+    constexpr double minutes = 60, slack = 1e-6; // a minute of latitude is a nautical mile
+    return std::abs(lat2 - lat1) * minutes <= nm + slack && gf_distanceNm(lat1, lon1, lat2, lon2) <= nm;
 }
 
 // ---- the stand of an aircraft (parking.cpp) --------------------------------------------------------------------------

@@ -1,4 +1,5 @@
-// Whole roads on the ground: an arrival to its stand, push backs, a pull-out, a tow.
+// Whole roads on the ground, feed lines in and the simulator's world out: an arrival to its stand, push backs, a
+// pull-out, a tow, and what the feed may say of a parked aircraft.
 
 #include "ground_fixture.h"
 
@@ -6,11 +7,51 @@ namespace {
 
 constexpr std::uint32_t hex = 4242424;
 
-class Roads : public Ground {};
+class Roads : public Ground {
+  protected:
+    // While it is parked an aircraft neither moves nor turns, and nothing jumps or slides backwards.
+    struct Seen {
+        double lat, lon, heading;
+        bool parked;
+    };
+    std::map<std::uint32_t, Seen> before;
+    int movesWhileParked = 0, jumps = 0;
+    void watch() override {
+        constexpr double jumpNm = 2 / metersPerNm; // in a Tick
+        for (const LiveAc& ac : engine.live) {
+            if (ac.st != SimState::active) continue;
+            const bool parked = ac.fs == FlightState::parked;
+            const auto it = before.find(ac.hexid);
+            if (it != before.end()) {
+                const Seen& b = it->second;
+                const bool same = b.lat == ac.lat && b.lon == ac.lon && b.heading == ac.heading;
+                movesWhileParked += parked && b.parked && !same;
+                jumps += gf_distanceNm(b.lat, b.lon, ac.lat, ac.lon) > jumpNm;
+            }
+            before[ac.hexid] = {ac.lat, ac.lon, ac.heading, parked};
+        }
+    }
+    void TearDown() override {
+        EXPECT_EQ(movesWhileParked, 0);
+        EXPECT_EQ(jumps, 0);
+    }
+
+    // Reports at one place, each two seconds; the time after the last.
+    double stands(double fromS, double forS, double north, double east,
+                  const std::string& callsign = "DLH1AB") {
+        double t = fromS;
+        for (; t < fromS + forS; t += 2) line(t, hex, callsign, north, east, 0, 0, 0);
+        return t;
+    }
+    double north(const rig::SimObject& o) { return (o.lat - fieldLat) * metersPerLatDegree; }
+    double east(const rig::SimObject& o) {
+        return (o.lon - fieldLon) * metersPerLatDegree * std::cos(fieldLat * degToRad);
+    }
+};
 
 TEST_F(Roads, AnArrivalLandsTaxiesAndParksOnItsStand) {
     Stand& home = stand("A1", 2200, 700, 90, 18);
-    // A final from the south, a runway northwards from the field, a way east, and 12 m short of the stand.
+    // A final from the south, a runway northwards from the field, a way east, and 30 m short of the stand.
     const double end = feed(hex, "DLH1AB",
                             {{-14000, 0, 140, 2513},
                              {-60, 0, 138, 14},
@@ -19,9 +60,9 @@ TEST_F(Roads, AnArrivalLandsTaxiesAndParksOnItsStand) {
                              {1700, 100, 20},
                              {2200, 300, 15},
                              {2200, 650, 8},
-                             {2200, 688, 0, 0, 60}},
+                             {2200, 670, 0, 0, 4}},
                             5);
-    run(end + 40);
+    run(end + 60);
     SCOPED_TRACE(story(hex));
     rig::SimObject* o = object("DLH1AB");
     ASSERT_TRUE(o);
@@ -30,6 +71,238 @@ TEST_F(Roads, AnArrivalLandsTaxiesAndParksOnItsStand) {
     EXPECT_LT(degreesOff(*o, 90), 3);
     EXPECT_EQ(o->lights & ~rig::lightCabin, rig::lightNav | rig::lightLogo);
     EXPECT_FALSE(o->engineRunning);
+    EXPECT_NEAR(o->alt, fieldFt + o->staticCg, 0.01);
+    ASSERT_EQ(home.options.size(), 0u); // nothing makes options here, but the sighting was told
+    EXPECT_EQ(airports.updates, 1u);
+    EXPECT_TRUE(lf_findByHexid(hex)->landed);
+}
+
+TEST_F(Roads, WithoutALandingOnlyAStandWithinTwentyMetresIsTaken) {
+    stand("A1", 0, 0, 90, 18);
+    feed(hex, "DLH1AB", {{0, -400, 12}, {0, -60, 8}, {0, -25, 0, 0, 4}}, 1);
+    feed(hex + 1, "DLH2AB", {{200, -400, 12}, {200, -60, 8}, {200, -15, 0, 0, 4}}, 1);
+    Stand& near = stand("A2", 200, 0, 90, 18);
+    run(150);
+    SCOPED_TRACE(story(hex) + story(hex + 1));
+    EXPECT_EQ(state(hex), FlightState::taxi); // holds where it is
+    EXPECT_TRUE(wasTold(hex, "on no known stand"));
+    EXPECT_EQ(state(hex + 1), FlightState::parked);
+    ASSERT_TRUE(object("DLH2AB"));
+    EXPECT_LT(metersFrom(*object("DLH2AB"), near), 0.5);
+}
+
+TEST_F(Roads, AStandingAircraftAppearsOnItsStandAndStaysThereWhileItsReportsWander) {
+    Stand& home = stand("B7", 0, 0, 45, 18);
+    double t = stands(1, 60, 10, 5);
+    t = stands(t, 20, 14, 5); // twice 4 m farther from the stand, and back
+    t = stands(t, 20, 18, 5);
+    t = stands(t, 20, 10, 5);
+    t = stands(t, 20, 14, 5);
+    t = stands(t, 20, 10, 5);
+    run(80);
+    ASSERT_TRUE(object("DLH1AB"));
+    EXPECT_LT(metersFrom(*object("DLH1AB"), home), 0.1);
+    EXPECT_LT(degreesOff(*object("DLH1AB"), 45), 0.1);
+    run(t + 10 - seconds);
+    SCOPED_TRACE(story(hex));
+    EXPECT_EQ(state(hex), FlightState::parked);
+    EXPECT_TRUE(lf_findByHexid(hex)->feedAtStand);
+    EXPECT_EQ(lf_findByHexid(hex)->recedeCount, 0);
+    EXPECT_FALSE(home.occupied); // its stream has run out: another one may claim it
+}
+
+TEST_F(Roads, AJumpOfItsReportsRemovesAParkedAircraft) {
+    stand("B7", 0, 0, 45, 18);
+    const double t = stands(1, 60, 1, 1);
+    line(t, hex, "DLH1AB", 250, 0, 0, 0, 5);
+    run(t + 5);
+    EXPECT_FALSE(object("DLH1AB"));
+    EXPECT_TRUE(wasTold(hex, "jumped 250 m"));
+}
+
+// ---- push back -----------------------------------------------------------------------------------------------------
+
+class PushBack : public Roads {
+  protected:
+    // A stand that faces north; the aircraft is pushed south, and its reports tell a heading after some metres.
+    void push(double trackOut) {
+        stand("B7", 0, 0, 0, 18);
+        const double leaves = stands(1, 80, 1, 1);
+        for (int i = 0; i < 20; ++i) line(leaves + 2 * i, hex, "DLH1AB", -3.0 * i, 0, 0, trackOut, 3);
+        run(leaves + 60);
+    }
+};
+
+TEST_F(PushBack, SwingsTheTailToTheSideThatTheFeedShows) {
+    for (const double side : {1.0, -1.0}) { // nose to the right, tail to the left; and the other way
+        push(side > 0 ? 60 : 300);
+        SCOPED_TRACE(story(hex));
+        ASSERT_EQ(state(hex), FlightState::pushedBack);
+        rig::SimObject* o = object("DLH1AB");
+        ASSERT_TRUE(o);
+        EXPECT_NEAR(north(*o), -2.5 * 18, 0.5); // of the stand's radius
+        EXPECT_NEAR(east(*o), -side * 17, 0.5); // the aircraft's own
+        EXPECT_LT(degreesOff(*o, side > 0 ? 90 : 270), 2);
+        EXPECT_TRUE(o->engineRunning);
+        EXPECT_TRUE(o->lights & rig::lightTaxi);
+        removeAircraftFromSim(*lf_findByHexid(hex), Removed::other);
+        run(2);
+        ASSERT_TRUE(engine.live.empty());
+        airports.file.stands.clear();
+        before.clear();
+        lines.clear();
+        seconds = 0;
+    }
+}
+
+TEST_F(PushBack, EndsStraightWhereNoSideIsKnownOrWanted) {
+    STRAIGHT_PBS_ONLY.value = true;
+    push(60);
+    SCOPED_TRACE(story(hex));
+    ASSERT_EQ(state(hex), FlightState::pushedBack);
+    rig::SimObject* o = object("DLH1AB");
+    ASSERT_TRUE(o);
+    EXPECT_NEAR(north(*o), -2.5 * 18, 0.5);
+    EXPECT_NEAR(east(*o), 0, 0.1);
+    EXPECT_LT(degreesOff(*o, 0), 0.1);
+    EXPECT_FALSE(wasTold(hex, "removed"));
+}
+
+TEST_F(PushBack, DoesNotTurnTheNoseByWhatWasLeftFromTheWayToTheStand) {
+    // It came to its stand with a turn that was not finished: the mark of that must not turn it as it is pushed.
+    stand("B7", 0, 0, 0, 18);
+    const double leaves = stands(1, 80, 1, 1);
+    for (int i = 0; i < 20; ++i) line(leaves + 2 * i, hex, "DLH1AB", -3.0 * i, 0, 0, 0, 3);
+    run(leaves - 5);
+    ASSERT_EQ(state(hex), FlightState::parked);
+    lf_findByHexid(hex)->headingLag = true;
+    run(60);
+    EXPECT_EQ(state(hex), FlightState::pushedBack);
+    EXPECT_LT(degreesOff(*object("DLH1AB"), 0), 0.1);
+}
+
+TEST_F(PushBack, WaitsBehindTheStandUntilTheFeedMovesOnOrAppearsElsewhere) {
+    push(60);
+    ASSERT_EQ(state(hex), FlightState::pushedBack);
+    const LiveAc& waiting = *lf_findByHexid(hex);
+    EXPECT_TRUE(waiting.holding);
+    EXPECT_NE(waiting.standId, 0u);
+    feed(hex, "DLH1AB", {{-57, 0, 2}, {-57, 400, 12}}, seconds); // past it to the east
+    run(60);
+    SCOPED_TRACE(story(hex));
+    EXPECT_EQ(state(hex), FlightState::taxi);
+    EXPECT_EQ(lf_findByHexid(hex)->standId, 0u);
+    rig::SimObject* o = object("DLH1AB");
+    ASSERT_TRUE(o);
+    EXPECT_GT(east(*o), 20);
+    EXPECT_LT(std::abs(north(*o) + 52), 10);
+}
+
+TEST_F(Roads, AStandThatIsLeftForwardsIsPulledOutOf) {
+    stand("P1", 0, 0, 0, 18);
+    const double leaves = stands(1, 80, 1, 1);
+    feed(hex, "DLH1AB", {{1, 0, 3}, {60, 0, 10}, {300, 0, 12}}, leaves);
+    run(leaves + 20);
+    EXPECT_TRUE(wasTold(hex, "pulls out of stand P1"));
+    EXPECT_EQ(state(hex), FlightState::taxi);
+    run(30);
+    SCOPED_TRACE(story(hex));
+    EXPECT_FALSE(wasTold(hex, "pushed back"));
+    rig::SimObject* o = object("DLH1AB");
+    ASSERT_TRUE(o);
+    EXPECT_GT(north(*o), 60);
+    EXPECT_LT(degreesOff(*o, 0), 5);
+    EXPECT_EQ(state(hex), FlightState::taxi); // and looks for no stand when it stops soon
+}
+
+TEST_F(Roads, TheBearingOfTheFeedIsRoundedBeforeForwardsAndBackwardsAreTold) {
+    for (const double bearing : {89.4, 89.6, 270.6, 270.4}) {
+        Stand& home = stand("P1", 0, 0, 0, 18);
+        LiveAc& ac = active(hex, 77, home.lat, home.lon, 0);
+        lf_takeStand(ac, home);
+        ac.fs = FlightState::parked;
+        ac.heading = 0;
+        ac.leavingStand = true;
+        const LatLon out =
+            gf_destination(home.lat, home.lon, bearing * degToRad, 100 / metersPerNm * feetPerNm);
+        StreamPoint p = ac.stream.front();
+        p.stationary = false;
+        p.lat = out.lat;
+        p.lon = out.lon;
+        p.dueTick += 100;
+        ac.stream.pushBack(p);
+        ac.stream.front().dueTick = appLife.tickCount;
+        updateLiveAc(ac);
+        const bool forwards = bearing == 89.4 || bearing == 270.6;
+        EXPECT_EQ(ac.fs, forwards ? FlightState::taxi : FlightState::pushingBack) << bearing;
+        engine.live.clear();
+        airports.file.stands.clear();
+    }
+}
+
+TEST_F(Roads, AnAircraftThatLeavesSoonAfterItsLandingIsTowedToAnotherStand) {
+    struct Row {
+        double minutes;
+        bool towed;
+    };
+    for (const Row row : {Row{24.6, true}, Row{25.1, false}}) { // of a Large one
+        stand("T1", 0, 0, 0, 18);
+        Stand& other = stand("T2", 0, 400, 0, 18);
+        const double leaves = stands(1, 60, 1, 1);
+        run(leaves);
+        LiveAc& ac = *lf_findByHexid(hex);
+        ASSERT_EQ(ac.fs, FlightState::parked);
+        ac.landed = true;
+        // It has stood there for so long: its wait of a week began earlier.
+        ac.stream.front().dueTick =
+            appLife.tickCount + 60480000 - static_cast<std::int32_t>(row.minutes * 6000);
+        feed(hex, "DLH1AB",
+             {{0, 0, 3}, {-60, 0, 3, 0, 10}, {-60, 100, 6}, {-60, 395, 6}, {-5, 395, 0, 0, 20}}, seconds);
+        run(290);
+        SCOPED_TRACE(story(hex));
+        EXPECT_EQ(wasTold(hex, "is towed"), row.towed);
+        EXPECT_EQ(state(hex), row.towed ? FlightState::parked : FlightState::taxi) << row.minutes;
+        if (row.towed) {
+            ASSERT_TRUE(object("DLH1AB"));
+            EXPECT_LT(metersFrom(*object("DLH1AB"), other), 0.5);
+        }
+        removeAircraftFromSim(*lf_findByHexid(hex), Removed::other);
+        run(2);
+        airports.file.stands.clear();
+        before.clear();
+        lines.clear();
+        heard.clear();
+        seconds = 0;
+    }
+}
+
+TEST_F(Roads, AReportElsewhereEndsTheWayToTheStand) {
+    stand("A1", 0, 0, 90, 18);
+    feed(hex, "DLH1AB", {{0, -400, 12}, {0, -60, 8}, {0, -18, 0, 0, 4}}, 1);
+    ASSERT_TRUE(runUntil(200, [&] { return state(hex) == FlightState::parking; })) << story(hex);
+    line(seconds, hex, "DLH1AB", 120, 0, 0, 0, 8);
+    run(1);
+    EXPECT_EQ(state(hex), FlightState::taxi);
+    EXPECT_TRUE(wasTold(hex, "reported elsewhere"));
+}
+
+TEST_F(Roads, WithNoReportsOnlyTheFinalApproachFreesAStandThatIsStillHeld) {
+    Stand& home = stand("A1", 0, 0, 90, 18);
+    LiveAc& ac = active(hex, 77, 50.05, 8, 1500);
+    lf_takeStand(ac, home);
+    home.occupied = true;
+    ac.agl = 1500;
+    ac.stream.front().vs = -700;
+    StreamPoint p = ac.stream.front();
+    p.lat -= 0.01;
+    p.dueTick += 1000;
+    ac.stream.pushBack(p);
+    ac.stream.front().dueTick = appLife.tickCount;
+    updateLiveAc(ac);
+    EXPECT_TRUE(ac.landing);
+    EXPECT_EQ(ac.standId, 0u);
+    EXPECT_FALSE(home.occupied);
+    engine.live.clear();
 }
 
 } // namespace
