@@ -23,21 +23,24 @@ static bool lf_crowded(const LiveAc& ac) {
 }
 
 static bool lf_hold(LiveAc& ac, Removed& why) {
-    constexpr std::int32_t waitTicks = 300;
+    constexpr std::int32_t waitTicks = 300, longWaitTicks = 3000;
+    const std::int32_t held = ac.holding ? lf_ticksBetween(ac.holdStart, lf_now()) : 0;
     if (lf_crowded(ac)) {
+        lf_trace(ac.hexid, "cannot wait: another aircraft taxies right beside it");
         ac.holding = false;
         ac.holdStart = 0;
         why = Removed::conflict;
         return false;
     }
-    if (ac.holding && lf_ticksBetween(ac.holdStart, lf_now()) > MAX_HOLDING_MINUTES.value * ticksPerMinute) {
+    if (held > MAX_HOLDING_MINUTES.value * ticksPerMinute) {
         why = Removed::holdingOver;
         return false;
     }
     if (!ac.holding) {
         ac.holding = true;
         ac.holdStart = lf_now();
-        lf_trace(ac.hexid, "holds: no new report");
+    } else if (held >= longWaitTicks && held < longWaitTicks + waitTicks) {
+        lf_trace(ac.hexid, "waits where it stands: no report for half a minute");
     }
     ac.extendCount = 1;
     StreamPoint point = ac.stream.front();
@@ -170,7 +173,7 @@ bool checkExtendingSituations(LiveAc& ac, const StreamPoint& point) {
     }
     if (!ac.onGround && lf_absDegrees(ac.heading, lf_bearing(ac.stream.back(), point)) >= behind)
         return false;
-    lf_trace(ac.hexid, "reported again");
+    if (ac.extendCount > 1) lf_trace(ac.hexid, "reported again");
     ac.extendCount = 0;
     lf_widenElasticity(ac);
     ac.stream.front().dueTick = lf_tickAfter(lf_now(), 1);

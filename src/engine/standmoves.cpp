@@ -131,7 +131,8 @@ void lf_arriveAtStand(LiveAc& ac) {
     if (stand) lf_beginParked(ac, *stand);
     lf_shutDownAtStand(ac);
     gf_logLine(fmt::format("{:8}: {:8} arrived at stand", lf_standName(ac.standId), ac.callsign));
-    lf_trace(ac.hexid, "arrived at stand {}", lf_standName(ac.standId));
+    lf_trace(ac.hexid, "arrived at stand {}, {:.0f} degrees off its heading", lf_standName(ac.standId),
+             lf_absDegrees(ac.standHeading, ac.heading));
     engine.newArrivals.push_back(ac.hexid);
     if (ac.airline.empty() || ac.standCargo != ac.cargo) return;
     if (!lf_addRealStandOption(ac.standId, ac, ac.parkedSince, false)) return;
