@@ -60,23 +60,21 @@ if [ -z "${DISPLAY:-}" ]; then
     start openbox.log openbox --sm-disable
 fi
 
-# The installation: the simulator's folders, liveries for the types of the embedded data, and RealTraffic on this computer.
-mkdir -p "$XDG_CONFIG_HOME/Microsoft Flight Simulator/Packages/"{Community,Official}
-mkdir -p "$program/output" "$XDG_CONFIG_HOME/InsideSystems"
-"$build/rig" refdata --tables "$root/rig/refdata/tables" --liveries "$program/output/LiveriesScanned.xml" >"$place/refdata.log"
+# The installation: a simulator with livery packages that the program scans, and RealTraffic on this computer.
+"$build/rig" fleet "$place" --tables "$root/rig/refdata/tables" --liveries 4000 >"$place/fleet.log"
+mkdir -p "$XDG_CONFIG_HOME/InsideSystems"
 touch "$XDG_CONFIG_HOME/InsideSystems/RealTraffic.jar"
 mkdir -p "$XDG_CONFIG_HOME/Velloray" # a wider circle than the program would choose for a user on the ground
 cat >"$XDG_CONFIG_HOME/Velloray/parameters.xml" <<'XML'
 <parameters>
   <parameter name="AUTO_RANGE" value="false"/>
   <parameter name="LATERAL_RANGE" value="60"/>
-  <parameter name="SCAN_LIVERIES" value="false"/>
 </parameters>
 XML
 
 # The simulator, and how the program finds it.
 start simulator.log stdbuf -oL "$build/rig" simulator --edition 2020 --port 0 --http 0 --ready-file "$place/ready" \
-    --user 51.4706,-0.4619,83,90,ground --titles "$program/output/LiveriesScanned.xml" \
+    --user 51.4706,-0.4619,83,90,ground --titles "$place/titles.txt" \
     --utc "$(date +%s)" --journal "$place/journal"
 wait_for 10 test -s "$place/ready" || { echo "demo: the simulator does not start" >&2 && exit 1; }
 sim_port=$(sed 's/.*://' "$place/ready")

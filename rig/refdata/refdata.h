@@ -2,6 +2,8 @@
 // The maker of the reference data: plain tables in, a download tree or a demonstration set of liveries out. The same
 // tables always give the same files.
 
+#include "liveries/liveries.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -62,7 +64,12 @@ void writeZip(const std::filesystem::path& path, const std::vector<ZipEntry>& en
 // Everything below the download base that a program needs to start without a network.
 void writeDownloadTree(const RefTables& tables, const std::filesystem::path& folder);
 
-// "LiveriesScanned.xml" with an invented title for each type, and many more for the common airliners.
-void writeDemoLiveries(const RefTables& tables, const std::filesystem::path& file);
+// One invented title for each type, and many more for the common airliners.
+std::vector<Livery> demoLiveries(const RefTables& tables);
+// So many liveries, as an installation of that size has them: a generic one of most types, several of each airline's
+// own types, four in ten with a registration. The same for the same tables and seed.
+std::vector<Livery> inventLiveries(const RefTables& tables, std::size_t count, std::uint32_t seed);
+// As a "LiveriesScanned.xml". Throws std::runtime_error.
+void writeLiveries(const std::vector<Livery>& liveries, const std::filesystem::path& file);
 
 } // namespace rig

@@ -1,17 +1,13 @@
-// The files that come out: the download tree and the demonstration liveries.
+// The download tree.
 
-#include "app/textfiles.h"
 #include "app/version.h"
 #include "platform/files.h"
 #include "refdata/refdata.h"
 
 #include <fmt/format.h>
-#include <pugixml.hpp>
 #include <zip.h>
 
 #include <fstream>
-#include <map>
-#include <set>
 #include <stdexcept>
 
 namespace rig {
@@ -60,41 +56,6 @@ void writeDownloadTree(const RefTables& tables, const std::filesystem::path& fol
     // The versions that make a program see no update; 0.0.0 stands for none.
     writeText(folder / "release" / "version.json", gf_versionText(gf_programVersion()) + "\n");
     writeText(folder / "mysimaddon24" / "version.json", gf_versionText(VersionData()) + "\n");
-}
-
-// Airliners of which a demonstration shows many airlines.
-static const std::set<std::string> commonTypes{"A319", "A320", "A20N", "A321", "A21N", "A333",
-                                               "A359", "B738", "B38M", "B739", "B752", "B763",
-                                               "B77W", "B788", "B789", "E190", "E75L", "CRJ9"};
-
-void writeDemoLiveries(const RefTables& tables, const std::filesystem::path& file) {
-    std::set<std::string> airlines, models;
-    std::set<std::pair<std::string, std::string>> wanted; // airline and type
-    for (const auto& row : tables.registrations)
-        if (!row.airl.empty()) airlines.insert(row.airl);
-    std::map<std::string, bool> isCargo;
-    for (const auto& row : tables.airlines) isCargo[row.code] = row.cargo;
-    for (const auto& row : tables.types) {
-        wanted.emplace("ZZZ", row.designator);
-        if (commonTypes.count(row.designator) == 0) continue;
-        for (const auto& airline : airlines) wanted.emplace(airline, row.designator);
-    }
-    for (const auto& row : tables.registrations)
-        if (!row.airl.empty() && !row.type.empty()) wanted.emplace(row.airl, row.type);
-
-    pugi::xml_document document;
-    gf_writeMeta(document);
-    auto liveries = document.append_child("liveries");
-    for (const auto& [airline, type] : wanted) {
-        auto livery = liveries.append_child("liv");
-        livery.append_attribute("airl") = airline.c_str();
-        livery.append_attribute("type") = type.c_str();
-        if (isCargo[airline]) livery.append_attribute("cargo") = "true";
-        livery.append_attribute("title") = fmt::format("Velloray Demo {} {}", type, airline).c_str();
-    }
-    if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path());
-    if (!document.save_file(file.c_str()))
-        throw std::runtime_error(fmt::format("cannot write \"{}\"", plat::pathText(file)));
 }
 
 } // namespace rig

@@ -73,6 +73,21 @@ void Measure::watchEvenness(const LiveAc& ac, Watched& w) {
     }
 }
 
+// An aircraft that comes back shows its former look, unless the engine itself asked for another.
+void Measure::watchLook(const LiveAc& ac, Watched& w) {
+    if (ac.st == SimState::liveryRespawn) w.respawnAsked = true;
+    if (ac.objectId == 0 || ac.objectId == w.objectId) return;
+    if (w.objectId != 0 && w.respawnAsked) {
+        if (w.look != ac.title) ++looksExchanged;
+    } else if (w.objectId != 0) {
+        ++returned;
+        if (w.look != ac.title) ++looksChanged;
+    }
+    w.objectId = ac.objectId;
+    w.look = ac.title;
+    w.respawnAsked = false;
+}
+
 void Measure::watchLanding(const LiveAc& ac, Watched& w, double time, double feedTime) {
     if (ac.landingRoll && !w.landingRoll) {
         ++landingCount;
@@ -101,6 +116,7 @@ void Measure::afterTick(double time, double feedTime) {
     for (const LiveAc& ac : engine.live) {
         Watched& w = aircraft[ac.hexid];
         if (w.firstKept == 0) w.firstKept = time;
+        watchLook(ac, w);
         const bool asked = ac.st == SimState::adding2sim;
         if (asked && !w.active && w.callsign.empty()) {
             w.callsign = ac.callsign;

@@ -58,6 +58,9 @@ struct Watched { // one aircraft, by hexid
     std::array<bool, 3> frameKnown{};
     std::string callsign;
     std::vector<Sample> samples;
+    std::uint32_t objectId = 0; // of its last object; 0: none yet
+    std::string look;           // the title of that one
+    bool respawnAsked = false;  // the engine has exchanged that one for another look
 };
 
 class Measure {
@@ -77,6 +80,7 @@ class Measure {
     double heightErrorMax = 0; // wheels over or under the ground, feet
     std::uint64_t landingCount = 0, takeoffCount = 0, duplicateSeconds = 0, ghostSeconds = 0;
     std::uint64_t creations = 0;
+    std::uint64_t returned = 0, looksChanged = 0, looksExchanged = 0; // new objects of known aircraft
     int aliveMax = 0;
     std::array<Evenness, 3> evenness{{{30}, {60}, {144}}};
     std::vector<Landing> landings;
@@ -85,6 +89,7 @@ class Measure {
   private:
     void watchMotion(const LiveAc& ac, const Watched& w);
     void watchEvenness(const LiveAc& ac, Watched& w);
+    void watchLook(const LiveAc& ac, Watched& w);
     void watchLanding(const LiveAc& ac, Watched& w, double time, double feedTime);
 };
 

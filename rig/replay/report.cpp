@@ -33,6 +33,24 @@ json evennessOf(const Evenness& e) {
     return {{"fps", e.fps}, {"samples", e.count}, {"mean", mean}, {"spread", std::sqrt(variance)}};
 }
 
+template <class Counts> json stepsOf(const Counts& counts) {
+    json result = json::object();
+    for (std::size_t i = 0; i < counts.size(); ++i) result[std::to_string(i + 1)] = counts[i];
+    return result;
+}
+
+// "1: 12 (40%), 2: 18 (60%)"
+std::string shares(const json& counts) {
+    double total = 0;
+    for (const auto& [name, count] : counts.items()) total += count.get<double>();
+    std::string text;
+    for (const auto& [name, count] : counts.items())
+        if (count != 0)
+            text += fmt::format("{}{}: {} ({:.0f}%)", text.empty() ? "" : ", ", name,
+                                count.get<std::uint64_t>(), 100 * count.get<double>() / total);
+    return text.empty() ? "none" : text;
+}
+
 json reasons(const char* const* names, const std::uint64_t* counts, int count) {
     json result = json::object();
     for (int i = 0; i < count; ++i) result[names[i]] = counts[i];
@@ -81,7 +99,9 @@ json makeReport(const ReportInput& input) {
     report["ground"] = {{"landings", m.landingCount},
                         {"takeoffs", m.takeoffCount},
                         {"height_error_ft_max", m.heightErrorMax}};
-    report["identity"] = {{"duplicates", m.duplicateSeconds}, {"ghosts_shown", m.ghostSeconds}};
+    report["identity"] = {{"duplicates", m.duplicateSeconds},         {"ghosts_shown", m.ghostSeconds},
+                          {"steps", stepsOf(engineLife.matchCounts)}, {"returned", m.returned},
+                          {"looks_changed", m.looksChanged},          {"looks_exchanged", m.looksExchanged}};
     report["landings"] = landings;
     report["simulator"] = {
         {"created", input.created}, {"refused", input.refused}, {"removed", input.removed}};
@@ -155,6 +175,10 @@ std::string reportTable(const ReportInput& input, const json& report) {
                         l.time, l.fromGroundFixM, l.sinkFpm, l.wheelErrorFtMax));
     row("alive twice",
         fmt::format("{} s; ghosts shown {} s", input.measure.duplicateSeconds, input.measure.ghostSeconds));
+    row("liveries by step", shares(report["identity"]["steps"]));
+    row("returning aircraft",
+        fmt::format("{}, {} with another look; {} looks exchanged on purpose", input.measure.returned,
+                    input.measure.looksChanged, input.measure.looksExchanged));
     row("simulator", counts(report["simulator"]));
     const json& c = report["cost"];
     row("tick, us", fmt::format("median {:.0f}  p99 {:.0f}  max {:.0f}; {} above 10 ms",

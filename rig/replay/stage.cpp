@@ -51,6 +51,7 @@ Stage::Stage(const StageOptions& wanted) : hub(wanted.world), options(wanted) {
     appLife.runNumber = 1;
     gf_joinRun(1);
     gf_readParameters();
+    gf_setAndSave(SCAN_LIVERIES, false); // the file is there
     setRange(options.rangeNm);
     lf_readSetup();
     gf_scanLiveries();
@@ -96,9 +97,9 @@ void Stage::makeProgramFolder() {
     std::filesystem::create_directories(folder / "output");
     const auto liveries = folder / "output" / "LiveriesScanned.xml";
     if (options.liveries.empty())
-        writeDemoLiveries(
-            readRefTables(refTablesIn(std::filesystem::path(VELLORAY_SOURCE_DIR) / "rig/refdata/tables")),
-            liveries);
+        writeLiveries(demoLiveries(readRefTables(
+                          refTablesIn(std::filesystem::path(VELLORAY_SOURCE_DIR) / "rig/refdata/tables"))),
+                      liveries);
     else
         std::filesystem::copy_file(options.liveries, liveries);
     for (const char* packages : {"Community", "Official"}) // an installation that the program finds

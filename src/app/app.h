@@ -42,6 +42,8 @@ struct AppProcess {
         1}; // of the present run; a stop asked by a thread of an older run is ignored
     Relaxed<std::int32_t>
         tickCount; // passes of the motion step, 10 ms each; worker writes; not reset by a run
+    Flag
+        newLiveriesRequest; // the window: what is known of the liveries is void; taken by the next run's start
     Relaxed<bool> realTrafficLocal; // RealTraffic is installed on this computer; worker, once per run
     bool dbaseRead = false;         // worker
 };

@@ -107,9 +107,13 @@ void lf_readSetup() {
 }
 
 static void readLiveries() {
-    if (!liveryStore.processed && !std::filesystem::exists(folders.scannedLiveries))
-        return gf_logLine(fmt::format("No liveries are known: there is no file \"{}\"",
-                                      plat::pathText(folders.scannedLiveries)));
+    if (appLife.newLiveriesRequest.take()) gf_clearLiveryStores();
+    if (!SCAN_LIVERIES && !std::filesystem::exists(folders.scannedLiveries)) {
+        gf_showMessage(
+            fmt::format("File {} is gone, rescan liveries", plat::pathText(folders.scannedLiveries)), true);
+        gf_setAndSave(SCAN_LIVERIES, true);
+        gf_repaint(Band::settings);
+    }
     gf_scanLiveries();
 }
 

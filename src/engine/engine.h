@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <deque>
 #include <limits>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -161,6 +162,7 @@ extern EngineRun engine;
 struct EngineProcess {
     std::unordered_map<std::uint32_t, std::string_view> hexidTitles; // a returning aircraft keeps its title
     std::array<std::uint32_t, 6> matchCounts{};                      // live aircraft per matching step
+    std::set<std::string> failedCreations;                           // type and airline of refused titles
 };
 extern EngineProcess engineLife;
 

@@ -3,6 +3,7 @@
 
 #include "liveries/liveries.h"
 
+bool lf_scanInstalledLiveries(); // into the file; false: stopped. Throws orvo::UserErrorException
 void lf_sortLiveries(
     std::vector<Livery>& liveries); // by airline, model, title, and then whatever tells them apart
 void lf_buildIndex(std::vector<Livery> liveries, bool withRegcodeFiles); // the whole store; shows the count

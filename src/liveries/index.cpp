@@ -6,11 +6,12 @@
 #include "app/display.h"
 #include "app/log.h"
 #include "engine/engine.h"
+#include "liveries/regcodes.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <set>
+#include <map>
 #include <tuple>
 
 LiveryStore liveryStore; // owner: liveries; worker
@@ -19,6 +20,7 @@ void gf_clearLiveryStores() {
     LiveryStore fresh;
     fresh.similarWithLiveries = std::move(liveryStore.similarWithLiveries);
     fresh.airlineSimilar = std::move(liveryStore.airlineSimilar);
+    fresh.similarLists = std::move(liveryStore.similarLists);
     engineLife.hexidTitles.clear(); // views of the texts that go here
     engine.failedTitles.clear();    // of an installation that may have changed
     liveryStore = std::move(fresh);
@@ -76,25 +78,14 @@ static void lf_buildLiveryIndex() {
         }
 }
 
-static std::string_view lf_storedTitle(const Livery& livery) {
-    for (const TitleEntry& entry : liveryStore.airlineLiveries[livery.airl][livery.type])
-        if (entry.title == livery.title) return entry.title;
-    return {};
-}
-
-// Which livery names which registration; the first of several stays.
-static void lf_takeInlineRegcodes(const std::vector<Livery>& liveries) {
-    for (const Livery& livery : liveries)
-        if (!livery.atcid.empty()) liveryStore.regcodeTitles.emplace(livery.atcid, lf_storedTitle(livery));
-}
-
-void lf_buildIndex(std::vector<Livery> liveries, bool) {
+void lf_buildIndex(std::vector<Livery> liveries, bool withRegcodeFiles) {
     lf_sortLiveries(liveries);
     display.liveryCount = static_cast<std::uint32_t>(liveries.size());
     gf_repaint(Band::status);
     lf_buildTitles(liveries);
     lf_buildLiveryIndex();
-    lf_takeInlineRegcodes(liveries);
+    gf_loadInlineRegcodes(liveries);
+    if (withRegcodeFiles) gf_loadRegcodeFiles();
     gf_logLine(fmt::format("{} registration codes", liveryStore.regcodeTitles.size()));
     gf_logLine(fmt::format("{} airlines, {} pax aircraft models and {} cargo aircraft models",
                            liveryStore.airlineLiveries.size(), liveryStore.modelLiveries[0].size(),
@@ -130,18 +121,37 @@ static void lf_collectSimilar(const std::vector<std::string>& group,
     }
 }
 
-static void lf_addAirlineSimilar(const std::string& airline) {
+// By model: the entries of similarWithLiveries whose lists it stands in.
+using SimilarEntry = std::pair<const std::string, std::vector<std::string>>;
+using ListedIn = TextMap<std::vector<const SimilarEntry*>>;
+
+static ListedIn lf_listedIn() {
+    ListedIn result;
+    for (const SimilarEntry& entry : liveryStore.similarWithLiveries)
+        for (const auto& other : entry.second) result[other].push_back(&entry);
+    return result;
+}
+
+static void lf_addAirlineSimilar(const std::string& airline, const ListedIn& listedIn) {
     const auto own = liveryStore.airlineLiveries.find(airline);
     if (own == liveryStore.airlineLiveries.end()) return;
-    TextMap<std::vector<std::string>> result;
-    for (const auto& [model, similar] : liveryStore.similarWithLiveries) {
-        if (own->second.contains(model)) continue;
-        std::vector<std::string> members;
-        for (const auto& other : similar)
-            if (own->second.contains(other)) members.push_back(other);
-        if (!members.empty()) result.emplace(model, std::move(members));
+    std::map<std::string_view, const SimilarEntry*> wanting; // the models that it lacks and has the like of
+    for (const auto& [model, entries] : own->second) {
+        const auto lists = listedIn.find(model);
+        if (lists == listedIn.end()) continue;
+        for (const SimilarEntry* entry : lists->second)
+            if (!own->second.contains(entry->first)) wanting.emplace(entry->first, entry);
     }
-    if (!result.empty()) liveryStore.airlineSimilar.emplace(airline, std::move(result));
+    if (wanting.empty()) return;
+    const auto [place, isNew] = liveryStore.airlineSimilar.try_emplace(airline);
+    if (!isNew) return;
+    place->second.reserve(wanting.size());
+    for (const auto& [model, entry] : wanting) {
+        std::vector<std::string> members;
+        for (const auto& other : entry->second)
+            if (own->second.contains(other)) members.push_back(other);
+        place->second.push_back({model, &*liveryStore.similarLists.insert(std::move(members)).first});
+    }
 }
 
 void lf_buildSimilarMaps() {
@@ -151,6 +161,7 @@ void lf_buildSimilarMaps() {
         liveryStore.similarWithLiveries.emplace(std::move(line.first), std::move(line.second));
     gf_logLine(fmt::format("{} similar model definitions", liveryStore.similarWithLiveries.size()));
     constexpr std::size_t airlineLength = 3;
+    const ListedIn listedIn = lf_listedIn();
     for (const auto& [airline, models] : liveryStore.airlineLiveries)
-        lf_addAirlineSimilar(airline.substr(0, airlineLength));
+        lf_addAirlineSimilar(airline.substr(0, airlineLength), listedIn);
 }

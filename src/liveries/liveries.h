@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -31,6 +32,10 @@ struct TitleEntry {
     bool cargo = false;
 };
 using Titles = std::vector<std::string_view>;
+struct AirlineSimilar { // a model that an airline has no liveries of
+    std::string_view model;
+    const std::vector<std::string>* similar; // similar models that it has liveries of
+};
 
 // What is installed, and the look-ups that matching needs. Owner: liveries. Written by the worker before the main
 // cycle, only read afterwards. airlineLiveries owns the title texts and does not move once it is built: every
@@ -42,7 +47,8 @@ struct LiveryStore {
     TextMap<std::string_view> regcodeTitles;                      // registration
     std::unordered_set<std::string_view, TextHash> specialTitles; // worn by their own registrations alone
     TextMap<std::vector<std::string>> similarWithLiveries;        // model: similar models that have liveries
-    TextMap<TextMap<std::vector<std::string>>> airlineSimilar;    // airline, model
+    TextMap<std::vector<AirlineSimilar>> airlineSimilar;          // airline: by model, ascending
+    std::set<std::vector<std::string>> similarLists;              // that those share
     std::vector<std::string> lightModelPool, buzjetModelPool, rotorModelPool;
     bool processed = false; // indexing has been done in this process
 };

@@ -17,8 +17,8 @@
 constexpr const char* genericAirline = "ZZZ"; // of liveries that belong to no airline
 constexpr const char* privateAirline = "PVT";
 
-// For the summaries: "type airline" of refused titles, over runs, and of aircraft that found no title.
-static std::set<std::string> refused, withoutLivery;
+// Type and airline of aircraft that found no title, until forgotten. Owner: liveries; worker.
+static std::set<std::string> withoutLivery;
 
 // ---- chance ------------------------------------------------------------------------------------------------------
 
@@ -108,8 +108,11 @@ static const std::vector<std::string_view>& lf_similarForAirline(const AcBase& a
     similarScratch.clear();
     const auto models = liveryStore.airlineSimilar.find(ac.airline);
     if (models == liveryStore.airlineSimilar.end()) return similarScratch;
-    const auto similar = models->second.find(ac.acType);
-    return similar == models->second.end() ? similarScratch : lf_shuffled(similar->second);
+    const auto place =
+        std::lower_bound(models->second.begin(), models->second.end(), std::string_view(ac.acType),
+                         [](const AirlineSimilar& a, std::string_view model) { return a.model < model; });
+    if (place == models->second.end() || place->model != ac.acType) return similarScratch;
+    return lf_shuffled(*place->similar);
 }
 
 static const std::vector<std::string>* lf_poolOf(AcCategory category) {
@@ -135,11 +138,30 @@ static const std::vector<std::string_view>& lf_similarOrPool(std::string_view mo
 
 enum class Kind { live, parked };
 
-// Step 2: the airline as told, else the one that the registration belongs to.
-static bool lf_tryOwnModel(AcBase& ac, const std::optional<DbaseRegcode>& real, Kind kind) {
+namespace {
+class Registration { // what the reference data has on it, looked up when first asked for
+  public:
+    explicit Registration(std::string_view code) : regcode(code) {}
+    // The airline that owns the aircraft, when it is flown by another; nullptr otherwise.
+    const std::string* owner() {
+        if (!asked) record = gf_lookupRegcode(regcode);
+        asked = true;
+        return record && !record->opr.empty() ? &record->airl : nullptr;
+    }
+
+  private:
+    std::string_view regcode;
+    bool asked = false;
+    std::optional<DbaseRegcode> record;
+};
+} // namespace
+
+// Step 2: the airline as told, else the one that owns the aircraft.
+static bool lf_tryOwnModel(AcBase& ac, Registration& real, Kind kind) {
     if (ac.airline.empty() && kind == Kind::live) return false;
     if (lf_tryAirlineModel(ac, ac.airline, ac.acType)) return true;
-    return real && !real->opr.empty() && lf_tryAirlineModel(ac, real->airl, ac.acType);
+    const std::string* owner = real.owner();
+    return owner && lf_tryAirlineModel(ac, *owner, ac.acType);
 }
 
 static bool lf_trySimilar(AcBase& ac, std::string_view airline, Kind kind) {
@@ -151,10 +173,11 @@ static bool lf_trySimilar(AcBase& ac, std::string_view airline, Kind kind) {
 }
 
 // Step 3.
-static bool lf_trySimilarModel(AcBase& ac, const std::optional<DbaseRegcode>& real, Kind kind) {
+static bool lf_trySimilarModel(AcBase& ac, Registration& real, Kind kind) {
     if (ac.airline.empty() && kind == Kind::live) return false;
     if (lf_trySimilar(ac, ac.airline, kind)) return true;
-    return real && !real->opr.empty() && lf_trySimilar(ac, real->airl, kind);
+    const std::string* owner = real.owner();
+    return owner && lf_trySimilar(ac, *owner, kind);
 }
 
 // Steps 4, 5 and 6; 0 for none.
@@ -178,7 +201,7 @@ static int lf_walkLadder(AcBase& ac, Kind kind, bool standCargo) {
     if (kind == Kind::parked) ac.cargo = standCargo;
     if (depth < 2) return 0;
     if (ac.airline == privateAirline && lf_tryAirlineModel(ac, genericAirline, ac.acType)) return 4;
-    const auto real = gf_lookupRegcode(ac.regcode);
+    Registration real(ac.regcode);
     if (lf_tryOwnModel(ac, real, kind)) return 2;
     if (depth < 3) return 0;
     if (lf_trySimilarModel(ac, real, kind)) return 3;
@@ -246,7 +269,7 @@ bool gf_matchStaticLivery(AcBase& ac, bool standCargo, std::string_view standNam
 
 // ---- summaries ---------------------------------------------------------------------------------------------------
 
-void gf_noteLiveryFailure(const AcBase& ac) { refused.insert(lf_typeLine(ac)); }
+void gf_noteLiveryFailure(const AcBase& ac) { engineLife.failedCreations.insert(lf_typeLine(ac)); }
 
 void gf_writeMatchSummary() {
     constexpr int width = 100;
@@ -255,8 +278,8 @@ void gf_writeMatchSummary() {
     lines += "\nMatches at step: ";
     for (std::size_t i = 0; i < engineLife.matchCounts.size(); ++i)
         lines += fmt::format("\n  {}: {}", i + 1, engineLife.matchCounts[i]);
-    if (!refused.empty()) lines += fmt::format("\n\nCould not be created by {}:", "MSFS");
-    for (const auto& line : refused) lines += "\n  " + line;
+    if (!engineLife.failedCreations.empty()) lines += fmt::format("\n\nCould not be created by {}:", "MSFS");
+    for (const auto& line : engineLife.failedCreations) lines += "\n  " + line;
     lines += "\n" + gf_headline(width, 0, false, true, "");
     gf_logRaw(lines);
 }

@@ -56,19 +56,19 @@ std::string gf_publisherOf(std::string_view text) {
 }
 
 // The feed and some add-ons leave the dash of the national prefix out.
-std::vector<std::string> gf_regcodeVariants(std::string_view registration) {
+RegcodeForms gf_regcodeVariants(std::string_view registration) {
     constexpr std::size_t shortestWithPrefix = 5;
-    std::vector<std::string> variants;
+    RegcodeForms variants;
     if (registration.size() >= shortestWithPrefix && registration.front() != 'N' &&
         registration.find('-') == std::string_view::npos) {
         for (const std::size_t prefix : {2u, 1u}) {
-            std::string form(registration.substr(0, prefix));
+            std::string& form = variants.forms[variants.count++];
+            form = registration.substr(0, prefix);
             form += '-';
             form += registration.substr(prefix);
-            variants.push_back(std::move(form));
         }
     }
-    variants.emplace_back(registration);
+    variants.forms[variants.count++] = registration;
     return variants;
 }
 

@@ -123,7 +123,13 @@ bool gf_isValidAirline(std::string_view airline);
 AcCategory gf_modelCategory(std::string_view model);
 double gf_halfWingspanNm(std::string_view model);
 std::string gf_publisherOf(std::string_view text);
-std::vector<std::string> gf_regcodeVariants(std::string_view registration);
+struct RegcodeForms { // to be tried in order; no heap for codes of ordinary length
+    std::array<std::string, 3> forms;
+    std::size_t count = 0;
+    const std::string* begin() const { return forms.data(); }
+    const std::string* end() const { return forms.data() + count; }
+};
+RegcodeForms gf_regcodeVariants(std::string_view registration);
 std::optional<DbaseRegcode> gf_lookupRegcode(std::string_view registration);
 std::string gf_regcodeOperator(std::string_view registration);
 std::string gf_regcodeAirline(std::string_view registration);

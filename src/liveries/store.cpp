@@ -6,6 +6,7 @@
 #include "app/errors.h"
 #include "app/folders.h"
 #include "app/log.h"
+#include "app/parameters.h"
 #include "app/textfiles.h"
 #include "platform/files.h"
 
@@ -60,4 +61,7 @@ void gf_processScannedLiveries() {
     gf_repaint(Band::status);
 }
 
-void gf_scanLiveries() { gf_processScannedLiveries(); }
+void gf_scanLiveries() {
+    if (SCAN_LIVERIES && !lf_scanInstalledLiveries()) return;
+    gf_processScannedLiveries();
+}

@@ -52,7 +52,7 @@ class AppTest : public testing::Test {
         trafficReader.collectCallsigns.clear();
         controlLink.rtProfessional = false;
         display = Display{};
-        gf_clearLiveryStores();
+        liveryStore = LiveryStore{};
         gf_resetParametersToDefaults();
         gf_joinRun(0);
         gf_clearError();

@@ -229,14 +229,19 @@ class ProcessTest : public AppTest {
         test::prepareForRequestToEnd();
         gf_closeLog();
         appLife.dbaseRead = true; // no download server here
-        test::installSimulator();
-        std::filesystem::create_directory("output"); // scanned before, so that a run has its liveries at once
-        test::writeFile("output/LiveriesScanned.xml",
-                        "<liveries><liv airl=\"BAW\" type=\"A320\" title=\"Test A320\"/></liveries>");
-        gf_readParameters(); // makes the file; one of an older version would mean a scan
-        gf_setAndSave(SCAN_LIVERIES, false);
-        gf_resetParametersToDefaults();
+        refData.allModels = refData.largeModels = {"A320"};
+        refData.icaoAirlines = {"BAW"};
+        community = test::installSimulator() / "Community";
+        installLivery("Test A320");
     }
+    // In place of the one before.
+    void installLivery(const std::string& title) const {
+        const auto package = community / "aig-aitraffic-oci";
+        std::filesystem::create_directories(package);
+        test::writeFile(package / "aircraft.cfg", "[GENERAL]\nicao_type_designator=A320\n[FLTSIM.0]\ntitle=" +
+                                                      title + "\nicao_airline=BAW\n");
+    }
+    ~ProcessTest() override { refData = RefData{}; }
 
     // Runs the process with `script` on a thread beside it; gives its exit code.
     static int run(const std::function<void()>& script) {
@@ -252,6 +257,17 @@ class ProcessTest : public AppTest {
         }
         return false;
     }
+    // The parts stand in the log in this order.
+    static void expectInOrder(const std::vector<std::string>& parts) {
+        const std::string text = logText();
+        std::size_t place = 0;
+        for (const std::string& part : parts) {
+            place = text.find(part, place);
+            ASSERT_NE(place, std::string::npos) << part << " is missing in\n" << text;
+        }
+    }
+
+    std::filesystem::path community;
 };
 
 } // namespace
@@ -265,26 +281,52 @@ TEST_F(ProcessTest, RestartsForNewSettingsAndEndsWithTheWindow) {
         plat::headless::close();
     });
     EXPECT_EQ(code, 0);
+    expectInOrder({" (utc) Velloray version 10.10.10 for MSFS 2020/2024\n", " Parameters ",
+                   "\nRealTraffic not detected at this PC\n", " liveries scan automatic starts ",
+                   " liveries scan ends ", "\n1 liveries read from ", "\nWaiting for MSFS 2020 ...\n",
+                   "\nExiting: NEW SETTINGS\n", "\nPrepare for a restart ...\n",
+                   "\nRestarting after 1 seconds\n\n\n\n\n", " Parameters ",
+                   "\nProcessing scanned liveries skipped; already done in previous start-up\n",
+                   "\nWaiting for MSFS 2020 ...\n", "\nExiting: USER CLOSED SIM\n"});
     const std::string text = logText();
-    const char* const order[] = {" (utc) Velloray version 10.10.10 for MSFS 2020/2024\n",
-                                 " Parameters ",
-                                 "\nRealTraffic not detected at this PC\n",
-                                 "\nWaiting for MSFS 2020 ...\n",
-                                 "\nExiting: NEW SETTINGS\n",
-                                 "\nPrepare for a restart ...\n",
-                                 "\nRestarting after 1 seconds\n\n\n\n\n",
-                                 " Parameters ",
-                                 "\nWaiting for MSFS 2020 ...\n",
-                                 "\nExiting: USER CLOSED SIM\n"};
-    std::size_t place = 0;
-    for (const char* part : order) {
-        place = text.find(part, place);
-        ASSERT_NE(place, std::string::npos) << part << " is missing in\n" << text;
-    }
     EXPECT_EQ(text.size() - text.rfind('\n', text.size() - 2), 26u) << "the time is the last line";
     EXPECT_NE(test::readFile(folders.parameters).find("name=\"MAIN_WINDOW_X\" value=\"123\""),
               std::string::npos);
     EXPECT_TRUE(simLife.thread.get_id() == std::thread::id()) << "the simulator thread has been joined";
+}
+
+// The window's thread only asks: what a run remembers of the titles are views of the store's own texts.
+TEST_F(ProcessTest, TheStartOfARunForgetsTheLiveriesWhenAskedAndScansForAFileThatIsGone) {
+    const auto aRun = [](int number) { EXPECT_TRUE(waitForLog("Waiting for MSFS 2020 ...", number)); };
+    const int code = run([&] {
+        aRun(1);
+        installLivery("Another A320");
+        gf_setAndSave(SCAN_LIVERIES, true);
+        appLife.newLiveriesRequest.set();
+        gf_requestStop(RunState::newSettings, 1);
+        aRun(2);
+        EXPECT_FALSE(SCAN_LIVERIES);
+        std::filesystem::remove(folders.scannedLiveries);
+        gf_requestStop(RunState::newSettings, 1);
+        aRun(3);
+        EXPECT_FALSE(SCAN_LIVERIES);
+        EXPECT_TRUE(std::filesystem::exists(folders.scannedLiveries));
+        std::filesystem::remove_all(community / "aig-aitraffic-oci");
+        std::filesystem::remove(folders.scannedLiveries);
+        gf_requestStop(RunState::newSettings, 1);
+        EXPECT_TRUE(waitForLog("Exiting: SYSTEM ERROR", 1));
+        EXPECT_TRUE(SCAN_LIVERIES) << "it is asked for until something is found";
+        EXPECT_TRUE(gf_shownError().starts_with("43: Automatic scan has not found any liveries"));
+        plat::headless::close();
+    });
+    EXPECT_EQ(code, 0);
+    EXPECT_EQ(liveryStore.modelLiveries[0]["A320"], Titles{"Another A320"}) << "of the second scan";
+    const std::string gone =
+        "\nFile " + plat::pathText(folders.scannedLiveries) + " is gone, rescan liveries\n";
+    expectInOrder({"Exiting: NEW SETTINGS", " liveries scan automatic starts ", "\n1 liveries read from ",
+                   "Exiting: NEW SETTINGS", gone, " liveries scan automatic starts ", " liveries scan ends ",
+                   "\nProcessing scanned liveries skipped", "Exiting: NEW SETTINGS", gone,
+                   "\nError 43: Automatic scan", "User closed Velloray"});
 }
 
 TEST_F(ProcessTest, AnInstallationThatIsNotFoundIsTypedAndMendsTheRun) {

@@ -10,6 +10,7 @@
 #include "app/parameters.h"
 #include "engine/engine.h"
 #include "liveries/liveries.h"
+#include "platform/headless/window_headless.h"
 #include "refdata/refdata.h"
 #include "support.h"
 #include "updates/updates.h"
@@ -42,12 +43,19 @@ class LiveriesTest : public testing::Test {
         refData = RefData{};
         engine = EngineRun{};
         display = Display{};
-        RANDOM.value = RANDOM.defaultValue;
+        gf_resetParametersToDefaults();
+        gf_clearError();
+        gf_clearMessage();
+        plat::headless::reset();
     }
 
     static bool logged(const std::string& text) {
         return test::readFile("Log.txt").find(text) != std::string::npos;
     }
+
+    // What the log has got since mark().
+    void mark() { marked = test::readFile("Log.txt").size(); }
+    std::string sinceMark() const { return test::readFile("Log.txt").substr(marked); }
 
     // One or two types of each size, so that every required section has something.
     static rig::RefTables smallTables() {
@@ -87,4 +95,7 @@ class LiveriesTest : public testing::Test {
     }
 
     test::ScratchFolder folder;
+
+  private:
+    std::size_t marked = 0;
 };

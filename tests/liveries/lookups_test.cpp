@@ -29,13 +29,18 @@ TEST_F(Lookups, EmptyCodesAreNeverValid) {
     EXPECT_FALSE(gf_isValidAirline(""));
 }
 
+static std::vector<std::string> formsOf(const char* registration) {
+    const auto forms = gf_regcodeVariants(registration);
+    return {forms.begin(), forms.end()};
+}
+
 TEST_F(Lookups, TriesTheDashBehindTheSecondThenTheFirstCharacter) {
     using Texts = std::vector<std::string>;
-    EXPECT_EQ(gf_regcodeVariants("GBAFM"), (Texts{"GB-AFM", "G-BAFM", "GBAFM"}));
-    EXPECT_EQ(gf_regcodeVariants("G-BAFM"), (Texts{"G-BAFM"}));
-    EXPECT_EQ(gf_regcodeVariants("N123AB"), (Texts{"N123AB"}));
-    EXPECT_EQ(gf_regcodeVariants("GBAF"), (Texts{"GBAF"}));
-    EXPECT_EQ(gf_regcodeVariants(""), (Texts{""}));
+    EXPECT_EQ(formsOf("GBAFM"), (Texts{"GB-AFM", "G-BAFM", "GBAFM"}));
+    EXPECT_EQ(formsOf("G-BAFM"), (Texts{"G-BAFM"}));
+    EXPECT_EQ(formsOf("N123AB"), (Texts{"N123AB"}));
+    EXPECT_EQ(formsOf("GBAF"), (Texts{"GBAF"}));
+    EXPECT_EQ(formsOf(""), (Texts{""}));
 }
 
 TEST_F(Lookups, TheFirstFormThatIsKnownWins) {

@@ -87,8 +87,8 @@ TEST_F(LiveriesTest, TheDemonstrationHasATitleForEveryTypeAndSeveralForEachCateg
     const auto tables = rig::readRefTables(rig::refTablesIn(sourceFolder() / "rig/refdata/tables"));
     test::writeFile("data.xml", rig::dbaseXml(tables));
     gf_readDbaseFile("data.xml");
-    rig::writeDemoLiveries(tables, "output/LiveriesScanned.xml");
-    gf_scanLiveries();
+    rig::writeLiveries(rig::demoLiveries(tables), "output/LiveriesScanned.xml");
+    gf_processScannedLiveries();
     std::array<std::size_t, categoryCount> perCategory{};
     std::set<std::string> titles;
     for (const auto& models : liveryStore.modelLiveries)

@@ -41,7 +41,10 @@ class Program {
   public:
     Program() {
         scratch.enter();
-        test::installSimulator();
+        const auto liveries = test::installSimulator() / "Community" / "aig-aitraffic-oci";
+        fs::create_directories(liveries);
+        test::writeFile(liveries / "aircraft.cfg", "[GENERAL]\nicao_type_designator=A320\n[FLTSIM.0]\n"
+                                                   "title=Test A320\nicao_airline=BAW\n");
         setenv("XDG_RUNTIME_DIR", scratch.path.c_str(), 1);
         fs::copy(fs::path(VELLORAY_SOURCE_DIR) / "install", ".", fs::copy_options::recursive);
         fs::create_directories("config/Velloray");
@@ -49,12 +52,8 @@ class Program {
             "config/Velloray/parameters.xml",
             fmt::format(
                 "<parameters><parameter name=\"PORT_NUMBER\" value=\"{}\"/><parameter name=\"AUTO_RANGE\" "
-                "value=\"false\"/><parameter name=\"SCAN_LIVERIES\" value=\"false\"/>"
-                "<parameter name=\"PROGRAM_VERSION\" value=\"{}\"/></parameters>",
-                controlPort, gf_versionText(gf_programVersion())));
-        fs::create_directories("output");
-        test::writeFile("output/LiveriesScanned.xml",
-                        "<liveries><liv airl=\"BAW\" type=\"A320\" title=\"Test A320\"/></liveries>");
+                "value=\"false\"/></parameters>",
+                controlPort));
     }
     ~Program() {
         if (pid > 0) kill(pid, SIGKILL), waitpid(pid, nullptr, 0);

@@ -3,6 +3,7 @@
 #include "support.h"
 
 #include "replay/feedtrack.h"
+#include "replay/measure.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -65,6 +66,37 @@ TEST(FeedTracks, HoldsAPlaceAgainstTheTrack) {
     EXPECT_EQ(nullptr, tracks.firstGroundFixAfter(hexid, 1081));
 }
 
+TEST(Measure, TellsAReturningAircraftThatLooksOtherwiseFromOneThatIsExchanged) {
+    struct Row { // the objects of one aircraft
+        std::uint32_t objectId;
+        const char* title;
+        SimState st;
+        std::uint64_t returned, changed, exchanged; // afterwards
+    };
+    const Row rows[] = {
+        {100, "a", SimState::active, 0, 0, 0},        {0, "a", SimState::buffer, 0, 0, 0},
+        {101, "a", SimState::active, 1, 0, 0},        {102, "b", SimState::active, 2, 1, 0},
+        {102, "b", SimState::liveryRespawn, 2, 1, 0}, {0, "", SimState::buffer, 2, 1, 0},
+        {103, "c", SimState::active, 2, 1, 1},        {104, "c", SimState::active, 3, 1, 1},
+        {105, "a", SimState::active, 4, 2, 1},
+    };
+    rig::Measure measure;
+    lf_appendLive(LiveAc()).hexid = hexid;
+    double time = 1;
+    for (const Row& row : rows) {
+        LiveAc& ac = engine.live.front();
+        ac.objectId = row.objectId;
+        ac.title = row.title;
+        ac.st = row.st;
+        measure.afterTick(time, 1000 + time);
+        time += 0.01;
+        EXPECT_EQ(measure.returned, row.returned) << time;
+        EXPECT_EQ(measure.looksChanged, row.changed) << time;
+        EXPECT_EQ(measure.looksExchanged, row.exchanged) << time;
+    }
+    lf_resetEngine();
+}
+
 TEST(Replay, TheSameInputAndSeedGiveTheSameDigestAndASmoothFlight) {
     const std::string arguments = "--generate EGLL --flights 40 --airport EGLL --range 40 --minutes 6";
     const auto first = replay(arguments, "first"), second = replay(arguments, "second");
@@ -75,6 +107,11 @@ TEST(Replay, TheSameInputAndSeedGiveTheSameDigestAndASmoothFlight) {
     EXPECT_EQ(0, first["smooth"]["moves_over_5m"].get<int>());
     EXPECT_LE(first["smooth"]["altitude_step_ft_max"].get<double>(), 20);
     EXPECT_EQ(0, first["identity"]["duplicates"].get<int>());
+    EXPECT_EQ(0, first["identity"]["looks_changed"].get<int>());
+    int matched = 0;
+    for (const auto& [step, count] : first["identity"]["steps"].items()) matched += count.get<int>();
+    EXPECT_GE(matched, 5);
+    EXPECT_LE(matched, first["aircraft"]["spawned"].get<int>());
     EXPECT_LE(first["fidelity"]["air"]["across_m"]["p95"].get<double>(), 150);
     EXPECT_TRUE(std::filesystem::exists("first/tracks.svg") && std::filesystem::exists("first/Log.txt"));
 }
