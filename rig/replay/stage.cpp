@@ -50,6 +50,7 @@ Stage::Stage(const StageOptions& wanted) : hub(wanted.world), options(wanted) {
     std::filesystem::create_directories(folders.appData);
     appLife.runNumber = 1;
     gf_joinRun(1);
+    airportsLife.loaderByHand = true;
     gf_readParameters();
     gf_setAndSave(SCAN_LIVERIES, false); // the file is there
     setRange(options.rangeNm);
@@ -77,6 +78,7 @@ Stage::Stage(const StageOptions& wanted) : hub(wanted.world), options(wanted) {
 Stage::~Stage() {
     clock.onAdvance = nullptr;
     lf_endEngineRun();
+    lf_resetAirports();
     lf_closeSession();
     simconnect::setOpener(nullptr);
     gf_closeLog();

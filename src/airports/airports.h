@@ -84,10 +84,11 @@ struct ParkAirport : Airport {
 // What lives for a run. owner: airports; worker
 struct AirportsRun {
     ParkAirport park;
-    AirportFile file;          // of the park airport; empty while none is loaded
-    std::uint32_t updates = 0; // to the learned data since the last save
-    bool learnAllowed = false; // soft learning, by the quality of what is known
-    bool pending = false;      // the park airport's file is being read
+    AirportFile file;                   // of the park airport; empty while none is loaded
+    Relaxed<std::uint32_t> updates;     // to the learned data since the last save; the window reads it
+    std::filesystem::path learnedWhole; // the learned file that was taken in whole; empty: none was
+    bool learnAllowed = false;          // soft learning, by the quality of what is known
+    bool pending = false;               // the park airport's file is being read
     std::int32_t maxParked = 0; // aircraft that may stand parked, live and static; 0 or below: no limit
     std::list<ParkAirportEntry> parkAirports;
     std::string reservedStand; // id; "" for none
@@ -95,9 +96,19 @@ struct AirportsRun {
 };
 extern AirportsRun airports;
 
+// What lives as long as the process.
+struct AirportsProcess {
+    std::vector<Airport> directory; // filled once, in the start sequence; read-only afterwards
+    bool directoryRead = false;
+    // Set by a test or the replay while no loader runs: no loader thread is started, and what it would do is done on
+    // the caller's thread by lf_serveLoader, in virtual time.
+    bool loaderByHand = false;
+};
+extern AirportsProcess airportsLife; // owner: airports
+
 // ---- the directory (directory.cpp); any thread once it is loaded --------------------------------------------------
-bool gf_readAirports(); // once per process; throws orvo::UserErrorException 88 and 87
-bool gf_readAirportNames();
+bool gf_readAirports();     // once per process; throws orvo::UserErrorException 88
+bool gf_readAirportNames(); // at the start of a scan
 std::optional<std::string> gf_airportName(std::string_view code);
 std::optional<Airport> gf_findAirport(std::string_view code);
 std::string gf_airportLabel(const Airport& airport);                  // "EHAM (AMS)"
@@ -109,7 +120,7 @@ std::string gf_locateAirportFile(const std::string& code); // "" for none; may a
 std::string gf_learnedPath(const std::string& path, const std::string& publisher);
 bool gf_writeAirportFile(const AirportFile& file, const std::filesystem::path& path,
                          int kind); // 0 learned, 1 scanned
-void gf_saveLearned();              // of the park airport
+void gf_saveLearned();              // takes the file of the park airport, to be written by the loader thread
 HalfHours gf_hours2bitset(std::string_view text);
 std::string gf_bitset2hours(HalfHours hours);
 
@@ -144,6 +155,12 @@ void lf_removeAllParked();
 void lf_giveUpParkAirport();
 double gf_firstParkAirportNm(double lat, double lon); // distance to the first park airport; 10000 without one
 void gf_storeUserStand();
+void lf_setDestination(const Airport& airport); // makes it the first of the list
+void lf_newDestination(const Airport& airport); // and stores and shows it
+
+// ---- the loader thread (loader.cpp) ---------------------------------------------------------------------------------
+void lf_serveLoader(); // by hand: all that waits for it, on the caller's thread; for a test and the replay
+void lf_endLoader();   // joins it; what must still be written is written, the rest dropped. For the closing
 
 // ---- static parking: none yet ---------------------------------------------------------------------------------------
 void gf_flushStatics();

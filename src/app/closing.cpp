@@ -45,6 +45,7 @@ void lf_endThreads() {
     gf_stopSimThread(true);
     for (int waited = 0; !gf_readersFinished() && waited < longestWaitMs; waited += stepMs)
         plat::sleepMs(stepMs);
+    lf_endLoader();
 }
 
 static void releaseRun() {
@@ -57,6 +58,7 @@ static void releaseRun() {
     lf_endThreads();
     if (sim.storeUserStand.take()) gf_storeUserStand(); // the simulator thread asks for it as its last act
     if (airports.park.known()) lf_removeAllParked();
+    lf_endLoader(); // both may have given it files to write
     lf_endEngineRun();
     gf_setAndSave(DESTINATION, "");
     gf_setAndSave(BLOCK_CALLSIGN, "");

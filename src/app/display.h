@@ -20,6 +20,7 @@ enum class DisplayText {
     userStand,
     userTitle,
     feedText,
+    airportLabel,
     airportName,
     publisher,
     quality,
@@ -29,16 +30,19 @@ enum class DisplayText {
 
 // owner: app; written by the subsystem named; read by the window. Reset at the start of a run by assignment.
 struct Display {
-    Relaxed<bool> simConnected{false};     // simlink
-    Relaxed<bool> simRunning{false};       // simlink
-    Relaxed<bool> feedWaiting{true};       // worker
-    Relaxed<bool> feedConnected{false};    // worker
+    Relaxed<bool> simConnected{false};  // simlink
+    Relaxed<bool> simRunning{false};    // simlink
+    Relaxed<bool> feedWaiting{true};    // worker
+    Relaxed<bool> feedConnected{false}; // worker
     Relaxed<ReaderMark> trafficMark{ReaderMark::notStarted},
         weatherMark{ReaderMark::notStarted};                         // readers, worker
     Relaxed<std::int32_t> qnh{1013};                                 // QNH reader, hectopascals
     Relaxed<std::uint32_t> liveCount{0};                             // engine: active and not parked
     Relaxed<std::uint32_t> liveryCount{0};                           // liveries; 0: not yet known
     Relaxed<std::uint32_t> mySimaddonCount{0}, myThirdpartyCount{0}; // airports; 0: not yet known
+    Relaxed<bool> airportLoaded, airportHandmade;                    // airports: of the park airport's file
+    Relaxed<bool> reservedStandKnown;                                // airports: its file has that stand
+    Relaxed<std::uint32_t> standCount;                               // airports
     Relaxed<std::uint32_t> parkedLive{0}, parkedStatic{0};           // engine
     Relaxed<float> liveFit{-1}, staticFit{-1}; // engine: hours that those have stood on average; -1: not yet known
     Relaxed<std::int32_t> minutesToSummary{0};                       // worker

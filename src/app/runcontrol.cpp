@@ -185,6 +185,8 @@ static void runToItsEnd() {
     lf_makeFlightPlanFolder();
     lf_readMyParkAirports();
     plat::setEnabled(RE_READ.control.controlId, true);
+    plat::setEnabled(DESTINATION.control.controlId, true);
+    if (const auto destination = gf_findAirport(DESTINATION.value())) lf_newDestination(*destination);
     plat::setTopMost(ALWAYS_ON_TOP.value);
     if (AUTO_RANGE) {
         lf_autoRange();

@@ -7,5 +7,5 @@ void lf_makeFolders(); // throws std::filesystem::filesystem_error
 void lf_runWorker();
 void lf_closingDown();
 void lf_restartCountdown();
-void lf_endThreads(); // joins the simulator thread and waits, bounded, for both readers
+void lf_endThreads(); // joins the simulator thread and the loader of the airports, waits, bounded, for both readers
 void lf_resetForRestart();

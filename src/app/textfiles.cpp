@@ -157,13 +157,15 @@ void gf_writeMeta(pugi::xml_document& document) {
     add("MSFS", MSFS_2020 ? "2020" : "2024");
 }
 
-void gf_testMeta(const pugi::xml_document& document) {
+bool gf_metaComplete(const pugi::xml_document& document) {
     const pugi::xml_node meta = document.child("meta");
-    for (const char* name : {"author", "date", "version"}) {
-        if (meta.find_child_by_attribute("info", "name", name)) continue;
-        gf_logLine("meta data incorrect?");
-        return;
-    }
+    for (const char* name : {"author", "date", "version"})
+        if (!meta.find_child_by_attribute("info", "name", name)) return false;
+    return true;
+}
+
+void gf_testMeta(const pugi::xml_document& document) {
+    if (!gf_metaComplete(document)) gf_logLine(metaIncorrect);
 }
 
 // Blanks and a plus sign may stand before a number, as the C functions allow.

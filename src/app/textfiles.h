@@ -34,7 +34,9 @@ std::vector<std::string> gf_splitAtCommas(std::string_view text); // no trimming
 
 // The element "meta", the first of several at the top of the program's own XML files.
 void gf_writeMeta(pugi::xml_document& document);
-void gf_testMeta(const pugi::xml_document& document); // logs "meta data incorrect?"
+bool gf_metaComplete(const pugi::xml_document& document);
+constexpr const char* metaIncorrect = "meta data incorrect?"; // what is logged when it is not
+void gf_testMeta(const pugi::xml_document& document);         // logs it
 
 // Number of the field's start, independent of the locale: what follows the number is ignored. False for no number
 // and for one that is not finite or out of range.

@@ -195,6 +195,7 @@ enum class Removed {
     objectLost,
     simRemoved,
     liveryFailed,
+    airportLeft, // the park airport was given up
     other,
     count
 };

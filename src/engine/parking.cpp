@@ -34,7 +34,7 @@ static bool lf_flightWasSeenAt(const Stand& stand, const AcBase& ac) {
 }
 
 void lf_noteUpdate() {
-    ++airports.updates;
+    airports.updates += 1;
     gf_repaint(Band::parking);
 }
 

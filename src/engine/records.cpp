@@ -22,7 +22,7 @@ const char* const notSpawnedNames[] = {"empty_stream", "single_point", "ghost", 
                                        "removed"};
 const char* const removedNames[] = {"stream_end",  "range",         "conflict",     "farthest",
                                     "stuck",       "feed_gone",     "holding_over", "object_lost",
-                                    "sim_removed", "livery_failed", "other"};
+                                    "sim_removed", "livery_failed", "airport_left", "other"};
 static_assert(std::size(notSpawnedNames) == static_cast<std::size_t>(NotSpawned::count));
 static_assert(std::size(removedNames) == static_cast<std::size_t>(Removed::count));
 

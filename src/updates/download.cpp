@@ -88,6 +88,18 @@ bool gf_downloadFile(TransferHandle handle, const std::string& url, const std::f
     return transferred && stream;
 }
 
+Fetched gf_fetchFile(const std::string& url, const std::filesystem::path& file) {
+    constexpr long notFound = 404, gone = 410;
+    const std::unique_ptr<CURL, void (*)(CURL*)> handle(curl_easy_init(), curl_easy_cleanup);
+    if (gf_downloadFile(handle.get(), url, file, true)) return Fetched::yes;
+    std::error_code ignored;
+    std::filesystem::remove(file, ignored);
+    long status = 0;
+    if (handle) curl_easy_getinfo(handle.get(), CURLINFO_RESPONSE_CODE, &status);
+    const bool answered = status == notFound || status == gone || (status == 0 && url.starts_with("file:"));
+    return answered && !gf_stopping() ? Fetched::notThere : Fetched::failed;
+}
+
 // False when there is nothing to unpack, which is what a server that sends no byte looks like.
 static bool lf_unzip(const std::filesystem::path& archive, const std::filesystem::path& target) {
     const ZipArchive zip(archive);

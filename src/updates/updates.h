@@ -1,5 +1,5 @@
 #pragma once
-// Downloads. Plain blocking transfers on the worker, ended by a stop and by a stall; never in a Tick.
+// Downloads. Plain blocking transfers on the worker or the loader thread of the airports, ended by a stop and by a stall; never in a Tick.
 
 #include "app/version.h"
 
@@ -29,6 +29,9 @@ extern TransferLimits transferLimits; // owner: updates; worker
 // file then stays.
 bool gf_downloadFile(TransferHandle handle, const std::string& url, const std::filesystem::path& file,
                      bool binary);
+// A file from the server, on a handle of its own. A failure leaves no file.
+enum class Fetched { yes, notThere, failed }; // notThere: the server says that it has no such file
+Fetched gf_fetchFile(const std::string& url, const std::filesystem::path& file);
 // The archive of that name from the base address, by way of a file of that name in the program folder, which goes
 // afterwards. Its one file is written to target; of several the last one stands. False, with a log line, when the
 // transfer fails, and then also without target when the archive is broken.

@@ -40,7 +40,10 @@ class AppTest : public testing::Test {
         appLife = AppProcess{};
         engine = EngineRun{};
         engineLife = EngineProcess{};
-        airports = AirportsRun{};
+        lf_resetAirports();
+        airportsLife = AirportsProcess{};
+        airportsLife.directoryRead = true; // and empty
+        airportsLife.loaderByHand = true;  // in virtual time
         {
             const LockGuard hold(simLock);
             sim = SimLinkRun{};

@@ -238,6 +238,7 @@ TEST_F(CycleTest, APauseHasOneLineAndItsEndAnother) {
 }
 
 TEST_F(CycleTest, APausedCycleStillLooksAroundOnceASecond) {
+    std::filesystem::create_directories(folders.myThirdparty);
     lf_beginCycle();
     app.simRunning.clear();
     app.reReadRequest.set();
