@@ -38,7 +38,7 @@ static ReadResult lf_readFile(const std::filesystem::path& path, std::string& me
     }
     std::size_t size = 0;
     for (;;) {
-        if (memory.size() == size) memory.resize(std::max(firstMemory, 2 * size));
+        if (memory.size() == size) memory.resize(std::clamp(2 * size, firstMemory, largestFile + 1));
         const auto room = memory.size() - size;
         const auto got =
             static_cast<std::size_t>(file.sgetn(memory.data() + size, static_cast<std::streamsize>(room)));

@@ -34,7 +34,7 @@ class ScanPool {
     };
     void work();
 
-    static constexpr std::size_t capacity = 512; // files; enough that a slow one does not hold the walk up
+    static constexpr std::size_t capacity = 128; // files; enough that a slow one does not hold the walk up
     const ScanRules& rules;
     Lock lock;
     std::condition_variable_any jobAdded, oldestDone;

@@ -13,7 +13,7 @@ class ScanOutcome : public ScanTest {
         std::vector<Livery> liveries;
         gf_liveriesOfCfg(bytes, path, 3, liveries);
         for (const auto& livery : liveries) EXPECT_EQ(livery.priority, 3);
-        const std::string result = texts(liveries) + reports();
+        const std::string result = plain(texts(liveries)) + reports();
         gf_clearScanLists();
         return result;
     }

@@ -30,10 +30,31 @@ class ScanTest : public LiveriesTest {
     }
     ~ScanTest() override { gf_clearScanLists(); }
 
+    // Text that names paths or was read from a file, as it is on every system.
+    static std::string plain(std::string text) {
+        std::erase(text, '\r');
+        std::replace(text.begin(), text.end(), '\\', '/');
+        return text;
+    }
+    static std::string plain(const std::filesystem::path& path) { return plain(plat::pathText(path)); }
+    static bool logged(const std::string& text) {
+        return plain(test::readFile("Log.txt")).find(text) != std::string::npos;
+    }
+
     // A file of a package, with its folders.
     static void write(const std::filesystem::path& path, const std::string& text) {
         std::filesystem::create_directories(path.parent_path());
         test::writeFile(path, text);
+    }
+
+    static std::string cfg(const std::string& title, const std::string& more = "") {
+        return "[GENERAL]\nicao_type_designator=A320\n[FLTSIM.0]\ntitle=" + title + "\nicao_airline=BAW\n" +
+               more;
+    }
+    static std::string titles(const std::vector<Livery>& liveries) {
+        std::string result;
+        for (const auto& livery : liveries) result += livery.title + " ";
+        return result;
     }
 
     static std::vector<Livery> search(const std::filesystem::path& folder = "fleet",
@@ -62,6 +83,6 @@ class ScanTest : public LiveriesTest {
         std::string result;
         for (std::size_t i = 0; i < scanReportCount; ++i)
             for (const auto& line : scanReports.lines[i]) result += fmt::format("{}: {}|", i, line);
-        return result;
+        return plain(result);
     }
 };
