@@ -96,7 +96,9 @@ std::optional<Endpoint> readConfig(std::string_view text, DWORD index) {
 }
 
 std::optional<Endpoint> findEndpoint(DWORD index) {
-    if (index == localIndex) return std::nullopt;
+    Endpoint local;
+    local.protocol = Protocol::local;
+    if (index == localIndex) return local;
     for (const auto& folder : {std::filesystem::path("."), plat::homeFolder()}) {
         if (folder.empty()) continue;
         std::ifstream file(folder / "SimConnect.cfg", std::ios::binary);
@@ -104,7 +106,7 @@ std::optional<Endpoint> findEndpoint(DWORD index) {
         const std::string text{std::istreambuf_iterator<char>(file), {}};
         return readConfig(text, index);
     }
-    return std::nullopt;
+    return local;
 }
 
 } // namespace simconnect

@@ -20,6 +20,8 @@ namespace simconnect {
 constexpr std::size_t packetHeader = 16, messageHeader = 12;
 constexpr std::size_t largestMessage = 1 << 20; // bytes, either way: anything beyond is a broken stream
 constexpr std::size_t gatherBytes = 64 * 1024;  // gathered packets leave when this much is there
+constexpr int connectMs = 1000;                 // the longest that connecting may take
+constexpr int sendMs = 1000;                    // the longest that a send waits for a slow peer
 constexpr DWORD protocolNumber = 5;             // both editions accept it, and a 2020 can then tell its name
 
 // Writes the fields of a packet one behind the other. The place is zero-filled and large enough.
@@ -74,21 +76,25 @@ class Session {
     bool ended = false;
 };
 
-// Where SimConnect.cfg says that the simulator is.
-enum class Protocol { pipe, ipv4, ipv6, automatic };
+// Where SimConnect.cfg says that the simulator is; local: on this computer, where it is found without a file.
+enum class Protocol { local, pipe, ipv4, ipv6, automatic };
 struct Endpoint {
     Protocol protocol = Protocol::ipv4;
-    std::string address, port;         // an empty address is this computer
+    std::string address, port;         // an empty address is this computer; the port may be a pipe's name
     std::size_t maxReceiveSize = 8192; // bytes; a larger message ends the session
     bool disableNagle = true;
 };
 // The section of an index out of the text of a SimConnect.cfg; nullopt when there is none.
 std::optional<Endpoint> readConfig(std::string_view text, DWORD index);
-// The same from the file in the program folder, else from the one in the user's home.
+// The same from the file in the program folder, else from the one in the user's home. Without any file, and for the
+// index that ignores them, local.
 std::optional<Endpoint> findEndpoint(DWORD index);
 
 std::unique_ptr<Transport> openTransport(DWORD index); // by the opener in force
-std::unique_ptr<Transport> connectTcp(const Endpoint& endpoint);
+std::unique_ptr<Transport> connectTcp(const Endpoint& endpoint, int longestMs);
+std::unique_ptr<Transport> connectPipe(const Endpoint& endpoint); // nullptr where the system has none
+std::unique_ptr<Transport> connectLocal();                        // the same
 bool connectCancelled();
+void countSendCall(); // by each stream, for each write
 
 } // namespace simconnect

@@ -1,5 +1,4 @@
-// The stream over TCP, and the choice of the stream that a session gets: by the opener that was set, else as
-// SimConnect.cfg says. The local pipe of Windows is not here.
+// The stream over TCP, to a simulator on this computer or another. Any thread connects.
 
 #include "platform/clock.h"
 #include "platform/sockets.h"
@@ -11,37 +10,9 @@
 
 namespace simconnect {
 
-constexpr int connectMs = 1000;     // the longest that connecting may take
-constexpr int connectSliceMs = 250; // of it, between two looks at the stop
-constexpr int sendMs = 1000;        // the longest that a send waits for a slow peer
+constexpr int connectSliceMs = 250; // of connecting, between two looks at the stop
 constexpr int sendSliceMs = 50;
 constexpr std::int64_t nsPerMs = 1'000'000;
-
-static Lock choiceLock;
-static Opener chosenOpener GUARDED_BY(choiceLock);
-static std::function<bool()> chosenCancelled GUARDED_BY(choiceLock);
-static std::atomic<unsigned long long> writes{0};
-
-unsigned long long sendCalls() { return writes; }
-
-void setOpener(Opener opener) {
-    LockGuard hold(choiceLock);
-    chosenOpener = std::move(opener);
-}
-
-void setCancelled(std::function<bool()> cancelled) {
-    LockGuard hold(choiceLock);
-    chosenCancelled = std::move(cancelled);
-}
-
-bool connectCancelled() {
-    std::function<bool()> ask;
-    {
-        LockGuard hold(choiceLock);
-        ask = chosenCancelled;
-    }
-    return ask && ask();
-}
 
 namespace {
 
@@ -61,7 +32,7 @@ class TcpTransport : public Transport {
         const plat::SteadyNs until = plat::steadyNow() + sendMs * nsPerMs;
         int slices = sendMs / sendSliceMs; // beside the clock, since a wait may end early
         while (!bytes.empty()) {
-            ++writes;
+            countSendCall();
             const plat::Transfer sent = plat::sendBytes(socket, bytes);
             if (sent.count < 0 && sent.error != plat::wouldBlock) return false;
             bytes = bytes.subspan(static_cast<std::size_t>(std::max(sent.count, 0)));
@@ -88,8 +59,8 @@ class TcpTransport : public Transport {
 } // namespace
 
 // A refusal comes at once; a host that says nothing is asked anew in each slice, so that a stop is seen in between.
-static plat::Socket lf_connect(const std::string& host, std::uint16_t port) {
-    for (int spent = 0; spent < connectMs && !connectCancelled(); spent += connectSliceMs) {
+static plat::Socket lf_connect(const std::string& host, std::uint16_t port, int longestMs) {
+    for (int spent = 0; spent < longestMs && !connectCancelled(); spent += connectSliceMs) {
         const plat::SteadyNs begin = plat::steadyNow();
         const plat::Socket socket = plat::connectTcp(host, port, connectSliceMs);
         if (socket != plat::noSocket) return socket;
@@ -98,7 +69,7 @@ static plat::Socket lf_connect(const std::string& host, std::uint16_t port) {
     return plat::noSocket;
 }
 
-std::unique_ptr<Transport> connectTcp(const Endpoint& endpoint) {
+std::unique_ptr<Transport> connectTcp(const Endpoint& endpoint, int longestMs) {
     std::uint16_t port = 0;
     const std::string& text = endpoint.port;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
@@ -107,7 +78,7 @@ std::unique_ptr<Transport> connectTcp(const Endpoint& endpoint) {
     if (host.empty() || host == ".") host = endpoint.protocol == Protocol::ipv6 ? "::1" : "127.0.0.1";
 
     if (plat::startSockets() != 0) return nullptr;
-    plat::Socket socket = lf_connect(host, port);
+    plat::Socket socket = lf_connect(host, port, longestMs);
     if (socket == plat::noSocket || !plat::setNonBlocking(socket, true)) {
         plat::closeSocket(socket);
         plat::stopSockets();
@@ -115,18 +86,6 @@ std::unique_ptr<Transport> connectTcp(const Endpoint& endpoint) {
     }
     if (endpoint.disableNagle) plat::setNoDelay(socket); // slower without it, but it works
     return std::make_unique<TcpTransport>(socket, endpoint.maxReceiveSize);
-}
-
-std::unique_ptr<Transport> openTransport(DWORD index) {
-    Opener opener;
-    {
-        LockGuard hold(choiceLock);
-        opener = chosenOpener;
-    }
-    if (opener) return opener(index);
-    const auto endpoint = findEndpoint(index);
-    if (!endpoint || endpoint->protocol == Protocol::pipe) return nullptr;
-    return connectTcp(*endpoint);
 }
 
 } // namespace simconnect

@@ -129,12 +129,15 @@ class Connect : public testing::Test {
 TEST_F(Connect, WithoutAFileOrWithOneThatLeadsNowhereOpenFails) {
     EXPECT_EQ(open(), E_FAIL);
     EXPECT_EQ(handle, nullptr);
+    EXPECT_EQ(simconnect::findEndpoint(0).value().protocol, Protocol::local);
     for (const std::string& text :
          {std::string("[SimConnect]\nPort=\n"), std::string("[SimConnect]\nPort=70000\n"),
           std::string("[SimConnect]\nProtocol=Pipe\nPort=x\n"), std::string("[Other]\nPort=1\n")}) {
         test::writeFile("SimConnect.cfg", text);
         EXPECT_EQ(open(), E_FAIL) << text;
     }
+    EXPECT_FALSE(simconnect::findEndpoint(0)); // a file without the section leads nowhere else
+    EXPECT_EQ(simconnect::findEndpoint(0xFFFFFFFF).value().protocol, Protocol::local);
     plat::closeSocket(listener);
     test::writeFile("SimConnect.cfg", config(port)); // nobody listens there any more
     EXPECT_EQ(open(), E_FAIL);

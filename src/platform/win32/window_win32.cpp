@@ -329,6 +329,7 @@ void tellFailure(const char* title, std::string_view text) {
 
 bool openWindow(const char* title, int x, int y, int outerWidth, int outerHeight, WindowHandlers h) {
     handlers = std::move(h);
+    sessionEnding = false;
     const HWND made =
         CreateWindowExW(0, className.c_str(), wide(title).c_str(), windowStyle, x, y, outerWidth, outerHeight,
                         nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
