@@ -230,8 +230,8 @@ TEST_F(Pipe, ASessionFindsItsWay) {
         EXPECT_EQ(opens(server), "Velloray");
     }
     HKEY own = nullptr; // stands for the user's part of the registry
-    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\VellorayTest", 0, nullptr, REG_OPTION_VOLATILE,
-                              KEY_ALL_ACCESS, nullptr, &own, nullptr),
+    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\VellorayTest", 0, nullptr,
+                              REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &own, nullptr),
               ERROR_SUCCESS);
     ASSERT_EQ(RegOverridePredefKey(HKEY_CURRENT_USER, own), ERROR_SUCCESS);
     HANDLE session = nullptr;
