@@ -44,8 +44,9 @@ struct Display {
     Relaxed<bool> reservedStandKnown;                                // airports: its file has that stand
     Relaxed<std::uint32_t> standCount;                               // airports
     Relaxed<std::uint32_t> parkedLive{0}, parkedStatic{0};           // engine
-    Relaxed<float> liveFit{-1}, staticFit{-1}; // engine: hours that those have stood on average; -1: not yet known
-    Relaxed<std::int32_t> minutesToSummary{0};                       // worker
+    Relaxed<float> liveFit{-1},
+        staticFit{-1}; // engine: hours that those have stood on average; -1: not yet known
+    Relaxed<std::int32_t> minutesToSummary{0}; // worker
 };
 extern Display display;
 
