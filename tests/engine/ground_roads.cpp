@@ -72,7 +72,9 @@ TEST_F(Roads, AnArrivalLandsTaxiesAndParksOnItsStand) {
     EXPECT_EQ(o->lights & ~rig::lightCabin, rig::lightNav | rig::lightLogo);
     EXPECT_FALSE(o->engineRunning);
     EXPECT_NEAR(o->alt, fieldFt + o->staticCg, 0.01);
-    ASSERT_EQ(home.options.size(), 0u); // nothing makes options here, but the sighting was told
+    ASSERT_EQ(home.options.size(), 1u);
+    EXPECT_EQ(home.options[0].real, 1);
+    EXPECT_EQ(home.options[0].cs, "DLH1AB");
     EXPECT_EQ(airports.updates, 1u);
     EXPECT_TRUE(lf_findByHexid(hex)->landed);
 }

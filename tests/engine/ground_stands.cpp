@@ -318,7 +318,7 @@ TEST_F(Stands, SoftLearningAsksFirstWhetherItIsWantedAndWhatIsKnown) {
     EXPECT_EQ(learned(), 0u);
     ac.lat = fieldLat + 4.99 / 60;
     EXPECT_EQ(learned(), 1u);
-    s.options.push_back(option("", "", "")); // a real stand is known at 20, and so around 21
+    s.options = {option("", "", "")}; // a real stand is known at 20, and so around 21
     s.options[0].reg = "D-AIZA";
     EXPECT_EQ(learned(), 0u);
     app.weekSlot.store({1, 22});
