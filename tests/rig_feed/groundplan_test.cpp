@@ -1,7 +1,9 @@
 // The ground of the demonstration airport: what the tables promise to those who drive on it.
 
 #include "feed/groundplan.h"
+#include "feed/recording.h"
 
+#include "app/textfiles.h"
 #include "support.h"
 
 #include <gtest/gtest.h>
@@ -153,6 +155,33 @@ TEST_F(DemoAirport, LeadsFromEachExitToEachStandAndFromEachStandToEachRunway) {
         EXPECT_GE(exits, 3u) << runway.name;
         EXPECT_EQ(entries, 2u) << runway.name;
     }
+}
+
+TEST_F(DemoAirport, HasItsRunwaysWhereAircraftReallyLand) {
+    const auto file = test::sharedFolder() / "recordings" / "us-northeast-2023-03-17.rttfc.gz";
+    if (!std::filesystem::exists(file)) GTEST_SKIP() << "no recording " << file;
+    std::size_t fast = 0;
+    for (const auto& line : loadRecording(file)) {
+        const auto fields = gf_splitAtCommas(line.line);
+        double lat = 0, lon = 0, track = 0, speedKt = 0;
+        if (fields.size() < 9 || fields[6] != "1" || !gf_parseDouble(fields[2], lat) ||
+            !gf_parseDouble(fields[3], lon) || !gf_parseDouble(fields[7], track) ||
+            !gf_parseDouble(fields[8], speedKt))
+            continue;
+        const LatLon place{lat, lon};
+        if (speedKt < 60 || meters(place, plan.place) > 6000) continue;
+        if (degreesOff(track, 0) > 20 && degreesOff(track, 180) > 20) continue; // on a third runway
+        ++fast;
+        double off = 1e9;
+        for (const auto& runway : plan.runways) {
+            const double angle = gf_bearing(runway.threshold, place) - runway.heading * degToRad;
+            const double along = std::cos(angle) * meters(runway.threshold, place);
+            if (along > 0 && along < runway.lengthM)
+                off = std::min(off, std::fabs(std::sin(angle)) * meters(runway.threshold, place));
+        }
+        EXPECT_LT(off, 30) << lat << ", " << lon;
+    }
+    EXPECT_GE(fast, 15u);
 }
 
 // One fault in otherwise good tables, and the place that the text must name.
