@@ -12,7 +12,7 @@ import { fileURLToPath } from "node:url";
 const here = dirname(fileURLToPath(import.meta.url));
 const [folder = join(here, "..", "rig", "airports"), picture] = process.argv.slice(2);
 
-const airport = { icao: "KIAD", name: "Washington Dulles International Airport (approximate layout)", lat: 38.9445, lon: -77.4558, elevFt: 312 };
+const airport = { icao: "KIAD", name: "Washington Dulles International Airport (approximate layout)", lat: 38.9445, lon: -77.4558, elevFt: 312, date: "2026-11-25" };
 const origin = { lat: 38.9445, lon: -77.44787 }; // of the grid: half way between the two runways
 const bearing = 0.55;                            // degrees true, of the y axis
 const metersPerDegree = 111120;                  // one minute of arc is a nautical mile
@@ -267,7 +267,7 @@ const coordinate = (value) => value.toFixed(6);
 const spot = ({ x, y }) => { const p = place(x, y); return `${coordinate(p.lat)},${coordinate(p.lon)}`; };
 const table = (name, header, rows) => writeFileSync(join(folder, name), [header, ...rows].join("\n") + "\n");
 mkdirSync(folder, { recursive: true });
-table("index.csv", "icao,name,lat,lon,elev_ft", [`${airport.icao},${airport.name},${airport.lat},${airport.lon},${airport.elevFt}`]);
+table("index.csv", "icao,name,lat,lon,elev_ft,source_date", [`${airport.icao},${airport.name},${airport.lat},${airport.lon},${airport.elevFt},${airport.date}`]);
 table(`${airport.icao}.csv`, "id,lat,lon,heading,radius_m,kind,node,leave,to",
     stands.map((s) => `${s.id},${spot(s)},${trueHeading(s.heading).toFixed(1)},${s.radius},${s.kind},${s.node.id},${s.leave},${s.to.id}`));
 table(`${airport.icao}.runways.csv`, "name,lat,lon,heading,length_m,width_m", runways.flatMap((r) => [

@@ -2,29 +2,51 @@
 
 #include "options.h"
 #include "refdata/refdata.h"
+#include "refdata/stands.h"
 #include "rig.h"
 
 #include <fmt/format.h>
+
+#include <algorithm>
 
 namespace rig {
 
 constexpr const char* usage = R"(usage: rig refdata [--out DIR] [--liveries FILE] [options]
 Builds the reference data from plain tables.
-  --out DIR        a download tree: dbase.zip, AIG-regcodes.zip, version files
+  --out DIR        a download tree: dbase.zip, AIG-regcodes.zip, version files, airport files
   --liveries FILE  a LiveriesScanned.xml with invented titles for all types
   --count N        N liveries in that file, as an installation of that size has them
   --tables DIR     the tables (rig/refdata/tables)
   --types FILE --airlines FILE --registrations FILE --fixes FILE --similar FILE --cargo FILE
   --publishers FILE --simaddons FILE
                    one table from elsewhere; plain or gzip
+  --stands PLACE   a table of stands, CODE.csv or one with a column "icao", or a folder of tables (rig/airports);
+                   "index.csv" beside it says where the airports are, else the directory does
+  --directory DIR  where the airport directory is (install/input)
   --synthetic N    adds N invented registrations
   --seed S         for them (1)
 )";
 
+static void writeAirports(const Options& options) {
+    constexpr std::size_t mostComplaints = 30; // on the screen
+    const StandTables tables =
+        readStandTables(options.has("stands") ? options.path("stands") : "rig/airports",
+                        options.has("directory") ? options.path("directory") : "install/input");
+    writeAirportFiles(tables.airports, options.path("out"));
+    std::size_t stands = 0;
+    for (const auto& airport : tables.airports) stands += airport.stands.size();
+    fmt::print("{} airports with {} stands\n", tables.airports.size(), stands);
+    for (std::size_t i = 0; i < std::min(mostComplaints, tables.complaints.size()); ++i)
+        fmt::print(stderr, "{}\n", tables.complaints[i]);
+    if (tables.complaints.size() > mostComplaints)
+        fmt::print(stderr, "and {} more\n", tables.complaints.size() - mostComplaints);
+}
+
 int runRefdata(const std::vector<std::string>& arguments) {
     const Options options(arguments,
                           {"out", "liveries", "tables", "types", "airlines", "registrations", "fixes",
-                           "similar", "cargo", "publishers", "simaddons", "synthetic", "seed", "count"},
+                           "similar", "cargo", "publishers", "simaddons", "stands", "directory", "synthetic",
+                           "seed", "count"},
                           {"help"});
     if (options.has("help") || (!options.has("out") && !options.has("liveries"))) {
         fmt::print(options.has("help") ? stdout : stderr, "{}", usage);
@@ -46,7 +68,10 @@ int runRefdata(const std::vector<std::string>& arguments) {
     constexpr std::int64_t mostSynthetic = 5'000'000, largestSeed = 2'000'000'000;
     const auto seed = static_cast<std::uint32_t>(options.integer("seed", 1, 0, largestSeed));
     addSynthetic(tables, static_cast<std::size_t>(options.integer("synthetic", 0, 0, mostSynthetic)), seed);
-    if (options.has("out")) writeDownloadTree(tables, options.path("out"));
+    if (options.has("out")) {
+        writeDownloadTree(tables, options.path("out"));
+        writeAirports(options);
+    }
     if (options.has("liveries")) {
         const auto count = static_cast<std::size_t>(options.integer("count", 0, 0, mostSynthetic));
         writeLiveries(count > 0 ? inventLiveries(tables, count, seed) : demoLiveries(tables),

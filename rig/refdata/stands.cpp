@@ -104,7 +104,8 @@ void Reading::readIndex(const std::filesystem::path& file) {
             *elevation < lowestFt || *elevation > highestFt)
             complain(in, file, fmt::format("airport \"{}\" needs a code, a position and an elevation", code));
         else
-            facts[code] = {code, in.field("name"), *lat, *lon, *elevation, {}};
+            facts[code] = {code, in.field("name"), in.field("source_date", false), *lat, *lon, *elevation,
+                           {}};
     }
 }
 
@@ -124,7 +125,7 @@ void Reading::readDirectory() {
                    lon = wholeNumber(node.attribute("lon").value()),
                    elevation = wholeNumber(node.attribute("alt").value());
         if (lat && lon && elevation)
-            facts.try_emplace(code, StandTable{code, nameOf[code], *lat, *lon, *elevation, {}});
+            facts.try_emplace(code, StandTable{code, nameOf[code], "", *lat, *lon, *elevation, {}});
     }
 }
 

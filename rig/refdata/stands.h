@@ -1,5 +1,5 @@
 #pragma once
-// Tables of stands: plain tables in, airports with their stands out.
+// Tables of stands: plain tables in, airports with their stands out, and the airport files of a download tree.
 
 #include <filesystem>
 #include <string>
@@ -19,6 +19,7 @@ struct StandRow {
 
 struct StandTable {
     std::string code, name;
+    std::string date;        // of the table, as its index says; may be empty
     double lat = 0, lon = 0; // degrees
     double elevationFt = 0;  // feet
     std::vector<StandRow> stands;
@@ -38,5 +39,8 @@ std::string readStandRow(const CsvReader& in, StandRow& stand, std::string& comp
 // the folder `directory`. Bad rows and tables are left out with a complaint; throws std::runtime_error when no good one
 // is left.
 StandTables readStandTables(const std::filesystem::path& place, const std::filesystem::path& directory);
+
+// The airport files of a download tree, for both editions of the simulator. Throws std::runtime_error.
+void writeAirportFiles(const std::vector<StandTable>& airports, const std::filesystem::path& tree);
 
 } // namespace rig

@@ -1,12 +1,19 @@
 // Tables of stands: what passes, what is left out, and what is said about it.
 
+#include "feed/generator.h"
 #include "refdata/stands.h"
 
+#include "airports/reading.h"
+#include "app/folders.h"
+#include "app/geo.h"
+#include "app/parameters.h"
 #include "support.h"
+#include "updates/updates.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <stdexcept>
 
 using rig::readStandTables;
@@ -20,8 +27,14 @@ class RigStands : public testing::Test {
   protected:
     RigStands() {
         folder.enter();
+        gf_buildFolders();
+        std::filesystem::create_directories(folders.airports);
         test::writeFile("index.csv",
                         "icao,name,lat,lon,elev_ft\nXAAA,\"Alpha, East\",10,20,33\nXBBB,Beta,1,1,\n");
+    }
+    ~RigStands() override {
+        gf_setDownloadBase("");
+        MSFS_2020.value = MSFS_2020.defaultValue;
     }
     test::ScratchFolder folder;
     static constexpr const char* header = "id,lat,lon,heading,radius_m,kind,width_class,airlines\n";
@@ -141,6 +154,89 @@ TEST_F(RigStands, AreAnErrorWhenNoneIsGood) {
     EXPECT_EQ(text("stands.csv"), "\"stands.csv\" is named by no airport code and has no column \"icao\"");
     std::filesystem::remove("index.csv");
     EXPECT_EQ(text("."), "no stands in \".\"");
+}
+
+TEST_F(RigStands, BecomeAirportFilesThatTheProgramFindsWithEitherEdition) {
+    test::writeFile("XAAA.csv", std::string(header) +
+                                    "A1,10.001,20.0005,360,18,gate,,\nA2,10.002,-20,-90.5,26,cargo,,\n"
+                                    "A2,10.002,20,-90.5,26.5,cargo,,\n<H>,10.003,20,45,7,heli,,\n");
+    rig::writeAirportFiles(readStandTables("XAAA.csv", ourInput()).airports, "tree");
+    gf_setDownloadBase((folder.path / "tree").string() + "/");
+    for (const bool is2020 : {true, false}) {
+        MSFS_2020.value = is2020;
+        EXPECT_EQ(gf_locateAirportFile("XAAA"), "archive/stock/XAAA.xml");
+        EXPECT_EQ(gf_locateAirportFile("XBBB"), "");
+        AirportReading reading;
+        reading.code = "XAAA";
+        EXPECT_EQ(gf_readApf("archive/stock/XAAA.xml", reading), "");
+        EXPECT_EQ(reading.file.airportName, "Alpha, East");
+        EXPECT_EQ(reading.file.publisher, "stock");
+        EXPECT_EQ(reading.file.altitude, 33);
+        ASSERT_EQ(reading.file.stands.size(), 3u);
+        const auto& stands = reading.file.stands;
+        EXPECT_NEAR(stands[0].lat, 10.001, 1e-6);
+        EXPECT_NEAR(stands[0].lon, 20.0005, 1e-6);
+        EXPECT_NEAR(stands[1].heading * radToDeg, 269.5, 0.01);
+        EXPECT_NEAR(stands[1].radius * metersPerNm, 26.5, 0.01);
+        EXPECT_TRUE(stands[1].cargo && stands[1].ramp && !stands[1].heli);
+        EXPECT_EQ(stands[2].id, "<H>");
+        EXPECT_TRUE(stands[2].heli && !stands[2].cargo && !stands[2].ramp);
+    }
+    const std::filesystem::path file = "blocked/MSFS/archive/stock/XAAA.xml/in the way";
+    std::filesystem::create_directories(file);
+    EXPECT_THROW(rig::writeAirportFiles(readStandTables("XAAA.csv", ourInput()).airports, "blocked"),
+                 std::runtime_error);
+}
+
+TEST_F(RigStands, OfTheDemonstrationAirportAreThoseOfTheProgramsTree) {
+    const std::filesystem::path source = VELLORAY_SOURCE_DIR;
+    const auto tables = readStandTables(source / "rig" / "airports", ourInput());
+    EXPECT_EQ(tables.complaints, Texts{});
+    rig::writeAirportFiles(tables.airports, "tree");
+    for (const auto& airport : tables.airports) {
+        const auto name = std::filesystem::path("MSFS") / "archive" / "stock" / (airport.code + ".xml");
+        EXPECT_EQ(test::readFile("tree" / name), test::readFile(source / "install" / "download" / name))
+            << "build the tree anew: see docs";
+    }
+}
+
+TEST_F(RigStands, AreAtAirportsOfTheInstalledDirectory) {
+    airportsLife = {};
+    folders.airportsXml = ourInput() / "airports_msfs.xml";
+    folders.airportNamesXml = ourInput() / "airports_msfs_names.xml";
+    ASSERT_TRUE(gf_readAirports());
+    ASSERT_TRUE(gf_readAirportNames());
+    const auto& all = airportsLife.directory;
+    EXPECT_GE(all.size(), 4500u);
+    EXPECT_TRUE(std::adjacent_find(all.begin(), all.end(),
+                                   [](const Airport& a, const Airport& b) { return a.code >= b.code; }) ==
+                all.end())
+        << "no code twice";
+    for (const Airport& airport : all) {
+        EXPECT_TRUE(std::fabs(airport.lat) <= 90 && std::fabs(airport.lon) <= 180) << airport.code;
+        EXPECT_TRUE(airport.elevation > -1500 && airport.elevation < 15000) << airport.code;
+        EXPECT_TRUE(airport.iata.empty() || airport.iata.size() == 3) << airport.code;
+        EXPECT_TRUE(gf_airportName(airport.code)) << airport.code;
+    }
+    // Those for which the rig makes traffic, and those of the recordings.
+    for (const auto& code :
+         {"EDDF", "EDDM", "EGLL", "EHAM", "KJFK", "KLAX", "KSFO", "LEBL", "LFBO", "LSZH", "YSSY"}) {
+        const auto listed = gf_findAirport(code);
+        const auto* known = rig::findKnownAirport(code);
+        ASSERT_TRUE(listed && known) << code;
+        EXPECT_LT(gf_distanceNm(listed->lat, listed->lon, known->lat, known->lon), 1) << code;
+        EXPECT_NEAR(listed->elevation, known->elevationFt, 5) << code;
+    }
+    for (const auto& code : {"KLGA", "KEWR", "KDCA"}) EXPECT_TRUE(gf_findAirport(code)) << code;
+    const auto tables =
+        readStandTables(std::filesystem::path(VELLORAY_SOURCE_DIR) / "rig" / "airports", ourInput());
+    for (const auto& airport : tables.airports) {
+        const auto listed = gf_findAirport(airport.code);
+        ASSERT_TRUE(listed) << airport.code;
+        EXPECT_EQ(listed->elevation, airport.elevationFt) << airport.code;
+        EXPECT_LT(gf_distanceNm(listed->lat, listed->lon, airport.lat, airport.lon), 0.1) << airport.code;
+    }
+    airportsLife = {};
 }
 
 TEST_F(RigStands, OfTheLargeAirportsAllPass) {
