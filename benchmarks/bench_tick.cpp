@@ -64,7 +64,7 @@ struct Track {
         return p;
     }
     static LatLon standPlace(int number) {
-        const StreamPoint p = place(45.0 * (number % 40), 250.0 * (number / 40) - 1000, 0, 0);
+        const StreamPoint p = place(500 + 45.0 * (number % 40), 250.0 * (number / 40) - 1000, 0, 0);
         return {p.lat, p.lon};
     }
     StreamPoint onStand() const {
@@ -234,7 +234,8 @@ void prepare() {
     field.loaded = true;
     gf_publishParkAirport(field);
     engine.user.lat = fieldLat;
-    engine.user.lon = fieldLon;
+    engine.user.lon = fieldLon - 0.03; // on the ground, in nobody's way
+    sim.userOnGround = true;
     engine.user.alt = groundFt;
     simconnect::setOpener([](DWORD) { return std::make_unique<Swallow>(); });
     const LockGuard guard(simLock);
