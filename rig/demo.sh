@@ -123,5 +123,8 @@ if [ "$check" = yes ]; then
     [ "$flying" -ge "$wanted_aircraft" ] || fail "only $flying aircraft fly, $wanted_aircraft were expected"
     [ -s "$place/window.png" ] || fail "no picture of the window"
     [ -s "$place/map.png" ] || fail "no picture of the map page"
+    grep -q ' liveries scan ends ' "$program/Log.txt" || fail "no liveries were scanned"
+    grep -q ' =[0-9]*= ' "$program/Log.txt" || fail "the log does not tell which liveries were chosen"
+    grep -q 'live traffic livery matching summary' "$program/Log.txt" || fail "the log has no matching summary"
     grep -q '^Exiting: ' "$program/Log.txt" || fail "the log has no line of the closing"
 fi

@@ -10,6 +10,7 @@
 #include "options.h"
 #include "platform/files.h"
 #include "rig.h"
+#include "simlink/simlink.h"
 #include "updates/archive.h"
 
 #include <fmt/format.h>
@@ -33,6 +34,8 @@ namespace {
 constexpr const char* usage = R"(usage: rig liveries FOLDER [options]
 What the program's scan makes of the aircraft.cfg files below FOLDER. When FOLDER holds a folder "Community", that
 one is scanned, with all its packages.
+  --automatic     only the packages that the program takes by itself, in their order of priority
+  --edition 2020|2024, --order 1..6   which simulator's they are (2020), and AI_PACKAGE_ORDER (1)
   --json          liveries, files and reports as one JSON object
   --missing       the files in which there are more sections than liveries, with both counts
   --reports       the lines of each report file
@@ -94,8 +97,7 @@ std::size_t sectionsIn(std::string text) {
     return count;
 }
 
-Files filesBelow(const fs::path& folder) {
-    Files files;
+void addFilesBelow(const fs::path& folder, Files& files) {
     std::error_code failed;
     fs::recursive_directory_iterator place(folder, fs::directory_options::skip_permission_denied, failed);
     for (; !failed && place != fs::recursive_directory_iterator(); place.increment(failed)) {
@@ -109,13 +111,13 @@ Files filesBelow(const fs::path& folder) {
             files[plat::pathText(place->path())]; // the scan's log tells of it
         }
     }
-    return files;
 }
 
 // ---- the scan --------------------------------------------------------------------------------------------------
 
 struct Outcome {
     fs::path folder;
+    std::vector<fs::path> packages; // that have been scanned
     Files files;
     std::vector<Livery> liveries;
     std::vector<std::string> liveryFiles; // of each
@@ -128,14 +130,18 @@ struct Outcome {
     }
 };
 
-Outcome scan(const fs::path& folder) {
+Outcome scan(const fs::path& folder, bool automatic) {
     const fs::path scratch = makeScratchFolder("velloray-liveries");
     folders.log = scratch / "Log.txt";
     gf_openLog();
     Outcome outcome;
     outcome.folder = folder;
-    outcome.files = filesBelow(folder);
-    gf_searchFolder(1, folder, outcome.liveries);
+    outcome.packages = automatic ? gf_automaticFolders() : std::vector<fs::path>{folder};
+    std::int32_t priority = 0;
+    for (const fs::path& package : outcome.packages) {
+        addFilesBelow(package, outcome.files);
+        gf_searchFolder(++priority, package, outcome.liveries);
+    }
     for (Livery& livery : outcome.liveries) gf_checkLiveryCode(livery);
     std::sort(outcome.liveries.begin(), outcome.liveries.end(), [](const Livery& a, const Livery& b) {
         return std::tie(a.airl, a.type, a.title) < std::tie(b.airl, b.type, b.title);
@@ -166,6 +172,7 @@ std::string relativeTo(const Outcome& outcome, const std::string& path) {
 void printJson(const Outcome& outcome) {
     nlohmann::ordered_json json;
     json["folder"] = plat::pathText(outcome.folder);
+    for (const fs::path& package : outcome.packages) json["packages"].push_back(plat::pathText(package));
     json["counts"] = {{"files", outcome.files.size()},
                       {"sections", outcome.sections()},
                       {"liveries", outcome.liveries.size()}};
@@ -212,9 +219,10 @@ void printSummary(const Outcome& outcome, bool withLines, bool withMissing) {
             if (count.liveries < count.sections || count.sections == 0)
                 fmt::print("{:8} {:8} {}\n", count.sections, count.liveries, relativeTo(outcome, path));
     }
-    fmt::print("\n{}\n{:6} aircraft.cfg files\n{:6} [fltsim.x] sections\n{:6} liveries\n",
-               plat::pathText(outcome.folder), outcome.files.size(), outcome.sections(),
-               outcome.liveries.size());
+    fmt::print("\n");
+    for (const fs::path& package : outcome.packages) fmt::print("{}\n", plat::pathText(package));
+    fmt::print("{:6} aircraft.cfg files\n{:6} [fltsim.x] sections\n{:6} liveries\n", outcome.files.size(),
+               outcome.sections(), outcome.liveries.size());
     for (std::size_t i = 0; i < scanReportCount; ++i) {
         fmt::print("{:6} in {}\n", outcome.reports.lines[i].size(), reportName(i));
         if (withLines)
@@ -225,7 +233,8 @@ void printSummary(const Outcome& outcome, bool withLines, bool withMissing) {
 } // namespace
 
 int runLiveries(const std::vector<std::string>& arguments) {
-    const Options options(arguments, {"refdata"}, {"json", "missing", "reports", "log", "stubs", "help"});
+    const Options options(arguments, {"refdata", "edition", "order"},
+                          {"json", "missing", "reports", "log", "stubs", "automatic", "help"});
     if (options.has("help") || options.rest.size() != 1) {
         fmt::print(options.has("help") ? stdout : stderr, "{}", usage);
         return options.has("help") ? 0 : 2;
@@ -233,13 +242,22 @@ int runLiveries(const std::vector<std::string>& arguments) {
     fs::path folder = fs::absolute(plat::textPath(options.rest.front()));
     if (!fs::is_directory(folder))
         throw std::runtime_error(fmt::format("\"{}\" is no folder", plat::pathText(folder)));
-    if (fs::is_directory(folder / "Community")) folder /= "Community";
+    const std::string edition = options.text("edition", "2020");
+    if (edition != "2020" && edition != "2024") throw std::runtime_error("--edition is 2020 or 2024");
+    MSFS_2020.value = edition == "2020";
+    AI_PACKAGE_ORDER.value = static_cast<std::int32_t>(
+        options.integer("order", 1, AI_PACKAGE_ORDER.minimum, AI_PACKAGE_ORDER.maximum));
     SUPPRESS_STUB.value = !options.has("stubs");
+    gf_installPathParameter().set(plat::pathText(folder));
+    if (fs::is_directory(folder / "Community"))
+        folder /= "Community";
+    else if (options.has("automatic"))
+        throw std::runtime_error("--automatic wants a packages folder, one that holds \"Community\"");
     gf_buildFolders();
     readReferenceData(options.has("refdata")
                           ? options.path("refdata")
                           : fs::path(VELLORAY_SOURCE_DIR) / "install" / "download" / "dbase.zip");
-    const Outcome outcome = scan(folder);
+    const Outcome outcome = scan(folder, options.has("automatic"));
     if (options.has("json")) {
         printJson(outcome);
         return 0;

@@ -11,11 +11,9 @@
 
 namespace rig {
 
-constexpr const char* usage = R"(usage: rig refdata [--out DIR] [--liveries FILE] [options]
+constexpr const char* usage = R"(usage: rig refdata --out DIR [options]
 Builds the reference data from plain tables.
   --out DIR        a download tree: dbase.zip, AIG-regcodes.zip, version files, airport files
-  --liveries FILE  a LiveriesScanned.xml with invented titles for all types
-  --count N        N liveries in that file, as an installation of that size has them
   --tables DIR     the tables (rig/refdata/tables)
   --types FILE --airlines FILE --registrations FILE --fixes FILE --similar FILE --cargo FILE
   --publishers FILE --simaddons FILE
@@ -44,11 +42,10 @@ static void writeAirports(const Options& options) {
 
 int runRefdata(const std::vector<std::string>& arguments) {
     const Options options(arguments,
-                          {"out", "liveries", "tables", "types", "airlines", "registrations", "fixes",
-                           "similar", "cargo", "publishers", "simaddons", "stands", "directory", "synthetic",
-                           "seed", "count"},
+                          {"out", "tables", "types", "airlines", "registrations", "fixes", "similar", "cargo",
+                           "publishers", "simaddons", "stands", "directory", "synthetic", "seed"},
                           {"help"});
-    if (options.has("help") || (!options.has("out") && !options.has("liveries"))) {
+    if (options.has("help") || !options.has("out")) {
         fmt::print(options.has("help") ? stdout : stderr, "{}", usage);
         return options.has("help") ? 0 : 2;
     }
@@ -66,17 +63,10 @@ int runRefdata(const std::vector<std::string>& arguments) {
         if (options.has(name)) *file = options.path(name);
     RefTables tables = readRefTables(files);
     constexpr std::int64_t mostSynthetic = 5'000'000, largestSeed = 2'000'000'000;
-    const auto seed = static_cast<std::uint32_t>(options.integer("seed", 1, 0, largestSeed));
-    addSynthetic(tables, static_cast<std::size_t>(options.integer("synthetic", 0, 0, mostSynthetic)), seed);
-    if (options.has("out")) {
-        writeDownloadTree(tables, options.path("out"));
-        writeAirports(options);
-    }
-    if (options.has("liveries")) {
-        const auto count = static_cast<std::size_t>(options.integer("count", 0, 0, mostSynthetic));
-        writeLiveries(count > 0 ? inventLiveries(tables, count, seed) : demoLiveries(tables),
-                      options.path("liveries"));
-    }
+    addSynthetic(tables, static_cast<std::size_t>(options.integer("synthetic", 0, 0, mostSynthetic)),
+                 static_cast<std::uint32_t>(options.integer("seed", 1, 0, largestSeed)));
+    writeDownloadTree(tables, options.path("out"));
+    writeAirports(options);
     fmt::print("{} types, {} airlines, {} registrations, {} rows skipped\n", tables.types.size(),
                tables.airlines.size(), tables.registrations.size(), tables.skipped);
     return 0;

@@ -1,4 +1,4 @@
-// Invented liveries, for a demonstration and for load.
+// Invented liveries, for load.
 
 #include "app/textfiles.h"
 #include "platform/files.h"
@@ -24,26 +24,6 @@ static std::map<std::string, bool> cargoByAirline(const RefTables& tables) {
     std::map<std::string, bool> cargo;
     for (const auto& row : tables.airlines) cargo[row.code] = row.cargo;
     return cargo;
-}
-
-std::vector<Livery> demoLiveries(const RefTables& tables) {
-    std::set<std::string> airlines;
-    std::set<std::pair<std::string, std::string>> wanted; // airline and type
-    for (const auto& row : tables.registrations)
-        if (!row.airl.empty()) airlines.insert(row.airl);
-    auto isCargo = cargoByAirline(tables);
-    for (const auto& row : tables.types) {
-        wanted.emplace("ZZZ", row.designator);
-        if (commonTypes.count(row.designator) == 0) continue;
-        for (const auto& airline : airlines) wanted.emplace(airline, row.designator);
-    }
-    for (const auto& row : tables.registrations)
-        if (!row.airl.empty() && !row.type.empty()) wanted.emplace(row.airl, row.type);
-    std::vector<Livery> liveries;
-    for (const auto& [airline, type] : wanted)
-        liveries.push_back(
-            {airline, type, fmt::format("Velloray Demo {} {}", type, airline), "", isCargo[airline]});
-    return liveries;
 }
 
 namespace {

@@ -1,5 +1,5 @@
 #pragma once
-// The maker of the reference data: plain tables in, a download tree or a demonstration set of liveries out. The same
+// The maker of the reference data: plain tables in, a download tree out; and liveries for load. The same
 // tables always give the same files.
 
 #include "liveries/liveries.h"
@@ -64,8 +64,6 @@ void writeZip(const std::filesystem::path& path, const std::vector<ZipEntry>& en
 // Everything below the download base that a program needs to start without a network.
 void writeDownloadTree(const RefTables& tables, const std::filesystem::path& folder);
 
-// One invented title for each type, and many more for the common airliners.
-std::vector<Livery> demoLiveries(const RefTables& tables);
 // So many liveries, as an installation of that size has them: a generic one of most types, several of each airline's
 // own types, four in ten with a registration. The same for the same tables and seed.
 std::vector<Livery> inventLiveries(const RefTables& tables, std::size_t count, std::uint32_t seed);

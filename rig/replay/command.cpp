@@ -35,7 +35,8 @@ const char* const help =
     "  --user LAT,LON,ALT,HEADING,ground|air   the user's aircraft; default 2 nm north of the airport\n"
     "  --minutes M          length; default: the whole recording\n"
     "  --range NM           radius of traffic; default: the program chooses\n"
-    "  --liveries FILE      a LiveriesScanned.xml; default: one livery or more for each known type\n"
+    "  --fleet N            liveries of the installation that the program scans (default 2000)\n"
+    "  --liveries FILE      a LiveriesScanned.xml instead\n"
     "  --seed S             of all chance (default 1)\n"
     "  --fps F              frames per second of the simulator (default 30)\n"
     "  --out DIR            report.json, tracks.svg, profiles.svg and the program's Log.txt\n";
@@ -157,10 +158,10 @@ class Player {
 } // namespace
 
 int runReplay(const std::vector<std::string>& arguments) {
-    const Options options(
-        arguments,
-        {"generate", "flights", "airport", "user", "minutes", "range", "liveries", "seed", "fps", "out"},
-        {"help"});
+    const Options options(arguments,
+                          {"generate", "flights", "airport", "user", "minutes", "range", "liveries", "fleet",
+                           "seed", "fps", "out"},
+                          {"help"});
     if (options.has("help")) {
         std::fputs(help, stdout);
         return 0;
@@ -175,6 +176,8 @@ int runReplay(const std::vector<std::string>& arguments) {
     stageOptions.startUtc = std::floor(input.lines.front().time);
     stageOptions.world.utc = stageOptions.startUtc;
     if (options.has("liveries")) stageOptions.liveries = std::filesystem::absolute(options.path("liveries"));
+    constexpr std::int64_t mostLiveries = 200'000;
+    stageOptions.fleet = static_cast<std::size_t>(options.integer("fleet", 2000, 1, mostLiveries));
     if (options.has("user")) {
         placeUser(stageOptions.world, options.text("user"));
     } else if (park.known()) {

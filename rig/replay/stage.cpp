@@ -12,9 +12,9 @@
 #include "engine/engine.h"
 #include "feed/feed.h"
 #include "files.h"
+#include "fleet/fleet.h"
 #include "platform/process.h"
 #include "platform/random.h"
-#include "refdata/refdata.h"
 #include "simlink/simlink.h"
 
 #include <fstream>
@@ -52,7 +52,7 @@ Stage::Stage(const StageOptions& wanted) : hub(wanted.world), options(wanted) {
     gf_joinRun(1);
     airportsLife.loaderByHand = true;
     gf_readParameters();
-    gf_setAndSave(SCAN_LIVERIES, false); // the file is there
+    gf_setAndSave(SCAN_LIVERIES, options.liveries.empty());
     setRange(options.rangeNm);
     lf_readSetup();
     gf_scanLiveries();
@@ -96,16 +96,16 @@ void Stage::makeProgramFolder() {
     folder = makeScratchFolder("velloray-replay");
     std::filesystem::copy(std::filesystem::path(VELLORAY_SOURCE_DIR) / "install", folder,
                           std::filesystem::copy_options::recursive);
-    std::filesystem::create_directories(folder / "output");
-    const auto liveries = folder / "output" / "LiveriesScanned.xml";
-    if (options.liveries.empty())
-        writeLiveries(demoLiveries(readRefTables(
-                          refTablesIn(std::filesystem::path(VELLORAY_SOURCE_DIR) / "rig/refdata/tables"))),
-                      liveries);
-    else
-        std::filesystem::copy_file(options.liveries, liveries);
-    for (const char* packages : {"Community", "Official"}) // an installation that the program finds
-        std::filesystem::create_directories(folder / "config/Microsoft Flight Simulator/Packages" / packages);
+    FleetOptions fleet; // the same whatever the replay's seed
+    fleet.folder = folder;
+    fleet.brokenRounds = 0;
+    fleet.liveries = options.liveries.empty() ? options.fleet : 0;
+    writeFleet(readRefTables(refTablesIn(std::filesystem::path(VELLORAY_SOURCE_DIR) / "rig/refdata/tables")),
+               fleet);
+    if (!options.liveries.empty()) {
+        std::filesystem::create_directories(folder / "output");
+        std::filesystem::copy_file(options.liveries, folder / "output" / "LiveriesScanned.xml");
+    }
     plat::setUserFolders(folder);
     if (!options.out.empty()) options.out = std::filesystem::absolute(options.out);
     std::filesystem::current_path(folder);

@@ -18,7 +18,8 @@ struct StageOptions {
     double startUtc = 0; // seconds since 1970
     std::uint32_t seed = 1;
     int rangeNm = 0;                // 0: the program chooses
-    std::filesystem::path liveries; // a "LiveriesScanned.xml"; empty: made from the built-in tables
+    std::filesystem::path liveries; // a "LiveriesScanned.xml"; empty: the program scans a fleet
+    std::size_t fleet = 2000;       // liveries of that fleet
     std::filesystem::path out;      // where the log is kept; empty: nowhere
 };
 

@@ -56,6 +56,8 @@ extern LiveryStore liveryStore;
 
 // The store (scan, file, indexing) -------------------------------------------------------------------------------
 void gf_scanLiveries(); // scans if SCAN_LIVERIES asks for it, then indexes. Throws orvo::UserErrorException
+// The packages that an automatic scan takes, in the order of priority. For rig liveries.
+std::vector<std::filesystem::path> gf_automaticFolders();
 bool gf_runFolderScan(const std::vector<std::filesystem::path>& folders); // false: no livery found
 void gf_readLiveriesFile(
     std::vector<Livery>& liveries); // "LiveriesScanned.xml"; throws orvo::UserErrorException

@@ -61,7 +61,7 @@ static std::vector<std::filesystem::path> lf_entriesOf(const std::filesystem::pa
     return entries;
 }
 
-static std::vector<std::filesystem::path> lf_automaticFolders() {
+std::vector<std::filesystem::path> gf_automaticFolders() {
     // By AI_PACKAGE_ORDER, from 1 on. The user's own packages come last in each.
     static const char* const orders[] = {"AFJU", "AJFU", "FAJU", "FJAU", "JAFU", "JFAU"};
     std::vector<std::filesystem::path> found;
@@ -203,7 +203,7 @@ bool lf_scanInstalledLiveries() {
         fmt::format("Scanning {} for liveries ...", LIG_PRIORITIZE && !automatic ? "prioritized " : ""),
         false);
     gf_logLine(lf_scanHeadline(automatic ? "automatic starts" : "manual starts"));
-    const bool found = gf_runFolderScan(automatic ? lf_automaticFolders() : lf_manualFolders());
+    const bool found = gf_runFolderScan(automatic ? gf_automaticFolders() : lf_manualFolders());
     if (gf_stopping()) return false;
     if (!found && automatic)
         throw orvo::UserErrorException(errorNothingAutomatic,

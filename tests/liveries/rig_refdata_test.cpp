@@ -6,7 +6,6 @@
 #include <zlib.h>
 
 #include <map>
-#include <set>
 
 static std::filesystem::path sourceFolder() { return VELLORAY_SOURCE_DIR; }
 
@@ -81,28 +80,6 @@ TEST_F(LiveriesTest, TheTreeOfTheProgramReadsAndIsWhatTheTablesGive) {
     EXPECT_EQ(gf_modelCategory("H60"), AcCategory::rotorcraft);
     EXPECT_EQ(gf_modelCategory("GLF6"), AcCategory::buzjets);
     EXPECT_EQ(gf_modelCategory("F18S"), AcCategory::highPerf);
-}
-
-TEST_F(LiveriesTest, TheDemonstrationHasATitleForEveryTypeAndSeveralForEachCategory) {
-    const auto tables = rig::readRefTables(rig::refTablesIn(sourceFolder() / "rig/refdata/tables"));
-    test::writeFile("data.xml", rig::dbaseXml(tables));
-    gf_readDbaseFile("data.xml");
-    rig::writeLiveries(rig::demoLiveries(tables), "output/LiveriesScanned.xml");
-    gf_processScannedLiveries();
-    std::array<std::size_t, categoryCount> perCategory{};
-    std::set<std::string> titles;
-    for (const auto& models : liveryStore.modelLiveries)
-        for (const auto& [model, list] : models) {
-            perCategory[static_cast<std::size_t>(gf_modelCategory(model))] += list.size();
-            titles.insert(list.begin(), list.end());
-        }
-    for (const auto& row : tables.types)
-        EXPECT_TRUE(liveryStore.modelLiveries[0].contains(row.designator) ||
-                    liveryStore.modelLiveries[1].contains(row.designator))
-            << row.designator;
-    for (const std::size_t count : perCategory) EXPECT_GE(count, 50u);
-    EXPECT_EQ(titles.size(), display.liveryCount) << "no title twice";
-    EXPECT_EQ(titles.count("Velloray Demo A320 BAW"), 1u);
 }
 
 TEST_F(LiveriesTest, InventedRegistrationsAreTheSameForTheSameSeed) {

@@ -1,7 +1,7 @@
 // The installations that rig fleet writes: found by the program's own search, the same for the same seed, and with
 // exactly the liveries and losses that they are said to have.
 
-#include "fleet/fleet.h"
+#include "fleet/parts.h"
 
 #include "app/app.h"
 #include "app/folders.h"
@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 
 namespace fs = std::filesystem;
 
@@ -124,6 +125,28 @@ TEST_F(Fleet, HasFilesInEveryHabit) {
          {carriage, plain, mixed, noEnd, utf16, marked, eightBit, comment, container, behind})
         EXPECT_GT(count, 0u);
     EXPECT_GT(comment, files * 8 / 10);
+}
+
+TEST_F(Fleet, OfTheUsualSizeServesEveryCategoryAndTheAirlinesOfTheRegistrations) {
+    rig::Chance chance(1);
+    std::map<std::string, std::string> sizes;
+    for (const auto& row : tables().types) sizes[row.designator] = row.size;
+    std::map<std::string, int> perSize;
+    std::set<std::string> titles;
+    std::set<std::pair<std::string, std::string>> made;
+    const auto liveries = rig::planLiveries(tables(), rig::FleetOptions().liveries, chance);
+    for (const auto& livery : liveries) {
+        ++perSize[sizes[livery.type]];
+        titles.insert(livery.title);
+        made.emplace(livery.airline, livery.type);
+    }
+    EXPECT_EQ(titles.size(), liveries.size()) << "no title twice";
+    for (const char* size : {"light", "buzjets", "large", "heavy", "highperf", "rotor"})
+        EXPECT_GE(perSize[size], 50) << size;
+    for (const auto& row : tables().registrations)
+        if (!row.airl.empty() && !row.type.empty()) {
+            EXPECT_TRUE(made.contains({row.airl, row.type})) << row.reg;
+        }
 }
 
 TEST_F(Fleet, TheCommandRefusesWhatItDoesNotKnow) {

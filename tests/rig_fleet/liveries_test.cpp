@@ -9,6 +9,7 @@
 #include "rig.h"
 #include "support.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -108,6 +109,30 @@ TEST_F(RigLiveries, ShowsAFolderGivenDirectlyWithTheLinesOfItsReports) {
         text, testing::HasSubstr("     2 aircraft.cfg files\n     3 [fltsim.x] sections\n     1 liveries\n"));
     // The stub flies no airline, and so an airliner is lost in another way when it is not left out for its name.
     EXPECT_THAT(output({"pack", "--stubs"}), testing::HasSubstr("     1 in IncompleFltsimSections.txt\n"));
+}
+
+TEST_F(RigLiveries, TakesThePackagesThatTheProgramWouldTake) {
+    const rig::FleetSummary summary = fleet(60, 0);
+    const fs::path community = summary.packages / "Community";
+    const char* const packages[] = {"another-livery", "fsltl-traffic-base_CVT_"};
+    for (const char* name : packages) { // of no family, and one that was put aside
+        fs::create_directories(community / name);
+        test::writeFile(
+            community / name / "aircraft.cfg",
+            fmt::format("[GENERAL]\nicao_type_designator=A320\n[FLTSIM.0]\ntitle={}\nicao_airline=BAW\n",
+                        name));
+    }
+    const json all = json::parse(output({plat::pathText(summary.packages), "--json"}));
+    EXPECT_EQ(all["counts"]["liveries"], 61);
+    const json automatic =
+        json::parse(output({plat::pathText(summary.packages), "--json", "--automatic", "--order", "5"}));
+    EXPECT_EQ(automatic["counts"]["liveries"], 60);
+    std::vector<std::string> taken;
+    for (const json& package : automatic["packages"])
+        taken.push_back(plat::pathText(plat::textPath(package.get<std::string>()).filename()));
+    EXPECT_THAT(taken, testing::ElementsAre("justflight-aircraft-traffic-fleet-1", "aig-aitraffic-oci-beta",
+                                            "fsltl-traffic-base", "user-aitraffic"));
+    EXPECT_THROW(rig::runLiveries({plat::pathText(community), "--automatic"}), std::runtime_error);
 }
 
 TEST_F(RigLiveries, TakesOtherReferenceDataZippedOrNot) {
