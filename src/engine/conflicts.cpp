@@ -46,7 +46,7 @@ bool lf_userAirConflict(LiveAc& ac) {
     if (!conflict) return false;
     lf_trace(ac.hexid, "{}",
              ac.onGround ? "stands where the user is about to land" : "flies into the user's aircraft");
-    removeAircraftFromSim(ac, Removed::conflict);
+    removeAircraftFromSim(ac, Removed::userConflict);
     return true;
 }
 
@@ -60,7 +60,7 @@ static void lf_userGroundConflicts() {
         if (!ac.onGround || ac.st != SimState::active) continue;
         if (!lf_isWithin(user.lat, user.lon, ac.lat, ac.lon, room * (radius + ac.radiusNm))) continue;
         lf_trace(ac.hexid, "touches the user's aircraft");
-        return removeAircraftFromSim(ac, Removed::conflict);
+        return removeAircraftFromSim(ac, Removed::userConflict);
     }
     if (!moved) return;
     for (ParkedAc& parked : engine.parked) {

@@ -116,7 +116,7 @@ void lf_enforceMaxPark(std::int32_t extra) {
                 gf_logLine(fmt::format("{:}: {:8} max park exceeded, removed", lf_standName(oldest->standId),
                                        oldest->callsign));
             lf_trace(oldest->hexid, "is parked longest, and more than {} may not be", most);
-            removeAircraftFromSim(*oldest, Removed::conflict);
+            removeAircraftFromSim(*oldest, Removed::maxParked);
         }
     }
     if (engine.parked.empty() || live + statics + extra <= most) return;
@@ -125,7 +125,7 @@ void lf_enforceMaxPark(std::int32_t extra) {
                std::pair(b.parkedSince.day, b.parkedSince.hh);
     });
     if (engine.parked.back().st == SimState::active)
-        removeAircraftFromSim(engine.parked.back(), Removed::conflict);
+        removeAircraftFromSim(engine.parked.back(), Removed::maxParked);
 }
 
 void lf_removeOldestParked(std::size_t count) {
@@ -135,7 +135,7 @@ void lf_removeOldestParked(std::size_t count) {
         if (LOG)
             gf_logLine(fmt::format("live parked {} at {} removed", ac->callsign, lf_standName(ac->standId)));
         lf_trace(hexid, "is parked longest, and fewer are wanted");
-        removeAircraftFromSim(*ac, Removed::conflict);
+        removeAircraftFromSim(*ac, Removed::maxParked);
     }
 }
 

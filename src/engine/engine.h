@@ -196,6 +196,11 @@ enum class Removed {
     simRemoved,
     liveryFailed,
     airportLeft, // the park airport was given up
+    userConflict,
+    standClaimed, // another aircraft has its stand, or parks too close to it
+    feedJumped,   // away from its stand
+    maxParked,
+    ghost,
     other,
     count
 };

@@ -117,7 +117,7 @@ static std::string_view lf_withoutLast(std::string_view text) {
 
 static void lf_yield(LiveAc& holder, const StandClaim& claim) {
     lf_trace(holder.hexid, "gives its stand {} to {}", lf_standName(claim.standId), claim.callsign);
-    removeAircraftFromSim(holder, Removed::conflict);
+    removeAircraftFromSim(holder, Removed::standClaimed);
 }
 
 bool lf_claimStand(StandClaim& claim, LiveAc& other) {
@@ -235,6 +235,6 @@ void lf_parkedAtCreation(LiveAc& ac) {
         if (parked.standId != ac.standId || parked.st != SimState::active) continue;
         gf_logLine(fmt::format("{:8}: {:8} parks over static {} ? static will be removed ...", place,
                                ac.callsign, parked.callsign));
-        removeAircraftFromSim(parked, Removed::conflict);
+        removeAircraftFromSim(parked, Removed::standClaimed);
     }
 }

@@ -20,9 +20,10 @@ const char* const notSpawnedNames[] = {"empty_stream", "single_point", "ghost", 
                                        "blocked",      "no_livery",    "no_callsign",   "stand_taken",
                                        "category",     "near_ground",  "same_callsign", "unknown_type",
                                        "removed"};
-const char* const removedNames[] = {"stream_end",  "range",         "conflict",     "farthest",
-                                    "stuck",       "feed_gone",     "holding_over", "object_lost",
-                                    "sim_removed", "livery_failed", "airport_left", "other"};
+const char* const removedNames[] = {
+    "stream_end",    "range",       "conflict",    "farthest",      "stuck",        "feed_gone",
+    "holding_over",  "object_lost", "sim_removed", "livery_failed", "airport_left", "user_conflict",
+    "stand_claimed", "feed_jumped", "max_parked",  "ghost",         "other"};
 static_assert(std::size(notSpawnedNames) == static_cast<std::size_t>(NotSpawned::count));
 static_assert(std::size(removedNames) == static_cast<std::size_t>(Removed::count));
 

@@ -149,7 +149,7 @@ void lf_removeGhost(std::string_view callsign) {
                                ghost->callsign, callsign));
     }
     engine.ghosts.insert(ghost->callsign);
-    removeAircraftFromSim(*ghost, Removed::conflict);
+    removeAircraftFromSim(*ghost, Removed::ghost);
 }
 
 bool lf_realExists(std::string_view ghostCallsign) {

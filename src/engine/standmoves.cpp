@@ -19,7 +19,7 @@ static constexpr double metersInNm = 1 / metersPerNm;
 
 static void lf_removeForParking(LiveAc& other, const LiveAc& ac) {
     lf_trace(other.hexid, "{} parks where it stands, or beside it", ac.callsign);
-    removeAircraftFromSim(other, Removed::conflict);
+    removeAircraftFromSim(other, Removed::standClaimed);
 }
 
 static bool lf_isParkedAt(const LiveAc& other, std::uint32_t standId) {
@@ -116,7 +116,7 @@ void lf_arriveAtStand(LiveAc& ac) {
     if (stand && lf_isTakenByAnother(ac, *stand)) {
         lf_trace(ac.hexid, "stand {} has been taken meanwhile", stand->id);
         ac.extendCount = 1; // no further point
-        removeAircraftFromSim(ac, Removed::conflict);
+        removeAircraftFromSim(ac, Removed::standClaimed);
         stand->occupied = true; // the removal took the mark of the one who stands there
         return;
     }
@@ -209,7 +209,7 @@ bool lf_checkLeaveStand(LiveAc& ac, StreamPoint& point) {
         if (ac.st != SimState::active) return true;
         lf_trace(ac.hexid, "its reports jumped {:.0f} m from stand {}", d * metersPerNm,
                  lf_standName(ac.standId));
-        removeAircraftFromSim(ac, Removed::conflict);
+        removeAircraftFromSim(ac, Removed::feedJumped);
         return false;
     }
     lf_trace(ac.hexid, "leaves stand {}: reported {:.0f} m from it", lf_standName(ac.standId),

@@ -37,7 +37,7 @@ TEST_F(Claims, OfTwoOnTheirWayToAStandTheSecondGoes) {
     SCOPED_TRACE(story(hex) + "--\n" + story(otherHex));
     EXPECT_EQ(state(hex), FlightState::parked);
     EXPECT_FALSE(object("DLH9ZZ"));
-    EXPECT_TRUE(wasTold(otherHex, "removed: conflict"));
+    EXPECT_TRUE(wasTold(otherHex, "removed: stand_claimed"));
 }
 
 TEST_F(Claims, AStandThatIsStillReportedIsNotGivenToANewcomer) {
