@@ -41,13 +41,10 @@ static double lf_strictNumber(pugi::xml_node element, const char* name) {
     throw std::invalid_argument("invalid stod argument");
 }
 
-static std::vector<Airport> lf_readDirectory(const std::filesystem::path& path) {
-    pugi::xml_document document;
-    const std::string failure = lf_loadXml(path, document);
-    if (!failure.empty())
-        throw std::runtime_error(fmt::format("{} not loaded {}", plat::pathText(path), failure));
+std::vector<Airport> lf_readDirectoryDocument(const pugi::xml_document& document,
+                                              const std::string& pathText) {
     const pugi::xml_node root = document.child("airports");
-    if (!root) throw std::runtime_error(fmt::format("{} not found", plat::pathText(path)));
+    if (!root) throw std::runtime_error(fmt::format("{} not found", pathText));
     std::vector<Airport> result;
     result.reserve(usualCount);
     for (const pugi::xml_node element : root.children("airport")) {
@@ -61,9 +58,17 @@ static std::vector<Airport> lf_readDirectory(const std::filesystem::path& path) 
     }
     std::stable_sort(result.begin(), result.end(),
                      [](const Airport& a, const Airport& b) { return a.code < b.code; });
-    gf_logLine(fmt::format("{} airports read from \"{}\"", result.size(), plat::pathText(path)));
+    gf_logLine(fmt::format("{} airports read from \"{}\"", result.size(), pathText));
     result.shrink_to_fit();
     return result;
+}
+
+static std::vector<Airport> lf_readDirectory(const std::filesystem::path& path) {
+    pugi::xml_document document;
+    const std::string failure = lf_loadXml(path, document);
+    if (!failure.empty())
+        throw std::runtime_error(fmt::format("{} not loaded {}", plat::pathText(path), failure));
+    return lf_readDirectoryDocument(document, plat::pathText(path));
 }
 
 bool gf_readAirports() {

@@ -321,6 +321,7 @@ static std::string lf_readPath(const std::string& path, AirportReading& result) 
     lf_layLearnedOver(result);
     lf_finishStands(result.file.stands);
     lf_tellFile(result);
+    if (gf_stopping()) return fmt::format("{} was stopped", self); // it may be read in part
     return result.file.stands.empty() ? "no stands found" : "";
 }
 

@@ -40,6 +40,10 @@ struct AirportReading {
     void show(std::string text) { steps.push_back({ReadingStep::Kind::show, std::move(text), {}, {}, 0}); }
 };
 
+// ---- the directory (directory.cpp) ----------------------------------------------------------------------------------
+std::vector<Airport> lf_readDirectoryDocument(const pugi::xml_document& document,
+                                              const std::string& pathText); // throws std::exception
+
 // ---- finding (locate.cpp) -------------------------------------------------------------------------------------------
 struct Located {
     std::string path;               // "" for none
