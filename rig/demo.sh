@@ -20,16 +20,18 @@ done
 place="$root/build/demo"
 program="$place/program folder" # a blank, so that one is always tried
 rm -rf "$place"
-mkdir -p "$program" "$place/config" "$place/data"
+mkdir -p "$program"
+home=$(mktemp -d) # apart: a scan goes below no folder whose path is long or holds the name of a scenery
 cp -r "$root/install/." "$program/"
 cp "$build/velloray" "$program/"
-export XDG_CONFIG_HOME="$place/config" XDG_DATA_HOME="$place/data"
+export XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data"
 
 pids=()
 finish() {
     trap - EXIT INT TERM
     for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
     wait 2>/dev/null || true
+    rm -rf "$home"
 }
 trap finish EXIT
 trap 'exit 130' INT TERM
@@ -61,7 +63,7 @@ if [ -z "${DISPLAY:-}" ]; then
 fi
 
 # The installation: a simulator with livery packages that the program scans, and RealTraffic on this computer.
-"$build/rig" fleet "$place" --tables "$root/rig/refdata/tables" --liveries 4000 >"$place/fleet.log"
+"$build/rig" fleet "$home" --tables "$root/rig/refdata/tables" --liveries 4000 >"$place/fleet.log"
 mkdir -p "$XDG_CONFIG_HOME/InsideSystems"
 touch "$XDG_CONFIG_HOME/InsideSystems/RealTraffic.jar"
 mkdir -p "$XDG_CONFIG_HOME/Velloray" # a wider circle than the program would choose for a user on the ground
@@ -74,7 +76,7 @@ XML
 
 # The simulator, and how the program finds it.
 start simulator.log stdbuf -oL "$build/rig" simulator --edition 2020 --port 0 --http 0 --ready-file "$place/ready" \
-    --user 51.4706,-0.4619,83,90,ground --titles "$place/titles.txt" \
+    --user 51.4706,-0.4619,83,90,ground --titles "$home/titles.txt" \
     --utc "$(date +%s)" --journal "$place/journal"
 wait_for 10 test -s "$place/ready" || { echo "demo: the simulator does not start" >&2 && exit 1; }
 sim_port=$(sed 's/.*://' "$place/ready")
