@@ -9,19 +9,32 @@
 
 #include <fmt/format.h>
 
+#include <array>
 #include <set>
 
-static std::set<std::string> lf_modelsOf(AcCategory category) {
+namespace {
+struct Installed { // of one category
     std::set<std::string> models;
-    for (const auto& lists : liveryStore.modelLiveries)
-        for (const auto& [model, titles] : lists)
-            if (gf_modelCategory(model) == category) models.insert(model);
-    return models;
+    std::array<std::size_t, 2> titles{}; // pax, cargo
+};
+using Categories = std::array<Installed, categoryCount>;
+} // namespace
+
+static Categories lf_installed() {
+    Categories result;
+    for (const bool cargo : {false, true})
+        for (const auto& [model, titles] : liveryStore.modelLiveries[cargo]) {
+            Installed& category = result[static_cast<std::size_t>(gf_modelCategory(model))];
+            category.models.insert(model);
+            category.titles[cargo] += titles.size();
+        }
+    return result;
 }
 
 void lf_fillModelPools() {
-    const auto pool = [](AcCategory category) {
-        const auto models = lf_modelsOf(category);
+    const Categories categories = lf_installed();
+    const auto pool = [&](AcCategory category) {
+        const auto& models = categories[static_cast<std::size_t>(category)].models;
         return std::vector<std::string>(models.begin(), models.end());
     };
     liveryStore.lightModelPool = pool(AcCategory::light);
@@ -47,13 +60,6 @@ void lf_reportGenericModels() {
                lf_modelList(models));
 }
 
-static std::size_t lf_countTitles(const TextMap<Titles>& lists, AcCategory category) {
-    std::size_t count = 0;
-    for (const auto& [model, titles] : lists)
-        if (gf_modelCategory(model) == category) count += titles.size();
-    return count;
-}
-
 struct CategorySwitch { // of the traffic that a user can have or not
     AcCategory category;
     BoolParameter& parameter;
@@ -68,14 +74,13 @@ static void lf_switch(const CategorySwitch& s, bool installed) {
                            s.text));
 }
 
-static void lf_reportCategory(AcCategory category) {
-    const std::size_t pax = lf_countTitles(liveryStore.modelLiveries[0], category);
-    const std::size_t cargo = lf_countTitles(liveryStore.modelLiveries[1], category);
+static void lf_reportCategory(AcCategory category, const Installed& installed) {
+    const auto [pax, cargo] = installed.titles;
     const char* name = gf_categoryName(category);
     if (pax + cargo == 0) return gf_logLine(fmt::format("Category {}: No livery found", name));
     std::string line = fmt::format("Category {}: {} pax liverie{}", name, pax, pax == 1 ? "" : "s");
     if (cargo > 0) line += fmt::format(" and {} cargo liverie{}", cargo, cargo == 1 ? "" : "s");
-    gf_logLine(line + lf_modelList(lf_modelsOf(category)));
+    gf_logLine(line + lf_modelList(installed.models));
 }
 
 void lf_reportCategories() {
@@ -84,10 +89,11 @@ void lf_reportCategories() {
         {AcCategory::highPerf, HIGH_PERF_AIRCRAFT, "High Perf aircraft"},
         {AcCategory::rotorcraft, HELICOPTERS, "Helicopters"},
     };
+    const Categories categories = lf_installed();
     for (std::size_t c = 0; c < categoryCount; ++c) {
         const auto category = static_cast<AcCategory>(c);
-        lf_reportCategory(category);
+        lf_reportCategory(category, categories[c]);
         for (const auto& s : switches)
-            if (s.category == category) lf_switch(s, !lf_modelsOf(category).empty());
+            if (s.category == category) lf_switch(s, !categories[c].models.empty());
     }
 }

@@ -65,26 +65,40 @@ using TitleIndex = std::unordered_set<std::string_view, TextHash>; // views of t
 
 static TitleIndex lf_titleIndex() {
     TitleIndex index;
+    std::size_t count = 0;
+    for (const auto& [airline, models] : liveryStore.airlineLiveries)
+        for (const auto& [model, entries] : models) count += entries.size();
+    index.reserve(count); // else it grows a dozen times
     for (const auto& [airline, models] : liveryStore.airlineLiveries)
         for (const auto& [model, entries] : models)
             for (const auto& entry : entries) index.insert(entry.title);
     return index;
 }
 
+// The store's own text of the livery's title; empty when it has none.
+static std::string_view lf_storedTitle(const Livery& livery) {
+    const auto models = liveryStore.airlineLiveries.find(livery.airl);
+    if (models == liveryStore.airlineLiveries.end()) return {};
+    const auto entries = models->second.find(livery.type);
+    if (entries == models->second.end()) return {};
+    for (const TitleEntry& entry : entries->second)
+        if (entry.title == livery.title) return entry.title;
+    return {};
+}
+
 void gf_loadInlineRegcodes(const std::vector<Livery>& liveries) {
-    const TitleIndex titles = lf_titleIndex();
     std::vector<std::string> clashes;
     for (const Livery& livery : liveries) {
         if (livery.atcid.empty()) continue;
-        const auto title = titles.find(livery.title);
-        if (title == titles.end()) {
+        const std::string_view title = lf_storedTitle(livery);
+        if (title.empty()) {
             clashes.push_back(
                 fmt::format("==> [{} {}] {} \"{}\" not available, system error, should not happen?",
                             livery.airl, livery.type, livery.atcid, livery.title));
             continue;
         }
-        const auto [place, isNew] = liveryStore.regcodeTitles.try_emplace(livery.atcid, *title);
-        if (!isNew && place->second != *title)
+        const auto [place, isNew] = liveryStore.regcodeTitles.try_emplace(livery.atcid, title);
+        if (!isNew && place->second != title)
             clashes.push_back(fmt::format("{} \"{}\" => already in use by \"{}\"", livery.atcid, livery.title,
                                           place->second));
     }
