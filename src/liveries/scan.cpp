@@ -81,6 +81,15 @@ void gf_liveriesOfCfg(std::string_view bytes, const fs::path& path, std::int32_t
     gf_mergeFindings(gf_scanBytes(bytes, path, gf_scanRules(priority), memory), liveries);
 }
 
+// The oldest files' findings; false when there are no more. Once a stop is under way files have been skipped, and what
+// others yielded behind them is left, too.
+static bool lf_collect(ScanPool& pool, std::vector<Livery>& liveries) {
+    auto done = pool.take();
+    if (done.empty() || gf_stopping()) return false;
+    for (auto& found : done) gf_mergeFindings(std::move(found), liveries);
+    return true;
+}
+
 // Walk -----------------------------------------------------------------------------------------------------------
 
 namespace {
@@ -133,8 +142,7 @@ class Walk {
     bool mayFollow(const fs::path& link);
     void file(fs::path path) {
         pool.add(std::move(path));
-        while (pool.full() && !gf_stopping())
-            for (auto& found : pool.take(true)) gf_mergeFindings(std::move(found), liveries);
+        if (pool.full()) lf_collect(pool, liveries);
     }
 
     ScanPool& pool;
@@ -192,6 +200,5 @@ void gf_searchFolder(std::int32_t priority, const fs::path& folder, std::vector<
     const ScanRules rules = gf_scanRules(priority);
     ScanPool pool(scanThreads > 0 ? scanThreads : std::max(1u, std::thread::hardware_concurrency()), rules);
     Walk(folder, pool, liveries).folder(folder, holdsExcludedWord(plat::pathText(folder)));
-    while (!pool.empty() && !gf_stopping())
-        for (auto& found : pool.take(true)) gf_mergeFindings(std::move(found), liveries);
+    while (lf_collect(pool, liveries)) {}
 }

@@ -35,13 +35,13 @@ void ScanPool::add(std::filesystem::path path) {
     ++added;
 }
 
-std::vector<FileFindings> ScanPool::take(bool wait) {
+std::vector<FileFindings> ScanPool::take() {
     std::vector<FileFindings> done;
     const LockGuard guard(lock);
     if (threads.empty() && !jobs.empty())
         for (; begun < jobs.size(); ++begun)
             jobs[begun].found = gf_scanFile(jobs[begun].path, rules, ownMemory);
-    while (wait && !jobs.empty() && !jobs.front().found) {
+    while (!jobs.empty() && !jobs.front().found) {
         takerWaits = true;
         oldestDone.wait(lock);
     }

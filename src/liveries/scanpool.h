@@ -21,10 +21,8 @@ class ScanPool {
     ScanPool& operator=(const ScanPool&) = delete;
 
     void add(std::filesystem::path path);
-    // The findings of the oldest files that are done, none when the oldest is not. With wait: at least one, unless
-    // there is no file left or a stop is under way.
-    std::vector<FileFindings> take(bool wait);
-    bool empty() const { return added == taken; }
+    // The findings of the oldest files, as far as they are done; waits for the oldest. None when all have been taken.
+    std::vector<FileFindings> take();
     bool full() const { return added - taken >= capacity; } // time to take
 
   private:
