@@ -121,7 +121,7 @@ class Walk {
     Walk(const fs::path& start, ScanPool& scanPool, std::vector<Livery>& result)
         : pool(scanPool), liveries(result) {
         std::error_code failed;
-        followed.push_back(fs::canonical(start, failed));
+        followed.push_back(plat::realPath(start, failed));
     }
 
     // A folder whose own path text is known, with whether that text keeps the walk from going below.
@@ -157,16 +157,10 @@ void logUnreadable(const fs::path& path, const std::error_code& error) {
 std::vector<Entry> Walk::sortedEntries(const fs::path& path) const {
     std::vector<Entry> entries;
     std::error_code failed;
-    fs::directory_iterator place(path, failed);
-    for (; !failed && place != fs::directory_iterator(); place.increment(failed)) {
-        std::error_code gone; // since the folder was read
-        const bool isFolder = place->is_directory(gone);
-        const fs::path name = place->path().filename();
-        if (!isFolder &&
-            (!gf_sameButCase(plat::pathText(name), "aircraft.cfg") || !place->is_regular_file(gone)))
-            continue;
-        const bool isLink = isFolder && place->is_symlink(gone);
-        entries.push_back({plat::pathText(name), place->path(), isFolder, isLink});
+    for (const plat::FolderEntry& found : plat::readFolder(path, failed)) {
+        std::string name = plat::pathText(found.name);
+        if (found.isFolder || (found.isFile && gf_sameButCase(name, "aircraft.cfg")))
+            entries.push_back({std::move(name), path / found.name, found.isFolder, found.isLink});
     }
     if (failed) logUnreadable(path, failed);
     std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.name < b.name; });
@@ -176,7 +170,7 @@ std::vector<Entry> Walk::sortedEntries(const fs::path& path) const {
 // Not into what has been or will be walked: that is how loops of links end.
 bool Walk::mayFollow(const fs::path& link) {
     std::error_code failed;
-    const fs::path target = fs::canonical(link, failed);
+    const fs::path target = plat::realPath(link, failed);
     if (failed) {
         logUnreadable(link, failed);
         return false;

@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <vector>
 
 namespace plat {
 
@@ -18,5 +20,18 @@ std::string fileUrl(const std::filesystem::path& path);
 // UTF-8, with native separators. What cannot be converted is replaced, never refused.
 std::string pathText(const std::filesystem::path& path);
 std::filesystem::path textPath(std::string_view utf8);
+
+// What a folder holds, in no order, without asking for each entry anew. The parent's own names are left out. When the
+// folder cannot be read to its end `failed` says why, and what was read until then is the result.
+struct FolderEntry {
+    std::filesystem::path name;
+    bool isFolder = false; // or a link to one
+    bool isFile = false;   // or a link to one; a device is neither
+    bool isLink = false;
+};
+std::vector<FolderEntry> readFolder(const std::filesystem::path& folder, std::error_code& failed);
+
+// The absolute path behind all links; empty, with the reason in `failed`, when there is nothing.
+std::filesystem::path realPath(const std::filesystem::path& path, std::error_code& failed);
 
 } // namespace plat

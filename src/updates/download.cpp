@@ -148,5 +148,8 @@ VersionData gf_fetchVersion(TransferHandle handle, const std::string& url) {
     }
     const auto lines = gf_readLines(file);
     std::filesystem::remove(file, ignored);
-    return lines && !lines->empty() ? VersionData(lines->front()) : VersionData();
+    if (!lines || lines->empty()) return {};
+    std::string_view first = lines->front();
+    while (first.ends_with('\r')) first.remove_suffix(1); // the text mode may have added to the server's own
+    return VersionData(first);
 }

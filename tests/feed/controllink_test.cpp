@@ -214,20 +214,11 @@ TEST_F(ControlLinkTest, TakesAnAnswerThatFitsItsBufferOnly) {
 }
 
 TEST_F(ControlLinkTest, TellsWhyThePortCannotBeOpened) {
-    const std::string taken = std::to_string(port);
-    const std::pair<std::string, std::string> rows[] = {
-        {taken, "Bind failed at port " + taken + " with error 10048 Address already in use"},
-        {"no port", "getaddrinfo failed with error 10109 Unknown errror code"}};
-    for (const auto& [name, expected] : rows) {
-        try {
-            // A port in SO_REUSEADDR's sense is taken at the latest when its second owner listens.
-            lf_openControlPort(name);
-            FAIL() << "opened " << name;
-        } catch (const std::runtime_error& e) {
-            const std::string text = e.what();
-            EXPECT_TRUE(text == expected || text == "listen failed with error 10048 Address already in use")
-                << text;
-        }
+    try {
+        lf_openControlPort("no port");
+        FAIL();
+    } catch (const std::runtime_error& e) {
+        EXPECT_STREQ(e.what(), "getaddrinfo failed with error 10109 Unknown errror code");
     }
 }
 

@@ -87,6 +87,33 @@ TEST(Files, ATransferLibraryFindsAFileByItsAddress) {
     EXPECT_EQ(fetch(plat::fileUrl(file)), "found");
 }
 
+TEST(Files, AFolderTellsWhatItHoldsAndWhyItCannot) {
+    const test::ScratchFolder scratch;
+    fs::create_directory(scratch.path / "folder");
+    for (int i = 0; i < 500; ++i) test::writeFile(scratch.path / ("file " + std::to_string(i)), "x");
+    std::error_code failed = std::make_error_code(std::errc::io_error);
+    int files = 0, folders = 0;
+    for (const plat::FolderEntry& entry : plat::readFolder(scratch.path, failed)) {
+        EXPECT_FALSE(entry.isLink);
+        EXPECT_NE(entry.isFile, entry.isFolder);
+        EXPECT_EQ(entry.isFolder, entry.name == "folder") << entry.name;
+        ++(entry.isFile ? files : folders);
+    }
+    EXPECT_FALSE(failed);
+    EXPECT_EQ(files, 500);
+    EXPECT_EQ(folders, 1);
+    EXPECT_TRUE(plat::readFolder(scratch.path / "folder", failed).empty());
+    EXPECT_FALSE(failed);
+    EXPECT_TRUE(plat::readFolder(scratch.path / "none", failed).empty());
+    EXPECT_EQ(failed, std::errc::no_such_file_or_directory) << failed.message();
+    EXPECT_TRUE(plat::realPath(scratch.path / "none", failed).empty());
+    EXPECT_EQ(failed, std::errc::no_such_file_or_directory) << failed.message();
+    const fs::path real = plat::realPath(scratch.path / "folder" / ".." / "file 1", failed);
+    EXPECT_FALSE(failed);
+    EXPECT_EQ(test::readFile(real), "x");
+    EXPECT_EQ(real, plat::realPath(scratch.path / "file 1", failed));
+}
+
 TEST(Files, ANameKeepsItsLettersOnItsWayThroughText) {
     const std::string name = "Z\xC3\xBCrich \xE2\x82\xAC \xF0\x9F\x9B\xAC.txt";
     const test::ScratchFolder scratch;

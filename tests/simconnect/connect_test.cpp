@@ -77,6 +77,7 @@ class Connect : public testing::Test {
   protected:
     void SetUp() override {
         oldFolder = std::filesystem::current_path();
+        plat::startSockets();
         listener = plat::listenTcp("0", true).socket;
         ASSERT_NE(listener, plat::noSocket);
         port = plat::localPort(listener);
@@ -89,6 +90,7 @@ class Connect : public testing::Test {
         SimConnect_Close(handle);
         plat::closeSocket(peer);
         plat::closeSocket(listener);
+        plat::stopSockets();
         simconnect::setCancelled(nullptr);
         std::filesystem::current_path(oldFolder);
         plat::setUserFolders(oldFolder);

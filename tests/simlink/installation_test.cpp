@@ -151,8 +151,14 @@ TEST_F(Installation, OnlyTheFirstLineWithThePathCounts) {
     }
     writeFile(local("MSFSPackages/UserCfg.opt"), "");
     EXPECT_EQ(found(), fs::path());
-    userCfg(local("MSFSPackages/UserCfg.opt"), "InstalledPackagesPath \"" + std::string(300, 'x') + "\"");
-    EXPECT_THROW(found(), fs::filesystem_error); // neither there nor missing
+    const std::string tooLong(300, 'x');
+    userCfg(local("MSFSPackages/UserCfg.opt"), "InstalledPackagesPath \"" + tooLong + "\"");
+    std::error_code error;
+    fs::exists(tooLong, error);
+    if (error) // neither there nor missing
+        EXPECT_THROW(found(), fs::filesystem_error);
+    else // on this system a name that none can have is missing
+        EXPECT_EQ(found(), fs::path());
 }
 
 TEST_F(Installation, ReadsTheSimulatorsOwnFiles) {

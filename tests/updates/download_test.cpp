@@ -159,9 +159,10 @@ TEST_F(Downloads, AStopEndsATransferWithinHalfASecond) {
 }
 
 TEST_F(Downloads, ABaseWithoutASchemeIsAFolderWhateverItsName) {
-    std::filesystem::create_directories("serv\xC3\xA9s \xC3\xBC&50%#/sub");
-    test::writeFile("serv\xC3\xA9s \xC3\xBC&50%#/sub/version.json", "3.2.1\n");
-    gf_setDownloadBase("serv\xC3\xA9s \xC3\xBC&50%#/");
+    const std::string name = "serv\xC3\xA9s \xE2\x82\xAC&50%#";
+    std::filesystem::create_directories(plat::textPath(name) / "sub");
+    test::writeFile(plat::textPath(name) / "sub/version.json", "3.2.1\n");
+    gf_setDownloadBase(name + "/");
     EXPECT_TRUE(gf_downloadBaseUrl().starts_with("file:///")) << gf_downloadBaseUrl();
     EXPECT_TRUE(gf_downloadBaseUrl().ends_with('/'));
     EXPECT_EQ(version(gf_downloadBaseUrl() + "sub/version.json"), VersionData(3, 2, 1));

@@ -107,6 +107,22 @@ std::string fileUrl(const fs::path& path) {
     return url;
 }
 
+std::vector<FolderEntry> readFolder(const fs::path& folder, std::error_code& failed) {
+    std::vector<FolderEntry> entries;
+    fs::directory_iterator place(folder, failed);
+    for (; !failed && place != fs::directory_iterator(); place.increment(failed)) {
+        std::error_code gone; // since the folder was read
+        FolderEntry entry{place->path().filename()};
+        entry.isFolder = place->is_directory(gone);
+        entry.isFile = !entry.isFolder && place->is_regular_file(gone);
+        entry.isLink = place->is_symlink(gone);
+        entries.push_back(std::move(entry));
+    }
+    return entries;
+}
+
+fs::path realPath(const fs::path& path, std::error_code& failed) { return fs::canonical(path, failed); }
+
 std::string pathText(const fs::path& path) { return path.native(); }
 
 fs::path textPath(std::string_view utf8) { return fs::path(utf8); }

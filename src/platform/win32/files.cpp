@@ -4,7 +4,6 @@
 #include "platform/win32/wide.h"
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <limits>
 #include <optional>
@@ -40,6 +39,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr std::size_t longestPath = 32768; // units, that the system knows
+
 // An open file. Its destructor closes what is still open.
 class File {
   public:
@@ -68,11 +69,12 @@ class File {
         return flushed && closed;
     }
     std::optional<fs::path> finalPath() const {
-        std::array<wchar_t, 32768> buffer; // the longest path that the system knows
+        std::wstring buffer(longestPath, L'\0');
         const DWORD length = GetFinalPathNameByHandleW(
             handle, buffer.data(), static_cast<DWORD>(buffer.size()), FILE_NAME_NORMALIZED);
         if (length == 0 || length >= buffer.size()) return std::nullopt;
-        return fs::path(std::wstring_view(buffer.data(), length));
+        buffer.resize(length);
+        return fs::path(buffer);
     }
 
   private:
@@ -80,6 +82,18 @@ class File {
 };
 
 constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+// Absolute, without steps up and down.
+std::wstring wholePath(const fs::path& path) {
+    std::wstring result(longestPath, L'\0');
+    const DWORD length =
+        GetFullPathNameW(path.c_str(), static_cast<DWORD>(result.size()), result.data(), nullptr);
+    if (length == 0 || length >= result.size()) return path.native();
+    result.resize(length);
+    return result;
+}
+
+std::error_code lastSystemError() { return {static_cast<int>(GetLastError()), std::system_category()}; }
 
 // A virus scanner or an indexer holds a file for a moment after each change of it.
 bool moveOver(const fs::path& from, const fs::path& to) {
@@ -103,10 +117,9 @@ bool replaceFile(const fs::path& path, std::string_view text) {
     const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
     if (exists && (attributes & FILE_ATTRIBUTE_REPARSE_POINT)) {
         // The file that the link names is replaced, the link stays.
-        const File file(CreateFileW(path.c_str(), 0, shareAll, nullptr, OPEN_EXISTING, 0, nullptr));
-        const auto found = file.isOpen() ? file.finalPath() : std::nullopt;
-        if (!found) return false;
-        target = *found;
+        std::error_code failed;
+        target = realPath(path, failed);
+        if (failed) return false;
         attributes = GetFileAttributesW(target.c_str());
     }
     if (exists && (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY))) return false;
@@ -129,9 +142,8 @@ bool replaceFile(const fs::path& path, std::string_view text) {
 std::string fileUrl(const fs::path& path) {
     constexpr std::string_view kept = "-._~/";
     constexpr char digits[] = "0123456789ABCDEF";
-    std::error_code failed;
-    const fs::path whole = fs::absolute(path, failed).lexically_normal();
-    const std::string text = win32::utf8Text(whole.generic_wstring());
+    std::string text = win32::utf8Text(wholePath(path));
+    std::replace(text.begin(), text.end(), '\\', '/');
     std::string url = "file://";
     if (!text.starts_with('/')) url += '/'; // before a drive letter; a share has slashes of its own
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -148,6 +160,45 @@ std::string fileUrl(const fs::path& path) {
         }
     }
     return url;
+}
+
+std::vector<FolderEntry> readFolder(const fs::path& folder, std::error_code& failed) {
+    failed.clear();
+    std::vector<FolderEntry> entries;
+    WIN32_FIND_DATAW found;
+    const HANDLE search = FindFirstFileExW((folder / L"*").c_str(), FindExInfoBasic, &found,
+                                           FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
+    if (search == INVALID_HANDLE_VALUE) {
+        // An empty drive has no file; a folder that is missing has no path.
+        if (GetLastError() != ERROR_FILE_NOT_FOUND) failed = lastSystemError();
+        return entries;
+    }
+    do {
+        const std::wstring_view name = found.cFileName;
+        if (name == L"." || name == L"..") continue;
+        const DWORD attributes = found.dwFileAttributes;
+        FolderEntry entry{fs::path(name)};
+        entry.isFolder = attributes & FILE_ATTRIBUTE_DIRECTORY;
+        entry.isFile = !(attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE));
+        // Other reparse points are files and folders that a service keeps elsewhere.
+        entry.isLink =
+            (attributes & FILE_ATTRIBUTE_REPARSE_POINT) &&
+            (found.dwReserved0 == IO_REPARSE_TAG_SYMLINK || found.dwReserved0 == IO_REPARSE_TAG_MOUNT_POINT);
+        entries.push_back(std::move(entry));
+    } while (FindNextFileW(search, &found));
+    if (GetLastError() != ERROR_NO_MORE_FILES) failed = lastSystemError();
+    FindClose(search);
+    return entries;
+}
+
+fs::path realPath(const fs::path& path, std::error_code& failed) {
+    failed.clear();
+    // The flag lets a folder be opened.
+    const File file(
+        CreateFileW(path.c_str(), 0, shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (const auto found = file.isOpen() ? file.finalPath() : std::nullopt) return *found;
+    failed = lastSystemError();
+    return {};
 }
 
 std::string pathText(const fs::path& path) {

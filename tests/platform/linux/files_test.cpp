@@ -77,6 +77,24 @@ TEST(Files, ReplacesWhatALinkNamesAndKeepsTheLink) {
     EXPECT_EQ(entries(elsewhere.path), 0u);
 }
 
+TEST(Files, AFolderTellsItsLinksAndWhereTheyLead) {
+    const test::ScratchFolder scratch;
+    const fs::path real = scratch.path / "real";
+    fs::create_directory(real);
+    fs::create_symlink("real", scratch.path / "to folder");
+    fs::create_symlink("/dev/null", scratch.path / "to device");
+    fs::create_symlink("nowhere", scratch.path / "to nothing");
+    std::error_code failed;
+    for (const plat::FolderEntry& entry : plat::readFolder(scratch.path, failed)) {
+        EXPECT_EQ(entry.isLink, entry.name != "real");
+        EXPECT_EQ(entry.isFolder, entry.name == "real" || entry.name == "to folder");
+        EXPECT_FALSE(entry.isFile);
+    }
+    EXPECT_EQ(plat::realPath(scratch.path / "to folder", failed), plat::realPath(real, failed));
+    EXPECT_TRUE(plat::realPath(scratch.path / "to nothing", failed).empty());
+    EXPECT_TRUE(failed);
+}
+
 TEST(Files, WritesAddressesThatKeepNothingButPlainCharacters) {
     EXPECT_EQ(plat::fileUrl("/a/b-c_d.e~f/1.zip"), "file:///a/b-c_d.e~f/1.zip");
     EXPECT_EQ(plat::fileUrl("/my files/"), "file:///my%20files/");

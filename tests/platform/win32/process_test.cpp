@@ -2,12 +2,15 @@
 
 #include "platform/process.h"
 
+#include "platform/clock.h"
 #include "support.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <thread>
 
 #include <windows.h>
 
@@ -37,6 +40,29 @@ TEST(InstanceGuard, IsTheMutexThatOthersLookFor) {
         EXPECT_TRUE(there());
     }
     EXPECT_FALSE(there());
+}
+
+// The rest runs in a process of its own, which a console's events would end otherwise.
+
+[[noreturn]] void endAfterEvents(int count) {
+    static std::atomic<int> calls{0};
+    const auto mainThread = std::this_thread::get_id();
+    plat::onTerminationRequest([mainThread] {
+        if (std::this_thread::get_id() != mainThread) ++calls;
+    });
+    for (int i = 0; i < count; ++i) GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
+    plat::sleepMs(500);
+    _exit(10 + calls); // reached: no event has ended the process
+}
+
+TEST(TerminationDeathTest, AConsolesEventIsARequestAndLaterOnesDoNotKill) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    SetConsoleCtrlHandler(nullptr,
+                          TRUE); // this process shares the console; what it starts ignores the event, too
+    EXPECT_EXIT(endAfterEvents(0), testing::ExitedWithCode(10), "");
+    EXPECT_EXIT(endAfterEvents(1), testing::ExitedWithCode(11), "");
+    EXPECT_EXIT(endAfterEvents(3), testing::ExitedWithCode(11), "");
+    SetConsoleCtrlHandler(nullptr, FALSE);
 }
 
 } // namespace

@@ -1,10 +1,12 @@
-// An attempt to connect that is not answered, which Linux brings about on one computer.
+// What Linux alone brings about on one computer: an attempt to connect that is not answered, and a port that a listener
+// keeps to itself. Windows lets two listeners share it when both allow reuse.
 
 #include "platform/sockets.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <string>
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
@@ -15,6 +17,14 @@ using Clock = std::chrono::steady_clock;
 
 double msSince(Clock::time_point start) {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+TEST(Tcp, TellsThatAnotherListenerHasThePort) {
+    plat::Socket first = plat::listenTcp("0", true).socket;
+    const plat::ListenResult second = plat::listenTcp(std::to_string(plat::localPort(first)), false);
+    EXPECT_STREQ(second.step, "bind");
+    EXPECT_EQ(second.error, plat::addressInUse);
+    plat::closeSocket(first);
 }
 
 TEST(Tcp, ConnectingGivesUpAfterItsTime) {

@@ -1,0 +1,20 @@
+// A port that another program has. Linux refuses it; Windows lets two listeners share it when both allow reuse.
+
+#include "feed_fixture.h"
+
+#include "platform/sockets.h"
+
+#include <stdexcept>
+
+TEST_F(FeedTest, TellsThatAnotherProgramHasTheControlPort) {
+    plat::Socket taken = plat::listenTcp("0", true).socket;
+    const std::string port = std::to_string(plat::localPort(taken));
+    try {
+        lf_openControlPort(port);
+        ADD_FAILURE() << "opened";
+        gf_closeControlLink();
+    } catch (const std::runtime_error& e) {
+        EXPECT_EQ(e.what(), "Bind failed at port " + port + " with error 10048 Address already in use");
+    }
+    plat::closeSocket(taken);
+}
