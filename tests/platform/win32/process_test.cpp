@@ -42,9 +42,11 @@ TEST(InstanceGuard, IsTheMutexThatOthersLookFor) {
     EXPECT_FALSE(there());
 }
 
-// The rest runs in a process of its own, which a console's events would end otherwise.
+// The rest runs in a process with a console of its own, whose events would end it otherwise.
 
 [[noreturn]] void endAfterEvents(int count) {
+    FreeConsole(); // the test program's, which others share
+    AllocConsole();
     static std::atomic<int> calls{0};
     const auto mainThread = std::this_thread::get_id();
     plat::onTerminationRequest([mainThread] {
@@ -57,12 +59,9 @@ TEST(InstanceGuard, IsTheMutexThatOthersLookFor) {
 
 TEST(TerminationDeathTest, AConsolesEventIsARequestAndLaterOnesDoNotKill) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    SetConsoleCtrlHandler(nullptr,
-                          TRUE); // this process shares the console; what it starts ignores the event, too
     EXPECT_EXIT(endAfterEvents(0), testing::ExitedWithCode(10), "");
     EXPECT_EXIT(endAfterEvents(1), testing::ExitedWithCode(11), "");
     EXPECT_EXIT(endAfterEvents(3), testing::ExitedWithCode(11), "");
-    SetConsoleCtrlHandler(nullptr, FALSE);
 }
 
 } // namespace

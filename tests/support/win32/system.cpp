@@ -17,9 +17,9 @@ void setEnvironment(const std::string& name, const char* value) { // an empty va
 
 void useHome(const std::filesystem::path&) {} // the shell's folders are not of the environment
 
-void prepareForRequestToEnd() {}
+void prepareForRequestToEnd() { AllocConsole(); } // unless there is one
 
-void askThisProcessToEnd() { GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, 0); }
+void askThisProcessToEnd() { GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0); }
 
 bool setCommaLocale() { return std::setlocale(LC_ALL, "German_Germany.1252") != nullptr; }
 
