@@ -4,6 +4,7 @@
 #include "app/folders.h"
 #include "app/parameters.h"
 #include "engine/engine.h"
+#include "files.h"
 #include "liveries/liveries.h"
 #include "refdata/refdata.h"
 #include "replay/alloc_count.h"
@@ -36,7 +37,7 @@ struct Installation {
         fs::create_directories(folders.output);
         fs::create_directories(folders.appData);
         LOG.value = false;
-        tables = rig::readRefTables(rig::refTablesIn(fs::path(VELLORAY_SOURCE_DIR) / "rig/refdata/tables"));
+        tables = rig::readRefTables(rig::refTablesIn(rig::sourceFolder() / "rig/refdata/tables"));
         rig::addSynthetic(tables, knownAircraft, 1);
         pugi::xml_document document;
         document.load_string(rig::dbaseXml(tables).c_str());

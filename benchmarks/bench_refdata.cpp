@@ -1,6 +1,7 @@
 // The reading of reference data with 570,000 registrations: what parsing the file takes alone, what reading it into the
 // stores takes, and by how much the process grows for good.
 
+#include "files.h"
 #include "liveries/refdata.h"
 #include "platform/process.h"
 #include "refdata/refdata.h"
@@ -20,8 +21,7 @@ constexpr std::size_t registrations = 570'000;
 static const std::string& sampleFile() {
     struct Sample {
         Sample() {
-            auto tables = rig::readRefTables(
-                rig::refTablesIn(std::filesystem::path(VELLORAY_SOURCE_DIR) / "rig/refdata/tables"));
+            auto tables = rig::readRefTables(rig::refTablesIn(rig::sourceFolder() / "rig/refdata/tables"));
             tables.registrations.clear();
             rig::addSynthetic(tables, registrations, 1);
             std::ofstream(path, std::ios::binary) << rig::dbaseXml(tables);

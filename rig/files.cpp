@@ -15,6 +15,8 @@ namespace rig {
 
 namespace fs = std::filesystem;
 
+fs::path sourceFolder() { return VELLORAY_SOURCE_DIR; }
+
 fs::path makeScratchFolder(const std::string& name) {
     for (unsigned number = 0;; ++number) {
         const fs::path folder =

@@ -8,6 +8,9 @@
 
 namespace rig {
 
+// The folder of the project that this was built from: install/, tables and test data lie in it.
+std::filesystem::path sourceFolder();
+
 // A new and empty folder below the system's temporary one; its name begins with `name`.
 std::filesystem::path makeScratchFolder(const std::string& name);
 

@@ -254,9 +254,8 @@ int runLiveries(const std::vector<std::string>& arguments) {
     else if (options.has("automatic"))
         throw std::runtime_error("--automatic wants a packages folder, one that holds \"Community\"");
     gf_buildFolders();
-    readReferenceData(options.has("refdata")
-                          ? options.path("refdata")
-                          : fs::path(VELLORAY_SOURCE_DIR) / "install" / "download" / "dbase.zip");
+    readReferenceData(options.has("refdata") ? options.path("refdata")
+                                             : sourceFolder() / "install" / "download" / "dbase.zip");
     const Outcome outcome = scan(folder, options.has("automatic"));
     if (options.has("json")) {
         printJson(outcome);

@@ -94,14 +94,12 @@ Stage::~Stage() {
 void Stage::makeProgramFolder() {
     home = std::filesystem::current_path();
     folder = makeScratchFolder("velloray-replay");
-    std::filesystem::copy(std::filesystem::path(VELLORAY_SOURCE_DIR) / "install", folder,
-                          std::filesystem::copy_options::recursive);
+    std::filesystem::copy(sourceFolder() / "install", folder, std::filesystem::copy_options::recursive);
     FleetOptions fleet; // the same whatever the replay's seed
     fleet.folder = folder;
     fleet.brokenRounds = 0;
     fleet.liveries = options.liveries.empty() ? options.fleet : 0;
-    writeFleet(readRefTables(refTablesIn(std::filesystem::path(VELLORAY_SOURCE_DIR) / "rig/refdata/tables")),
-               fleet);
+    writeFleet(readRefTables(refTablesIn(sourceFolder() / "rig/refdata/tables")), fleet);
     if (!options.liveries.empty()) {
         std::filesystem::create_directories(folder / "output");
         std::filesystem::copy_file(options.liveries, folder / "output" / "LiveriesScanned.xml");

@@ -7,8 +7,6 @@
 
 #include <map>
 
-static std::filesystem::path sourceFolder() { return VELLORAY_SOURCE_DIR; }
-
 static std::string unzipped(const std::filesystem::path& path) {
     std::string text;
     const ZipArchive zip(path);
@@ -52,10 +50,10 @@ TEST_F(LiveriesTest, TablesMayBeQuotedZippedAndOfOtherColumns) {
 }
 
 TEST_F(LiveriesTest, TheTreeOfTheProgramReadsAndIsWhatTheTablesGive) {
-    const auto tree = sourceFolder() / "install" / "download";
+    const auto tree = rig::sourceFolder() / "install" / "download";
     gf_setDownloadBase(plat::pathText(tree) + "/");
     ASSERT_TRUE(gf_readDbase());
-    const auto tables = rig::readRefTables(rig::refTablesIn(sourceFolder() / "rig/refdata/tables"));
+    const auto tables = rig::readRefTables(rig::refTablesIn(rig::sourceFolder() / "rig/refdata/tables"));
     EXPECT_EQ(tables.skipped, 0u);
     EXPECT_GE(refData.allModels.size(), 1000u);
     EXPECT_EQ(refData.allModels.size(), tables.types.size());
@@ -98,7 +96,7 @@ TEST_F(LiveriesTest, InventedRegistrationsAreTheSameForTheSameSeed) {
 TEST_F(LiveriesTest, ReadsLargeTablesOfOthersInTheirOwnColumns) {
     const auto shared = test::sharedFolder() / "refdata";
     if (!std::filesystem::exists(shared / "types.csv")) GTEST_SKIP() << "no tables in " << shared;
-    auto files = rig::refTablesIn(sourceFolder() / "rig/refdata/tables");
+    auto files = rig::refTablesIn(rig::sourceFolder() / "rig/refdata/tables");
     files.types = shared / "types.csv";
     files.airlines = shared / "airlines.csv";
     files.registrations = shared / "registrations-cc0.csv.gz";
@@ -112,7 +110,7 @@ TEST_F(LiveriesTest, ReadsLargeTablesOfOthersInTheirOwnColumns) {
     for (const auto& row : tables.types) theirs[row.designator] = row.size;
     std::size_t known = 0, agree = 0;
     for (const auto& row :
-         rig::readRefTables(rig::refTablesIn(sourceFolder() / "rig/refdata/tables")).types) {
+         rig::readRefTables(rig::refTablesIn(rig::sourceFolder() / "rig/refdata/tables")).types) {
         if (theirs.count(row.designator) == 0) continue;
         ++known;
         agree += theirs[row.designator] == row.size;

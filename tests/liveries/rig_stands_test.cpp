@@ -19,9 +19,7 @@
 using rig::readStandTables;
 using Texts = std::vector<std::string>;
 
-static std::filesystem::path ourInput() {
-    return std::filesystem::path(VELLORAY_SOURCE_DIR) / "install" / "input";
-}
+static std::filesystem::path ourInput() { return rig::sourceFolder() / "install" / "input"; }
 
 class RigStands : public testing::Test {
   protected:
@@ -189,7 +187,7 @@ TEST_F(RigStands, BecomeAirportFilesThatTheProgramFindsWithEitherEdition) {
 }
 
 TEST_F(RigStands, OfTheDemonstrationAirportAreThoseOfTheProgramsTree) {
-    const std::filesystem::path source = VELLORAY_SOURCE_DIR;
+    const std::filesystem::path source = rig::sourceFolder();
     const auto tables = readStandTables(source / "rig" / "airports", ourInput());
     EXPECT_EQ(tables.complaints, Texts{});
     rig::writeAirportFiles(tables.airports, "tree");
@@ -228,8 +226,7 @@ TEST_F(RigStands, AreAtAirportsOfTheInstalledDirectory) {
         EXPECT_NEAR(listed->elevation, known->elevationFt, 5) << code;
     }
     for (const auto& code : {"KLGA", "KEWR", "KDCA"}) EXPECT_TRUE(gf_findAirport(code)) << code;
-    const auto tables =
-        readStandTables(std::filesystem::path(VELLORAY_SOURCE_DIR) / "rig" / "airports", ourInput());
+    const auto tables = readStandTables(rig::sourceFolder() / "rig" / "airports", ourInput());
     for (const auto& airport : tables.airports) {
         const auto listed = gf_findAirport(airport.code);
         ASSERT_TRUE(listed) << airport.code;

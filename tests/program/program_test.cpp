@@ -46,7 +46,7 @@ class Program {
         test::writeFile(liveries / "aircraft.cfg", "[GENERAL]\nicao_type_designator=A320\n[FLTSIM.0]\n"
                                                    "title=Test A320\nicao_airline=BAW\n");
         setenv("XDG_RUNTIME_DIR", scratch.path.c_str(), 1);
-        fs::copy(fs::path(VELLORAY_SOURCE_DIR) / "install", ".", fs::copy_options::recursive);
+        fs::copy(rig::sourceFolder() / "install", ".", fs::copy_options::recursive);
         fs::create_directories("config/Velloray");
         test::writeFile(
             "config/Velloray/parameters.xml",

@@ -14,9 +14,7 @@
 
 using namespace rig;
 
-static std::filesystem::path planFolder() {
-    return std::filesystem::path(VELLORAY_SOURCE_DIR) / "rig" / "airports";
-}
+static std::filesystem::path planFolder() { return rig::sourceFolder() / "rig" / "airports"; }
 
 static double meters(const LatLon& a, const LatLon& b) { return gf_distanceNm(a, b) * metersPerNm; }
 static double degreesOff(double headingA, double headingB) {

@@ -25,7 +25,7 @@ namespace {
 
 const rig::RefTables& tables() {
     static const rig::RefTables all =
-        rig::readRefTables(rig::refTablesIn(fs::path(VELLORAY_SOURCE_DIR) / "rig/refdata/tables"));
+        rig::readRefTables(rig::refTablesIn(rig::sourceFolder() / "rig/refdata/tables"));
     return all;
 }
 

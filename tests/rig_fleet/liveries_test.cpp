@@ -48,8 +48,7 @@ class RigLiveries : public testing::Test {
         options.liveries = liveries;
         options.brokenRounds = broken;
         return rig::writeFleet(
-            rig::readRefTables(rig::refTablesIn(fs::path(VELLORAY_SOURCE_DIR) / "rig/refdata/tables")),
-            options);
+            rig::readRefTables(rig::refTablesIn(rig::sourceFolder() / "rig/refdata/tables")), options);
     }
     const test::ScratchFolder scratch;
 };
@@ -139,8 +138,7 @@ TEST_F(RigLiveries, TakesOtherReferenceDataZippedOrNot) {
     fs::create_directories("pack");
     test::writeFile("pack/aircraft.cfg",
                     "[GENERAL]\nicao_type_designator=XX1\n[FLTSIM.0]\ntitle=Mine\nicao_airline=QQQ\n");
-    rig::RefTables tables =
-        rig::readRefTables(rig::refTablesIn(fs::path(VELLORAY_SOURCE_DIR) / "rig/refdata/tables"));
+    rig::RefTables tables = rig::readRefTables(rig::refTablesIn(rig::sourceFolder() / "rig/refdata/tables"));
     tables.types.push_back({"XX1", "large", "30"});
     tables.airlines.push_back({"QQQ", false});
     test::writeFile("temp2.xml", rig::dbaseXml(tables));
@@ -162,7 +160,7 @@ TEST_F(RigLiveries, FindsTheLiveriesOfRealFiles) {
     if (!fs::exists(shared / "corpus/aircraft-cfg")) GTEST_SKIP() << "no real aircraft.cfg files at hand";
     // The path of the originals may hold words that keep a scan away.
     fs::copy(shared / "corpus/aircraft-cfg/Community", "Community", fs::copy_options::recursive);
-    auto files = rig::refTablesIn(fs::path(VELLORAY_SOURCE_DIR) / "rig/refdata/tables");
+    auto files = rig::refTablesIn(rig::sourceFolder() / "rig/refdata/tables");
     files.types = shared / "refdata/types.csv";
     files.airlines = shared / "refdata/airlines.csv";
     files.registrations = shared / "refdata/registrations-cc0.csv.gz";

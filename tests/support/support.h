@@ -60,7 +60,7 @@ inline void writeFile(const std::filesystem::path& path, const std::string& text
 // skips with a message when they are not there.
 inline std::filesystem::path sharedFolder() {
     const char* set = std::getenv("VELLORAY_SHARED");
-    return set ? set : std::filesystem::path(VELLORAY_SOURCE_DIR) / ".." / "shared";
+    return set ? set : rig::sourceFolder() / ".." / "shared";
 }
 
 } // namespace test
