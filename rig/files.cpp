@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <zlib.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 #include <vector>
@@ -16,6 +17,11 @@ namespace rig {
 namespace fs = std::filesystem;
 
 fs::path sourceFolder() { return VELLORAY_SOURCE_DIR; }
+
+fs::path sharedFolder() {
+    const char* set = std::getenv("VELLORAY_SHARED");
+    return set ? fs::path(set) : sourceFolder().parent_path() / "shared";
+}
 
 fs::path makeScratchFolder(const std::string& name) {
     for (unsigned number = 0;; ++number) {

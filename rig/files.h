@@ -11,6 +11,9 @@ namespace rig {
 // The folder of the project that this was built from: install/, tables and test data lie in it.
 std::filesystem::path sourceFolder();
 
+// Recordings and tables of others: beside the project, or where the environment's VELLORAY_SHARED says. It may be missing.
+std::filesystem::path sharedFolder();
+
 // A new and empty folder below the system's temporary one; its name begins with `name`.
 std::filesystem::path makeScratchFolder(const std::string& name);
 

@@ -22,10 +22,10 @@ Options::Options(const std::vector<std::string>& arguments, const std::vector<st
         }
         const std::string name = arguments[i].substr(2);
         if (in(flags, name)) {
-            values[name] = "";
+            values[name].emplace_back();
         } else if (in(withValue, name)) {
             if (i + 1 == arguments.size()) throw std::runtime_error("--" + name + " needs a value");
-            values[name] = arguments[++i];
+            values[name].push_back(arguments[++i]);
         } else {
             throw std::runtime_error("unknown option --" + name + " (see --help)");
         }
@@ -34,7 +34,12 @@ Options::Options(const std::vector<std::string>& arguments, const std::vector<st
 
 std::string Options::text(const std::string& name, const std::string& otherwise) const {
     const auto found = values.find(name);
-    return found == values.end() ? otherwise : found->second;
+    return found == values.end() ? otherwise : found->second.back();
+}
+
+std::vector<std::string> Options::all(const std::string& name) const {
+    const auto found = values.find(name);
+    return found == values.end() ? std::vector<std::string>() : found->second;
 }
 
 double Options::number(const std::string& name, double otherwise, double low, double high) const {

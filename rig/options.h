@@ -22,10 +22,12 @@ class Options {
     std::filesystem::path path(const std::string& name) const;
     std::int64_t integer(const std::string& name, std::int64_t otherwise, std::int64_t low,
                          std::int64_t high) const;
-    std::vector<std::string> rest; // positional arguments
+    std::vector<std::string>
+    all(const std::string& name) const; // of an option that may be given several times
+    std::vector<std::string> rest;      // positional arguments
 
   private:
-    std::map<std::string, std::string> values;
+    std::map<std::string, std::vector<std::string>> values;
 };
 
 } // namespace rig

@@ -9,7 +9,9 @@
 #include "platform/files.h"
 #include "platform/process.h"
 #include "replay/alloc_count.h"
+#include "replay/groundreport.h"
 #include "replay/measure.h"
+#include "replay/place.h"
 #include "replay/report.h"
 #include "replay/stage.h"
 #include "rig.h"
@@ -30,9 +32,10 @@ namespace {
 const char* const help =
     "usage: rig replay RECORDING [OPTIONS]\n"
     "       rig replay --generate ICAO [--flights N] [OPTIONS]\n"
-    "  --airport ICAO       the current park airport: reports from the ground and landings there (no stands "
-    "yet)\n"
-    "  --user LAT,LON,ALT,HEADING,ground|air   the user's aircraft; default 2 nm north of the airport\n"
+    "  --airport ICAO       where the user stands, so that the program chooses it as its park airport\n"
+    "  --stands PLACE       its stands: a table or a folder of tables; default: the shared ones, then "
+    "rig/airports\n"
+    "  --user LAT,LON,ALT,HEADING,ground|air   the user's aircraft; default 2 nm off the airport's stands\n"
     "  --minutes M          length; default: the whole recording\n"
     "  --range NM           radius of traffic; default: the program chooses\n"
     "  --fleet N            liveries of the installation that the program scans (default 2000)\n"
@@ -43,6 +46,8 @@ const char* const help =
 
 constexpr double tickS = 0.01;
 constexpr std::int64_t tickNs = 10'000'000;
+constexpr double leadS = 20; // before the first line: the program has found its park airport by then
+constexpr double userOffNm = 2;
 constexpr double drainS = 40; // after the last line: the program flies 30 s behind the feed
 
 using RealClock = std::chrono::steady_clock; // for the cost alone
@@ -89,36 +94,28 @@ void placeUser(WorldSettings& world, const std::string& text) {
     if (world.userOnGround) world.groundFt = alt;
 }
 
-ParkAirport airportOf(const Options& options) {
-    ParkAirport park;
-    if (!options.has("airport")) return park;
-    const KnownAirport* known = findKnownAirport(options.text("airport"));
-    if (!known)
-        throw std::runtime_error("--airport \"" + options.text("airport") +
-                                 "\" is unknown; known: " + knownAirportCodes());
-    park.code = known->code;
-    park.lat = known->lat;
-    park.lon = known->lon;
-    park.elevation = known->elevationFt;
-    return park;
-}
-
 class Player {
   public:
-    Player(Stage& where, Measure& what, const std::vector<TimedLine>& all, double start)
-        : stage(where), measure(what), lines(all), startTime(start) {}
+    Player(Stage& where, Measure& what, GroundWatch& onGround, Decisions& heard,
+           const std::vector<TimedLine>& all, double start)
+        : stage(where), measure(what), ground(onGround), decisions(heard), lines(all), startTime(start) {}
 
     void play(double seconds) {
         const auto realStart = RealClock::now();
         for (double time = 0; time < seconds; time = stage.replaySeconds()) {
             stage.clock.advance(tickNs);
-            deliver(startTime + stage.replaySeconds());
-            if (!pass()) break;
             const double now = stage.replaySeconds();
+            deliver(startTime + now);
+            decisions.now = now;
+            if (!pass()) break;
+            lf_serveLoader();
+            if (airportCode.empty() && airports.park.loaded) noteAirport();
+            watchGround(now);
             measure.afterTick(now, startTime + now);
             if (std::floor(now) != std::floor(now - tickS)) measure.everySecond(now, startTime + now);
             ++cost.ticks;
         }
+        ground.finish(stage.replaySeconds());
         cost.simulatedS = stage.replaySeconds();
         cost.realS = std::chrono::duration<double>(RealClock::now() - realStart).count();
         cost.allocationsPerTick =
@@ -127,9 +124,26 @@ class Player {
     }
 
     Cost cost;
-    std::size_t next = 0; // line to deliver
+    std::size_t next = 0;    // line to deliver
+    std::string airportCode; // of the park airport that the program chose
+    std::vector<StandPlace> stands;
 
   private:
+    void noteAirport() { // stands may grow later
+        airportCode = airports.park.code;
+        for (const Stand& stand : airports.file.stands)
+            stands.push_back(
+                {stand.id, stand.lat, stand.lon, stand.heading, stand.radius * metersPerNm, stand.heli});
+    }
+
+    void watchGround(double now) {
+        const World& world = stage.hub.world;
+        const SimObject& user = world.user();
+        const CrossShape userShape{user.lat, user.lon, user.heading, simLife.userRadiusNm * metersPerNm};
+        collectShown(world, shown);
+        ground.afterTick(now, shown, world.onGround(user) ? &userShape : nullptr);
+    }
+
     void deliver(double feedTime) {
         for (; next < lines.size() && lines[next].time <= feedTime; ++next) {
             measure.tracks.add(lines[next].line);
@@ -138,11 +152,13 @@ class Player {
     }
 
     bool pass() {
-        const auto allocationsBefore = allocationCount();
+        const auto allocationsBefore = allocationCount() - decisions.costAllocations;
+        const double listeningBefore = decisions.costUs;
         const auto start = RealClock::now();
         const bool goOn = lf_cycleStep();
-        const double us = std::chrono::duration<double, std::micro>(RealClock::now() - start).count();
-        allocations += allocationCount() - allocationsBefore;
+        const double us = std::chrono::duration<double, std::micro>(RealClock::now() - start).count() -
+                          (decisions.costUs - listeningBefore);
+        allocations += allocationCount() - decisions.costAllocations - allocationsBefore;
         measure.tickUs.add(us);
         if (us > 10000) cost.ticksOver10ms += 1;
         return goOn;
@@ -150,6 +166,9 @@ class Player {
 
     Stage& stage;
     Measure& measure;
+    GroundWatch& ground;
+    Decisions& decisions;
+    std::vector<Shown> shown;
     const std::vector<TimedLine>& lines;
     double startTime;
     std::uint64_t allocations = 0;
@@ -160,57 +179,58 @@ class Player {
 int runReplay(const std::vector<std::string>& arguments) {
     const Options options(arguments,
                           {"generate", "flights", "airport", "user", "minutes", "range", "liveries", "fleet",
-                           "seed", "fps", "out"},
+                           "seed", "fps", "out", "stands"},
                           {"help"});
     if (options.has("help")) {
         std::fputs(help, stdout);
         return 0;
     }
     const Input input = loadInput(options);
-    const ParkAirport park = airportOf(options);
+    StandTable airport; // without a code: none
+    if (options.has("airport")) airport = findReplayAirport(options.text("airport"), options.path("stands"));
     StageOptions stageOptions;
     stageOptions.seed = static_cast<std::uint32_t>(options.integer("seed", 1, 0, 4294967295));
     stageOptions.world.seed = stageOptions.seed;
     stageOptions.fps = options.number("fps", 30, 5, 240);
     stageOptions.rangeNm = static_cast<int>(options.integer("range", 0, 2, 100));
-    stageOptions.startUtc = std::floor(input.lines.front().time);
+    stageOptions.startUtc = std::floor(input.lines.front().time) - leadS;
     stageOptions.world.utc = stageOptions.startUtc;
     if (options.has("liveries")) stageOptions.liveries = std::filesystem::absolute(options.path("liveries"));
     constexpr std::int64_t mostLiveries = 200'000;
     stageOptions.fleet = static_cast<std::size_t>(options.integer("fleet", 2000, 1, mostLiveries));
     if (options.has("user")) {
         placeUser(stageOptions.world, options.text("user"));
-    } else if (park.known()) {
-        stageOptions.world.userLat = park.lat + 2.0 / 60;
-        stageOptions.world.userLon = park.lon;
-        stageOptions.world.userAlt = park.elevation;
+    } else if (!airport.code.empty()) {
+        placeNorthOf(airport, userOffNm, stageOptions.world.userLat, stageOptions.world.userLon);
+        stageOptions.world.userAlt = airport.elevationFt;
     } else {
         throw std::runtime_error("--user or --airport says where the user is (see --help)");
     }
-    if (park.known()) stageOptions.world.groundFt = park.elevation;
+    if (!airport.code.empty()) stageOptions.world.groundFt = airport.elevationFt;
+    if (!airport.stands.empty()) stageOptions.airports.push_back(airport);
     if (options.has("out")) {
         stageOptions.out = std::filesystem::absolute(options.path("out"));
         std::filesystem::create_directories(stageOptions.out);
     }
 
     double seconds = input.lines.back().time - stageOptions.startUtc + drainS;
-    if (options.has("minutes")) seconds = std::min(seconds, 60 * options.number("minutes", 0, 0.1, 1440));
+    if (options.has("minutes"))
+        seconds = std::min(seconds, leadS + 60 * options.number("minutes", 0, 0.1, 1440));
 
     Measure measure;
     measure.groundElevationFt = stageOptions.world.groundFt;
     Stage stage(stageOptions);
-    if (park.known()) gf_publishParkAirport(park);
-    Player player(stage, measure, input.lines, stageOptions.startUtc);
+    GroundWatch ground;
+    ground.tracks = &measure.tracks;
+    ground.startFeedTime = stageOptions.startUtc;
+    Decisions decisions;
+    Player player(stage, measure, ground, decisions, input.lines, stageOptions.startUtc);
     player.play(seconds);
 
     const World& world = stage.hub.world;
-    const ReportInput reportInput{measure,
-                                  player.cost,
-                                  player.next,
-                                  stage.digest,
-                                  world.createdCount,
-                                  world.refusedCount,
-                                  world.removedCount,
+    const GroundInput groundInput{ground, decisions, player.stands, player.airportCode};
+    const ReportInput reportInput{measure,      groundInput,        player.cost,        player.next,
+                                  stage.digest, world.createdCount, world.refusedCount, world.removedCount,
                                   input.title};
     const nlohmann::json report = makeReport(reportInput);
     std::fputs(reportTable(reportInput, report).c_str(), stdout);

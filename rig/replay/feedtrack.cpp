@@ -8,6 +8,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <limits>
 
 namespace rig {
 
@@ -28,6 +29,11 @@ Local toLocal(double lat, double lon, double lat0, double lon0) {
 }
 
 } // namespace
+
+double metersBetween(double lat1, double lon1, double lat2, double lon2) {
+    const Local way = toLocal(lat2, lon2, lat1, lon1);
+    return std::hypot(way.north, way.east);
+}
 
 void FeedTracks::add(std::string_view line) {
     std::array<std::string_view, 15> fields;
@@ -54,6 +60,29 @@ void FeedTracks::add(std::string_view line) {
 const std::vector<FeedFix>* FeedTracks::of(std::uint32_t hexid) const {
     const auto found = tracks.find(hexid);
     return found == tracks.end() ? nullptr : &found->second;
+}
+
+bool FeedTracks::place(std::uint32_t hexid, double time, double& lat, double& lon) const {
+    const auto* track = of(hexid);
+    if (!track || track->empty()) return false;
+    const auto next = std::lower_bound(track->begin(), track->end(), time,
+                                       [](const FeedFix& fix, double t) { return fix.time < t; });
+    const FeedFix& b = next == track->end() ? track->back() : *next;
+    const FeedFix& a = next == track->begin() ? b : *(next - 1);
+    const double part = b.time > a.time ? std::clamp((time - a.time) / (b.time - a.time), 0.0, 1.0) : 0;
+    lat = a.lat + part * (b.lat - a.lat);
+    lon = a.lon + part * (b.lon - a.lon);
+    return true;
+}
+
+double FeedTracks::closest(std::uint32_t a, std::uint32_t b, double from, double to) const {
+    double best = std::numeric_limits<double>::max();
+    for (double time = from; time <= to; time += 1) {
+        double latA = 0, lonA = 0, latB = 0, lonB = 0;
+        if (place(a, time, latA, lonA) && place(b, time, latB, lonB))
+            best = std::min(best, metersBetween(latA, lonA, latB, lonB));
+    }
+    return best;
 }
 
 const FeedFix* FeedTracks::firstGroundFixAfter(std::uint32_t hexid, double time) const {

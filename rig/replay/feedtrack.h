@@ -10,6 +10,8 @@
 
 namespace rig {
 
+double metersBetween(double lat1, double lon1, double lat2, double lon2); // of places near each other
+
 struct FeedFix {
     double time;     // seconds since 1970
     double lat, lon; // degrees
@@ -34,6 +36,10 @@ class FeedTracks {
     // than 30 seconds apart, or the place lies beyond an end of the track.
     bool offset(std::uint32_t hexid, double time, double lat, double lon, double alt,
                 TrackOffset& result) const;
+    // Between its reports, and at the first or last one before and after them; false without any.
+    bool place(std::uint32_t hexid, double time, double& lat, double& lon) const;
+    // Metres between two at their nearest in that time; huge when one has no reports.
+    double closest(std::uint32_t a, std::uint32_t b, double from, double to) const;
     const FeedFix* firstGroundFixAfter(std::uint32_t hexid, double time) const;
 
   private:

@@ -17,12 +17,6 @@ constexpr double speedMargin = 1.5; // the engine may fly this much faster than 
 constexpr double fastestKt = 700;   // and no airliner is faster than this
 constexpr double crawlingKt = 30;   // below it a creeping aircraft is no sample of fidelity on the ground
 
-double metersBetween(double lat1, double lon1, double lat2, double lon2) {
-    const double metersPerDegree = 60 * metersPerNm;
-    return std::hypot((lat2 - lat1) * metersPerDegree,
-                      (lon2 - lon1) * metersPerDegree * std::cos(lat1 * degToRad));
-}
-
 void raise(double& largest, double value) { largest = std::max(largest, std::abs(value)); }
 
 } // namespace
@@ -100,11 +94,9 @@ void Measure::watchLanding(const LiveAc& ac, Watched& w, double time, double fee
         landings.push_back(std::move(landing));
     }
     if (ac.fs == FlightState::takeOff && !w.takingOff) ++takeoffCount;
-    if (ac.onGround && w.onGround && ac.fs != FlightState::takeOff && airports.park.known()) {
-        const double error = ac.alt - ac.staticCg - groundElevationFt;
-        if (w.landing >= 0) raise(landings[static_cast<std::size_t>(w.landing)].wheelErrorFtMax, error);
-        raise(heightErrorMax, error);
-    }
+    if (w.landing >= 0 && ac.onGround && w.onGround && ac.fs != FlightState::takeOff)
+        raise(landings[static_cast<std::size_t>(w.landing)].wheelErrorFtMax,
+              ac.alt - ac.staticCg - groundElevationFt);
     if (!ac.onGround && !ac.landingRoll) w.landing = -1;
 }
 

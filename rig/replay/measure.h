@@ -76,8 +76,7 @@ class Measure {
     Spread appearS, aliveOverTime, touchdownFpm, tickUs;
     std::uint64_t movesOver5m = 0, movesOver50m = 0;
     double altitudeStepMax = 0, headingRateMax = 0, pitchRateMax = 0,
-           bankRateMax = 0;    // feet, degrees per second
-    double heightErrorMax = 0; // wheels over or under the ground, feet
+           bankRateMax = 0; // feet, degrees per second
     std::uint64_t landingCount = 0, takeoffCount = 0, duplicateSeconds = 0, ghostSeconds = 0;
     std::uint64_t creations = 0;
     std::uint64_t returned = 0, looksChanged = 0, looksExchanged = 0; // new objects of known aircraft

@@ -96,9 +96,8 @@ json makeReport(const ReportInput& input) {
                         {"bank_rate_dps_max", m.bankRateMax},
                         {"touchdown_fpm", spreadOf(m.touchdownFpm)},
                         {"evenness", evenness}};
-    report["ground"] = {{"landings", m.landingCount},
-                        {"takeoffs", m.takeoffCount},
-                        {"height_error_ft_max", m.heightErrorMax}};
+    report["ground"] = {{"landings", m.landingCount}, {"takeoffs", m.takeoffCount}};
+    addGroundReport(input.ground, report);
     report["identity"] = {{"duplicates", m.duplicateSeconds},         {"ghosts_shown", m.ghostSeconds},
                           {"steps", stepsOf(engineLife.matchCounts)}, {"returned", m.returned},
                           {"looks_changed", m.looksChanged},          {"looks_exchanged", m.looksExchanged}};
@@ -173,6 +172,7 @@ std::string reportTable(const ReportInput& input, const json& report) {
             fmt::format("at {:.0f} s, {:.0f} m from the feed's first ground report, {:.0f} ft/min, wheels "
                         "within {:.2f} ft afterwards",
                         l.time, l.fromGroundFixM, l.sinkFpm, l.wheelErrorFtMax));
+    groundTable(report, row);
     row("alive twice",
         fmt::format("{} s; ghosts shown {} s", input.measure.duplicateSeconds, input.measure.ghostSeconds));
     row("liveries by step", shares(report["identity"]["steps"]));

@@ -1,6 +1,7 @@
 #pragma once
 // The replay's table and its report.json.
 
+#include "replay/groundreport.h"
 #include "replay/measure.h"
 
 #include <nlohmann/json_fwd.hpp>
@@ -19,6 +20,7 @@ struct Cost {
 
 struct ReportInput {
     const Measure& measure;
+    const GroundInput& ground;
     Cost cost;
     std::uint64_t lines = 0;
     std::uint64_t digest = 0;

@@ -95,6 +95,7 @@ void Stage::makeProgramFolder() {
     home = std::filesystem::current_path();
     folder = makeScratchFolder("velloray-replay");
     std::filesystem::copy(sourceFolder() / "install", folder, std::filesystem::copy_options::recursive);
+    writeAirportFiles(options.airports, folder / "download");
     FleetOptions fleet; // the same whatever the replay's seed
     fleet.folder = folder;
     fleet.brokenRounds = 0;

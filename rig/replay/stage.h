@@ -3,12 +3,14 @@
 // process, and the real program set up against both. One thread.
 
 #include "platform/virtual_clock.h"
+#include "refdata/stands.h"
 #include "simulator/inprocess.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace rig {
 
@@ -17,10 +19,11 @@ struct StageOptions {
     double fps = 30;
     double startUtc = 0; // seconds since 1970
     std::uint32_t seed = 1;
-    int rangeNm = 0;                // 0: the program chooses
-    std::filesystem::path liveries; // a "LiveriesScanned.xml"; empty: the program scans a fleet
-    std::size_t fleet = 2000;       // liveries of that fleet
-    std::filesystem::path out;      // where the log is kept; empty: nowhere
+    int rangeNm = 0;                  // 0: the program chooses
+    std::filesystem::path liveries;   // a "LiveriesScanned.xml"; empty: the program scans a fleet
+    std::size_t fleet = 2000;         // liveries of that fleet
+    std::vector<StandTable> airports; // whose files the download tree gets, beside those that it has
+    std::filesystem::path out;        // where the log is kept; empty: nowhere
 };
 
 class Stage {

@@ -5,6 +5,7 @@
 #include "replay/feedtrack.h"
 #include "replay/measure.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <fmt/format.h>
@@ -116,10 +117,67 @@ TEST(Replay, TheSameInputAndSeedGiveTheSameDigestAndASmoothFlight) {
     EXPECT_TRUE(std::filesystem::exists("first/tracks.svg") && std::filesystem::exists("first/Log.txt"));
 }
 
+namespace {
+
+// Reports each two seconds of an A320 at the demonstration airport, level with a stand and metres from it.
+struct GroundLines {
+    std::string text;
+    void add(std::uint32_t id, const char* callsign, double time, double lat, double lon, double northM,
+             double eastM, double track, double knots) {
+        constexpr double metersPerDegree = 60 * metersPerNm;
+        text += fmt::format(
+            "RTTFC,{},{:.6f},{:.6f},0,0,1,{:.2f},{:.1f},{},A320,EC-{},null,null,{:.1f},X,null,mlat,-1,-1,-1,"
+            "-1,-1,-1,-1,-1,-1,none,null,-1,-1,-1,-1,null,0.0,-1,-1,-1,-1,-1,1,625,0\n",
+            id, lat + northM / metersPerDegree, lon + eastM / metersPerDegree / std::cos(lat * degToRad),
+            track, knots, callsign, std::string(callsign).substr(3), time);
+    }
+};
+
+} // namespace
+
+// One is pushed back from A1, whose nose points south, and taxies east; one comes from the south to Z1 and stays.
+TEST(Replay, AirportsOfTablesAreChosenAndTheGroundIsMeasured) {
+    constexpr double a1Lat = 38.948279, a1Lon = -77.446574, z1Lat = 38.950380, z1Lon = -77.449556;
+    constexpr double knot = metersPerNm / 3600;
+    GroundLines lines;
+    for (int t = 0; t <= 400; t += 2) {
+        const double time = 1.7e9 + t;
+        const double pushed = std::clamp(t - 60.0, 0.0, 50.0) * 1.5,
+                     taxied = std::clamp(t - 160.0, 0.0, 60.0) * 8;
+        if (t < 222)
+            lines.add(hexid, "VLG1AB", time, a1Lat, a1Lon, pushed, taxied, taxied > 0 ? 90 : 0,
+                      taxied > 0                  ? 8 / knot
+                      : pushed > 0 && pushed < 75 ? 1.5 / knot
+                                                  : 0);
+        const double way = std::max(600.0 - t * 6, 3.0);
+        lines.add(hexid + 1, "VLG2CD", time, z1Lat, z1Lon, -way, 0, 0, way > 3 ? 6 / knot : 0);
+    }
+    test::writeFile("lines.rttfc", lines.text);
+    const auto report = replay("lines.rttfc --airport KIAD", "ground");
+    ASSERT_TRUE(report.is_object());
+    const auto& ground = report["ground"];
+    EXPECT_EQ("KIAD", ground["airport"]);
+    EXPECT_LE(80, ground["stands"].get<int>());
+    EXPECT_EQ(1, ground["pushbacks"].get<int>());
+    EXPECT_EQ("A1", ground["push_list"][0]["stand"]);
+    EXPECT_EQ(2, ground["parked"].get<int>());
+    EXPECT_EQ(1, ground["arrivals"].get<int>());
+    EXPECT_NEAR(3, ground["stand_from_feed_stop_m"]["max"].get<double>(), 0.5);
+    EXPECT_EQ(0, ground["moves_while_parked"].get<int>() + ground["turns_while_parked"].get<int>());
+    EXPECT_EQ(0, ground["overlap_pairs"].get<int>() + ground["user_overlap_pairs"].get<int>());
+    EXPECT_EQ(0, ground["moves_over_5m"].get<int>());
+    EXPECT_EQ(0, ground["removals_unexplained"].get<int>());
+    EXPECT_LE(ground["height_error_ft_max"].get<double>(), 0.1);
+    EXPECT_LE(ground["slip_ratio"].get<double>(), 0.05);
+    EXPECT_GE(ground["slip"]["taxi"]["driven_m"].get<double>(), 700);
+}
+
 TEST(Replay, RefusesBadInputWithOneLine) {
     for (const char* arguments :
          {"", "no-such-file --airport EGLL", "--generate EGLL", "--generate EGLL --airport XXXX",
-          "--generate EGLL --airport EGLL --user 1,2,3", "--generate EGLL --airport EGLL --fps x"}) {
+          "--generate EGLL --airport EGLL --user 1,2,3",
+          "--generate EGLL --airport EGLL --stands no-such-folder",
+          "--generate EGLL --airport EGLL --fps x"}) {
         const int status =
             std::system(fmt::format("{} replay {} 2> error.txt", VELLORAY_RIG, arguments).c_str());
         EXPECT_NE(0, status) << arguments;

@@ -58,9 +58,6 @@ inline void writeFile(const std::filesystem::path& path, const std::string& text
 
 // Real recordings, tables and files lie beside the checkout, or where VELLORAY_SHARED says; a test that wants them
 // skips with a message when they are not there.
-inline std::filesystem::path sharedFolder() {
-    const char* set = std::getenv("VELLORAY_SHARED");
-    return set ? set : rig::sourceFolder() / ".." / "shared";
-}
+inline std::filesystem::path sharedFolder() { return rig::sharedFolder(); }
 
 } // namespace test
