@@ -13,6 +13,7 @@
 #include "replay/measure.h"
 #include "replay/place.h"
 #include "replay/report.h"
+#include "replay/sheet.h"
 #include "replay/stage.h"
 #include "rig.h"
 
@@ -42,7 +43,10 @@ const char* const help =
     "  --liveries FILE      a LiveriesScanned.xml instead\n"
     "  --seed S             of all chance (default 1)\n"
     "  --fps F              frames per second of the simulator (default 30)\n"
-    "  --out DIR            report.json, tracks.svg, profiles.svg and the program's Log.txt\n";
+    "  --out DIR            report.json, tracks.svg, ground.svg, profiles.svg and the program's Log.txt\n"
+    "  --aircraft WHICH     also a sheet of this aircraft, by its address of six hexadecimal digits or a "
+    "callsign;\n"
+    "                       may be given several times\n";
 
 constexpr double tickS = 0.01;
 constexpr std::int64_t tickNs = 10'000'000;
@@ -96,9 +100,10 @@ void placeUser(WorldSettings& world, const std::string& text) {
 
 class Player {
   public:
-    Player(Stage& where, Measure& what, GroundWatch& onGround, Decisions& heard,
+    Player(Stage& where, Measure& what, GroundWatch& onGround, Decisions& heard, SheetLog& forSheets,
            const std::vector<TimedLine>& all, double start)
-        : stage(where), measure(what), ground(onGround), decisions(heard), lines(all), startTime(start) {}
+        : stage(where), measure(what), ground(onGround), decisions(heard), sheets(forSheets), lines(all),
+          startTime(start) {}
 
     void play(double seconds) {
         const auto realStart = RealClock::now();
@@ -141,6 +146,7 @@ class Player {
         const SimObject& user = world.user();
         const CrossShape userShape{user.lat, user.lon, user.heading, simLife.userRadiusNm * metersPerNm};
         collectShown(world, shown);
+        sheets.afterTick(now, shown);
         ground.afterTick(now, shown, world.onGround(user) ? &userShape : nullptr);
     }
 
@@ -168,6 +174,7 @@ class Player {
     Measure& measure;
     GroundWatch& ground;
     Decisions& decisions;
+    SheetLog& sheets;
     std::vector<Shown> shown;
     const std::vector<TimedLine>& lines;
     double startTime;
@@ -179,7 +186,7 @@ class Player {
 int runReplay(const std::vector<std::string>& arguments) {
     const Options options(arguments,
                           {"generate", "flights", "airport", "user", "minutes", "range", "liveries", "fleet",
-                           "seed", "fps", "out", "stands"},
+                           "seed", "fps", "out", "stands", "aircraft"},
                           {"help"});
     if (options.has("help")) {
         std::fputs(help, stdout);
@@ -208,6 +215,8 @@ int runReplay(const std::vector<std::string>& arguments) {
     }
     if (!airport.code.empty()) stageOptions.world.groundFt = airport.elevationFt;
     if (!airport.stands.empty()) stageOptions.airports.push_back(airport);
+    if (options.has("aircraft") && !options.has("out"))
+        throw std::runtime_error("--aircraft needs --out, the folder for its sheet");
     if (options.has("out")) {
         stageOptions.out = std::filesystem::absolute(options.path("out"));
         std::filesystem::create_directories(stageOptions.out);
@@ -224,7 +233,8 @@ int runReplay(const std::vector<std::string>& arguments) {
     ground.tracks = &measure.tracks;
     ground.startFeedTime = stageOptions.startUtc;
     Decisions decisions;
-    Player player(stage, measure, ground, decisions, input.lines, stageOptions.startUtc);
+    SheetLog sheets(options.all("aircraft"));
+    Player player(stage, measure, ground, decisions, sheets, input.lines, stageOptions.startUtc);
     player.play(seconds);
 
     const World& world = stage.hub.world;
@@ -236,7 +246,10 @@ int runReplay(const std::vector<std::string>& arguments) {
     std::fputs(reportTable(reportInput, report).c_str(), stdout);
     if (!stageOptions.out.empty()) {
         std::ofstream(stageOptions.out / "report.json", std::ios::binary) << report.dump(2) << "\n";
-        drawPictures(measure, stageOptions.out);
+        drawPictures(measure, player.stands, stageOptions.out);
+        writeSheets(
+            {sheets, decisions, measure.tracks, player.stands, stageOptions.startUtc, measure.feedDelayS},
+            stageOptions.out);
     }
     return 0;
 }

@@ -31,7 +31,9 @@ struct ReportInput {
 nlohmann::json makeReport(const ReportInput& input);
 std::string reportTable(const ReportInput& input, const nlohmann::json& report);
 
-// Altitude profiles of arrivals and departures, and the tracks over the ground, as two SVG files.
-void drawPictures(const Measure& measure, const std::filesystem::path& folder);
+// Three SVG files: tracks over the ground, those on the ground over the stands, altitude profiles of arrivals and
+// departures.
+void drawPictures(const Measure& measure, const std::vector<StandPlace>& stands,
+                  const std::filesystem::path& folder);
 
 } // namespace rig

@@ -153,7 +153,7 @@ TEST(Replay, AirportsOfTablesAreChosenAndTheGroundIsMeasured) {
         lines.add(hexid + 1, "VLG2CD", time, z1Lat, z1Lon, -way, 0, 0, way > 3 ? 6 / knot : 0);
     }
     test::writeFile("lines.rttfc", lines.text);
-    const auto report = replay("lines.rttfc --airport KIAD", "ground");
+    const auto report = replay("lines.rttfc --airport KIAD --aircraft VLG1AB --aircraft 401643", "ground");
     ASSERT_TRUE(report.is_object());
     const auto& ground = report["ground"];
     EXPECT_EQ("KIAD", ground["airport"]);
@@ -170,6 +170,12 @@ TEST(Replay, AirportsOfTablesAreChosenAndTheGroundIsMeasured) {
     EXPECT_LE(ground["height_error_ft_max"].get<double>(), 0.1);
     EXPECT_LE(ground["slip_ratio"].get<double>(), 0.05);
     EXPECT_GE(ground["slip"]["taxi"]["driven_m"].get<double>(), 700);
+    EXPECT_TRUE(std::filesystem::exists("ground/ground.svg"));
+    const std::string sheet = test::readFile("ground/aircraft-401641.html");
+    for (const char* part : {"VLG1AB", "stands on A1", "is pushed back from stand A1", "<svg", ">A1<"})
+        EXPECT_NE(std::string::npos, sheet.find(part)) << part;
+    EXPECT_NE(std::string::npos, test::readFile("ground/aircraft-401643.html").find("never appeared"));
+    EXPECT_FALSE(std::filesystem::exists("ground/aircraft-401642.html"));
 }
 
 TEST(Replay, RefusesBadInputWithOneLine) {
@@ -177,7 +183,7 @@ TEST(Replay, RefusesBadInputWithOneLine) {
          {"", "no-such-file --airport EGLL", "--generate EGLL", "--generate EGLL --airport XXXX",
           "--generate EGLL --airport EGLL --user 1,2,3",
           "--generate EGLL --airport EGLL --stands no-such-folder",
-          "--generate EGLL --airport EGLL --fps x"}) {
+          "--generate EGLL --airport EGLL --aircraft VLG1AB", "--generate EGLL --airport EGLL --fps x"}) {
         const int status =
             std::system(fmt::format("{} replay {} 2> error.txt", VELLORAY_RIG, arguments).c_str());
         EXPECT_NE(0, status) << arguments;
