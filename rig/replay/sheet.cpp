@@ -353,6 +353,21 @@ std::string sheetPage(const Sheet& sheet) {
     return out + listDecisions(sheet);
 }
 
+// What is drawn, in numbers.
+std::string sheetNumbers(const Sheet& sheet) {
+    std::string out = "time_s,lat,lon,altitude_ft,heading_deg,on_ground,state,feed_lat,feed_lon\n";
+    for (const SheetPoint& p : sheet.track.points) {
+        out += fmt::format("{:.2f},{:.7f},{:.7f},{:.1f},{:.2f},{},{}", p.time, p.lat, p.lon, p.altFt,
+                           p.heading * radToDeg, p.onGround ? 1 : 0, gf_flightStateName(p.fs));
+        double lat = 0, lon = 0;
+        const double feedTime = sheet.input.startFeedTime + p.time - sheet.input.feedDelayS;
+        if (sheet.input.feed.place(sheet.hexid, feedTime, lat, lon))
+            out += fmt::format(",{:.7f},{:.7f}", lat, lon);
+        out += '\n';
+    }
+    return out;
+}
+
 } // namespace
 
 int writeSheets(const SheetInput& input, const std::filesystem::path& folder) {
@@ -368,8 +383,9 @@ int writeSheets(const SheetInput& input, const std::filesystem::path& folder) {
             sheet.from = track->points.front().time;
             sheet.to = track->points.back().time;
         }
-        std::ofstream(folder / fmt::format("aircraft-{:06X}.html", hexid), std::ios::binary)
-            << sheetPage(sheet);
+        const std::string name = fmt::format("aircraft-{:06X}", hexid);
+        std::ofstream(folder / (name + ".html"), std::ios::binary) << sheetPage(sheet);
+        std::ofstream(folder / (name + ".csv"), std::ios::binary) << sheetNumbers(sheet);
     }
     return static_cast<int>(wanted.size());
 }

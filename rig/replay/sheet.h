@@ -49,7 +49,7 @@ struct SheetInput {
     double startFeedTime = 0, feedDelayS = 30;
 };
 
-// "aircraft-3442B5.html" and so on; their number.
+// "aircraft-3442B5.html" and, in numbers, "aircraft-3442B5.csv"; gives their number.
 int writeSheets(const SheetInput& input, const std::filesystem::path& folder);
 
 } // namespace rig
