@@ -58,6 +58,7 @@ using RealClock = std::chrono::steady_clock; // for the cost alone
 
 struct Input {
     std::vector<TimedLine> lines;
+    FeedTracks truth; // of generated traffic
     std::string title;
 };
 
@@ -69,7 +70,11 @@ Input loadInput(const Options& options) {
         wanted.flights = static_cast<int>(options.integer("flights", 40, 1, 2000));
         wanted.seed = static_cast<std::uint32_t>(options.integer("seed", 1, 0, 4294967295));
         wanted.minutes = options.number("minutes", 30, 0.1, 1440);
-        input.lines = generateTraffic(wanted).lines;
+        GeneratedTraffic traffic = generateTraffic(wanted);
+        input.lines = std::move(traffic.lines);
+        for (const auto& [hexid, fixes] : traffic.truth)
+            for (const TrueFix& fix : fixes)
+                input.truth.add(hexid, {fix.time, fix.lat, fix.lon, fix.altFt, fix.speedKt, fix.onGround});
         input.title =
             fmt::format("{} generated flights at {}, seed {}", wanted.flights, wanted.airport, wanted.seed);
     } else {
@@ -192,7 +197,7 @@ int runReplay(const std::vector<std::string>& arguments) {
         std::fputs(help, stdout);
         return 0;
     }
-    const Input input = loadInput(options);
+    Input input = loadInput(options);
     StandTable airport; // without a code: none
     if (options.has("airport")) airport = findReplayAirport(options.text("airport"), options.path("stands"));
     StageOptions stageOptions;
@@ -227,10 +232,11 @@ int runReplay(const std::vector<std::string>& arguments) {
         seconds = std::min(seconds, leadS + 60 * options.number("minutes", 0, 0.1, 1440));
 
     Measure measure;
+    measure.truth = std::move(input.truth);
     measure.groundElevationFt = stageOptions.world.groundFt;
     Stage stage(stageOptions);
     GroundWatch ground;
-    ground.tracks = &measure.tracks;
+    ground.tracks = measure.truth.empty() ? &measure.tracks : &measure.truth;
     ground.startFeedTime = stageOptions.startUtc;
     Decisions decisions;
     SheetLog sheets(options.all("aircraft"));

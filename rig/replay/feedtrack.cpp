@@ -52,6 +52,10 @@ void FeedTracks::add(std::string_view line) {
         !gf_parseDouble(fields[8], fix.speed) || !gf_parseDouble(fields[14], fix.time))
         return;
     fix.onGround = fields[6] == "1" || fix.alt <= 0;
+    add(hexid, fix);
+}
+
+void FeedTracks::add(std::uint32_t hexid, const FeedFix& fix) {
     auto& track = tracks[hexid];
     if (!track.empty() && fix.time <= track.back().time) return;
     track.push_back(fix);

@@ -30,7 +30,9 @@ struct TrackOffset {
 
 class FeedTracks {
   public:
-    void add(std::string_view line); // a line of the feed; others are ignored
+    void add(std::string_view line);                   // a line of the feed; others are ignored
+    void add(std::uint32_t hexid, const FeedFix& fix); // ignored when it is not later than the last one
+    bool empty() const { return tracks.empty(); }
     const std::vector<FeedFix>* of(std::uint32_t hexid) const;
     // False when the feed has no track there: its reports around that moment, or around the nearest place, are more
     // than 30 seconds apart, or the place lies beyond an end of the track.

@@ -81,8 +81,8 @@ struct TouchDown {
 class GroundWatch {
   public:
     double feedDelayS = 30;
-    FeedTracks* tracks = nullptr; // may be null
-    double startFeedTime = 0;     // the feed's clock at replay second 0
+    const FeedTracks* tracks = nullptr; // the feed's, or the true ones where they are known; may be null
+    double startFeedTime = 0;           // the feed's clock at replay second 0
 
     // After each Tick, with all that is shown then and the user's aircraft when it stands on the ground.
     void afterTick(double time, const std::vector<Shown>& shown, const CrossShape* user);

@@ -140,6 +140,23 @@ void Measure::afterTick(double time, double feedTime) {
     }
 }
 
+void Measure::watchFidelity(const LiveAc& ac, const Watched& w, double delayed) {
+    const auto hold = [&](const FeedTracks& yardstick, Fidelity& inAir, Fidelity& onGround) {
+        TrackOffset offset;
+        if (!yardstick.offset(ac.hexid, delayed, ac.lat, ac.lon, ac.alt, offset)) return;
+        if (ac.onGround && offset.speedKt < crawlingKt) return;
+        Fidelity& f = ac.onGround ? onGround : inAir;
+        f.acrossM.add(offset.acrossM);
+        f.delayS.add(offset.delayS);
+        // On the ground the feed's altitude is 0: the wheels' height over the ground counts.
+        f.verticalFt.add(
+            std::abs(ac.onGround ? ac.alt - ac.staticCg - groundElevationFt : offset.verticalFt));
+        if (&yardstick == &tracks && !ac.onGround && w.queueWasEmpty) airQueueEmpty.delayS.add(offset.delayS);
+    };
+    hold(tracks, air, ground);
+    hold(truth, airTruth, groundTruth);
+}
+
 void Measure::everySecond(double time, double feedTime) {
     int alive = 0;
     std::set<std::string> callsigns, registrations;
@@ -152,16 +169,7 @@ void Measure::everySecond(double time, double feedTime) {
         Watched& w = aircraft[ac.hexid];
         w.samples.push_back({static_cast<float>(time), static_cast<float>(ac.lat), static_cast<float>(ac.lon),
                              static_cast<float>(ac.alt), static_cast<float>(ac.tas), ac.onGround});
-        TrackOffset offset;
-        if (!tracks.offset(ac.hexid, feedTime - feedDelayS, ac.lat, ac.lon, ac.alt, offset)) continue;
-        if (ac.onGround && offset.speedKt < crawlingKt) continue;
-        Fidelity& f = ac.onGround ? ground : air;
-        f.acrossM.add(offset.acrossM);
-        f.delayS.add(offset.delayS);
-        // On the ground the feed's altitude is 0: the wheels' height over the ground counts.
-        f.verticalFt.add(
-            std::abs(ac.onGround ? ac.alt - ac.staticCg - groundElevationFt : offset.verticalFt));
-        if (!ac.onGround && w.queueWasEmpty) airQueueEmpty.delayS.add(offset.delayS);
+        watchFidelity(ac, w, feedTime - feedDelayS);
     }
     aliveMax = std::max(aliveMax, alive);
     aliveOverTime.add(alive);

@@ -68,11 +68,13 @@ class Measure {
     double feedDelayS = 30;
     double groundElevationFt = 0;
     FeedTracks tracks;
+    FeedTracks truth; // of generated traffic; else empty
 
     void afterTick(double time, double feedTime); // replay seconds, and the feed's clock
     void everySecond(double time, double feedTime);
 
-    Fidelity air, ground, airQueueEmpty;
+    Fidelity air, ground, airQueueEmpty; // against the feed's tracks
+    Fidelity airTruth, groundTruth;      // against the true ones
     Spread appearS, aliveOverTime, touchdownFpm, tickUs;
     std::uint64_t movesOver5m = 0, movesOver50m = 0;
     double altitudeStepMax = 0, headingRateMax = 0, pitchRateMax = 0,
@@ -89,6 +91,7 @@ class Measure {
     void watchMotion(const LiveAc& ac, const Watched& w);
     void watchEvenness(const LiveAc& ac, Watched& w);
     void watchLook(const LiveAc& ac, Watched& w);
+    void watchFidelity(const LiveAc& ac, const Watched& w, double delayed);
     void watchLanding(const LiveAc& ac, Watched& w, double time, double feedTime);
 };
 

@@ -88,6 +88,8 @@ json makeReport(const ReportInput& input) {
     report["fidelity"] = {{"air", fidelityOf(m.air)},
                           {"ground", fidelityOf(m.ground)},
                           {"air_empty_queue", {{"delay_s", spreadOf(m.airQueueEmpty.delayS)}}}};
+    if (!m.truth.empty())
+        report["truth"] = {{"air", fidelityOf(m.airTruth)}, {"ground", fidelityOf(m.groundTruth)}};
     report["smooth"] = {{"moves_over_5m", m.movesOver5m},
                         {"moves_over_50m", m.movesOver50m},
                         {"altitude_step_ft_max", m.altitudeStepMax},
@@ -147,12 +149,16 @@ std::string reportTable(const ReportInput& input, const json& report) {
     row("first report to object, s",
         fmt::format("median {:.1f}  p95 {:.1f}", report["appear_s"]["median"].get<double>(),
                     report["appear_s"]["p95"].get<double>()));
-    for (const char* where : {"air", "ground"}) {
-        const json& f = report["fidelity"][where];
-        row(fmt::format("{}: {} samples", where, f["samples"].get<std::uint64_t>()), "");
-        row("  across the track, m", spread(f["across_m"]));
-        row("  behind the feed, s", spread(f["delay_s"]));
-        row("  above or below, ft", spread(f["vertical_ft"]));
+    for (const char* yardstick : {"fidelity", "truth"}) {
+        if (!report.contains(yardstick)) continue;
+        const std::string_view against = yardstick == std::string_view("truth") ? " (true tracks)" : "";
+        for (const char* where : {"air", "ground"}) {
+            const json& f = report[yardstick][where];
+            row(fmt::format("{}{}: {} samples", where, against, f["samples"].get<std::uint64_t>()), "");
+            row("  across the track, m", spread(f["across_m"]));
+            row("  behind the feed, s", spread(f["delay_s"]));
+            row("  above or below, ft", spread(f["vertical_ft"]));
+        }
     }
     row("air, empty queue: behind, s", spread(report["fidelity"]["air_empty_queue"]["delay_s"]));
     const json& s = report["smooth"];

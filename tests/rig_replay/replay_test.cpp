@@ -114,6 +114,9 @@ TEST(Replay, TheSameInputAndSeedGiveTheSameDigestAndASmoothFlight) {
     EXPECT_GE(matched, 5);
     EXPECT_LE(matched, first["aircraft"]["spawned"].get<int>());
     EXPECT_LE(first["fidelity"]["air"]["across_m"]["p95"].get<double>(), 150);
+    EXPECT_GE(first["truth"]["air"]["samples"].get<int>(), 500); // gaps of the feed are none in the truth
+    EXPECT_GE(first["truth"]["air"]["samples"].get<int>(), first["fidelity"]["air"]["samples"].get<int>());
+    EXPECT_LE(first["truth"]["air"]["across_m"]["median"].get<double>(), 20);
     EXPECT_TRUE(std::filesystem::exists("first/tracks.svg") && std::filesystem::exists("first/Log.txt"));
 }
 
