@@ -27,15 +27,17 @@ void write(const std::filesystem::path& file, const std::string& title, const st
         << svgHead(width, height) << svgText(margin, 24, title, "font-size=\"15\"") << drawing << "</svg>\n";
 }
 
-// The line of an aircraft and its name at the end, of the samples that are wanted; a pause begins a new line.
+// The line of an aircraft, of the samples that are wanted; a pause begins a new line. Its name stands at the end, or where it
+// began when that is higher: names of arrivals would lie over each other at the airport.
 template <class Wanted, class X, class Y>
 void drawTrack(std::string& out, const Watched& w, std::uint32_t hexid, const Canvas& canvas, Wanted wanted,
                X x, Y y) {
     constexpr float pauseS = 5;
     Points points;
-    const Sample* last = nullptr;
+    const Sample *first = nullptr, *last = nullptr;
     for (const Sample& s : w.samples) {
         if (!wanted(s)) continue;
+        if (!first) first = &s;
         if (last && s.time - last->time > pauseS) {
             out += svgLine(points, colourOf(hexid));
             points = {};
@@ -45,7 +47,9 @@ void drawTrack(std::string& out, const Watched& w, std::uint32_t hexid, const Ca
     }
     if (!last) return;
     out += svgLine(points, colourOf(hexid));
-    out += svgText(canvas.x(x(*last)) + 3, canvas.y(y(*last)), w.callsign,
+    constexpr float higherFt = 500;
+    const Sample& named = first->altFt > last->altFt + higherFt ? *first : *last;
+    out += svgText(canvas.x(x(named)) + 3, canvas.y(y(named)), w.callsign,
                    fmt::format("fill=\"{}\"", colourOf(hexid)));
 }
 
@@ -92,26 +96,18 @@ void drawTracks(const Measure& m, const std::vector<StandPlace>& stands, bool gr
 
 void drawProfiles(const Measure& m, const std::filesystem::path& file) {
     Canvas canvas = emptyCanvas();
-    const auto low = [](const Sample& s) { return s.altFt < profileCeilingFt; };
+    const auto low = [](const Sample& s) { return !s.onGround && s.altFt < profileCeilingFt; };
     for (const auto& [hexid, w] : m.aircraft)
         for (const Sample& s : w.samples)
-            if (low(s)) canvas.add(s.time, 0);
+            if (low(s)) canvas.add(s.time, s.altFt);
     if (canvas.empty()) return;
     canvas.add(0, 0);
-    canvas.add(0, profileCeilingFt);
     constexpr int lines = 8;
     std::string out = svgGrid(canvas, lines);
-    for (const auto& [hexid, w] : m.aircraft) {
-        bool arrivesOrDeparts = false, flies = false;
-        for (const Sample& s : w.samples) {
-            arrivesOrDeparts = arrivesOrDeparts || low(s);
-            flies = flies || !s.onGround;
-        }
-        if (arrivesOrDeparts && flies)
-            drawTrack(
-                out, w, hexid, canvas, low, [](const Sample& s) { return s.time; },
-                [](const Sample& s) { return s.altFt; });
-    }
+    for (const auto& [hexid, w] : m.aircraft)
+        drawTrack(
+            out, w, hexid, canvas, low, [](const Sample& s) { return s.time; },
+            [](const Sample& s) { return s.altFt; });
     write(file,
           fmt::format("Altitude below {:.0f} ft over time (0 to {:.0f} s)", profileCeilingFt, canvas.right),
           out);

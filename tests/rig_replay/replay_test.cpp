@@ -108,6 +108,8 @@ TEST(Replay, TheSameInputAndSeedGiveTheSameDigestAndASmoothFlight) {
     EXPECT_EQ(0, first["smooth"]["moves_over_5m"].get<int>());
     EXPECT_LE(first["smooth"]["altitude_step_ft_max"].get<double>(), 20);
     EXPECT_EQ(0, first["identity"]["duplicates"].get<int>());
+    EXPECT_GE(first["removals"].size(), 1u);
+    EXPECT_EQ(0, first["ground"]["removals_unexplained"].get<int>());
     EXPECT_EQ(0, first["identity"]["looks_changed"].get<int>());
     int matched = 0;
     for (const auto& [step, count] : first["identity"]["steps"].items()) matched += count.get<int>();
