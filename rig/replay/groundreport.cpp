@@ -76,20 +76,24 @@ void addPushBacks(const GroundWatch& w, json& ground) {
     constexpr double shownM = 5;
     json list = json::array();
     Spread turn;
-    int shown = 0;
+    int shown = 0, wrongSide = 0;
     for (const PushBack& p : w.pushBacks) {
         if (p.movedM >= shownM) {
             ++shown;
             turn.add(p.noseTurnDeg);
+            constexpr double asideDeg = 90;
+            if (p.wayOffNoseDeg > asideDeg) ++wrongSide;
         }
         list.push_back({{"feed_time", feedTime(w, p.time)},
                         {"callsign", p.callsign},
                         {"stand", p.stand},
                         {"moved_m", rounded(p.movedM)},
                         {"nose_turn_deg", rounded(p.noseTurnDeg)},
+                        {"way_off_nose_deg", rounded(p.wayOffNoseDeg)},
                         {"then", p.ended}});
     }
     ground["pushbacks"] = shown;
+    ground["pushbacks_to_wrong_side"] = wrongSide;
     ground["push_nose_turn_deg"] = spreadOf(turn);
     ground["push_list"] = list;
 }
@@ -219,14 +223,18 @@ void groundTable(const json& report, const TableRow& row) {
                     "{:.0f} pairs, {:.1f} s",
                     number("overlap_pairs"), number("overlap_seconds"), number("overlaps_not_in_feed"),
                     number("user_overlap_pairs"), number("user_overlap_seconds")));
-    row("push backs", fmt::format("{:.0f}; nose turn in the first 15 m, deg: {}", number("pushbacks"),
-                                  spread("push_nose_turn_deg")));
+    row("push backs",
+        fmt::format("{:.0f}, {:.0f} to the wrong side; nose turn in the first 15 m, deg: {}",
+                    number("pushbacks"), number("pushbacks_to_wrong_side"), spread("push_nose_turn_deg")));
     for (const auto& p : g["push_list"])
         row("  " + p["callsign"].get<std::string>(),
-            fmt::format("feed time {:.0f}, stand {}, {:.0f} m, nose {:.1f} deg, then {}",
-                        p["feed_time"].get<double>(), p["stand"].get<std::string>(),
-                        p["moved_m"].get<double>(), p["nose_turn_deg"].get<double>(),
-                        p["then"].get<std::string>()));
+            fmt::format(
+                "feed time {:.0f}, stand {}, {:.0f} m, nose {:.1f} deg, then {}{}",
+                p["feed_time"].get<double>(), p["stand"].get<std::string>(), p["moved_m"].get<double>(),
+                p["nose_turn_deg"].get<double>(), p["then"].get<std::string>(),
+                p["way_off_nose_deg"].get<double>() < 0 ? std::string()
+                                                        : fmt::format(", drives on {:.0f} deg off its nose",
+                                                                      p["way_off_nose_deg"].get<double>())));
     row("stood on stands",
         fmt::format("{:.0f}, {:.0f} by driving there; from the feed's stop, m: {}", number("parked"),
                     number("arrivals"), spread("stand_from_feed_stop_m")));

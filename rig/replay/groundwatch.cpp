@@ -53,7 +53,14 @@ void collectShown(const World& world, std::vector<Shown>& result) {
 // ---- one aircraft ------------------------------------------------------------------------------------------------
 
 void GroundWatch::beginTrack(Track& t, const Shown& s, double time) {
+    constexpr double besideM = 20;
+    const bool waits = metersBetween(t.pushEnd.lat, t.pushEnd.lon, s.shape.lat, s.shape.lon) < besideM &&
+                       s.fs != FlightState::parked;
+    const int pushed = waits ? t.pushed : -1; // its object was exchanged while it waited
+    const CrossShape pushEnd = t.pushEnd;
     t = {};
+    t.pushed = pushed;
+    t.pushEnd = pushEnd;
     t.shown = true;
     t.appearedAt = t.stateSince = t.movedAt = t.rolledAt = time;
     t.last = s;
@@ -67,6 +74,8 @@ void GroundWatch::changeState(Track& t, const Shown& s, double time) {
     t.stateSince = time;
     if (t.push >= 0) {
         pushBacks[static_cast<std::size_t>(t.push)].ended = gf_flightStateName(s.fs);
+        t.pushed = t.push;
+        t.pushEnd = s.shape;
         t.push = -1;
     }
     if (t.leg >= 0) {
@@ -74,6 +83,7 @@ void GroundWatch::changeState(Track& t, const Shown& s, double time) {
         t.leg = -1;
     }
     if (s.fs == FlightState::pushingBack) {
+        t.pushed = -1;
         t.push = static_cast<int>(pushBacks.size());
         t.pushHeading = s.shape.heading;
         pushBacks.push_back({time, s.hexid, s.callsign, s.stand, 0, 0, ""});
@@ -142,6 +152,25 @@ void GroundWatch::drive(Track& t, const Shown& s, Slip& slip, double alongM, dou
     reversals.push_back({time, s.hexid, s.callsign, gf_flightStateName(s.fs)});
 }
 
+void GroundWatch::watchPush(Track& t, const Shown& s, double movedM) {
+    constexpr double firstM = 15, drivenOnM = 40;
+    const CrossShape& now = s.shape;
+    if (t.push >= 0) {
+        PushBack& push = pushBacks[static_cast<std::size_t>(t.push)];
+        push.movedM += movedM;
+        if (push.movedM <= firstM)
+            push.noseTurnDeg =
+                std::max(push.noseTurnDeg, std::abs(gf_headingDiff(t.pushHeading, now.heading)) * radToDeg);
+    }
+    if (t.pushed < 0 || s.fs == FlightState::pushedBack ||
+        metersBetween(t.pushEnd.lat, t.pushEnd.lon, now.lat, now.lon) < drivenOnM)
+        return;
+    const double way = gf_bearing(t.pushEnd.lat, t.pushEnd.lon, now.lat, now.lon);
+    pushBacks[static_cast<std::size_t>(t.pushed)].wayOffNoseDeg =
+        std::abs(gf_headingDiff(t.pushEnd.heading, way)) * radToDeg;
+    t.pushed = -1;
+}
+
 void GroundWatch::watchSample(Track& t, const Shown& s, double time) {
     const CrossShape &a = t.sample, &b = s.shape;
     const double metersPerDegree = 60 * metersPerNm;
@@ -173,14 +202,7 @@ void GroundWatch::watchSample(Track& t, const Shown& s, double time) {
         legs[static_cast<std::size_t>(t.leg)].drivenM += moved;
         legs[static_cast<std::size_t>(t.leg)].turnDeg += std::abs(turned) * radToDeg;
     }
-    if (t.push >= 0) {
-        constexpr double firstM = 15;
-        PushBack& push = pushBacks[static_cast<std::size_t>(t.push)];
-        push.movedM += moved;
-        if (push.movedM <= firstM)
-            push.noseTurnDeg =
-                std::max(push.noseTurnDeg, std::abs(gf_headingDiff(t.pushHeading, b.heading)) * radToDeg);
-    }
+    watchPush(t, s, moved);
     if (s.onGround && isGroundState(s.fs))
         heightErrorFtMax = std::max(heightErrorFtMax, std::abs(s.wheelsFt));
     t.sample = b;

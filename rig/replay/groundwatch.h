@@ -45,6 +45,9 @@ struct PushBack {
     std::string callsign, stand;
     double movedM = 0, noseTurnDeg = 0; // in the first 15 m
     std::string ended;                  // the next state, or "removed"
+    // Between the nose at its end and the way of the next 40 m, degrees; above 90 it was pushed to the wrong side.
+    // Negative while it has not driven so far.
+    double wayOffNoseDeg = -1;
 };
 
 struct TaxiLeg { // from one change of state to the next
@@ -115,10 +118,13 @@ class GroundWatch {
         double backM = 0; // rolled back without a pause
         double pushHeading = 0;
         int push = -1, leg = -1; // places in the lists
+        int pushed = -1;         // the push back after which it has not driven on yet
+        CrossShape pushEnd;
     };
     void beginTrack(Track& t, const Shown& s, double time);
     void changeState(Track& t, const Shown& s, double time);
     void watchTick(Track& t, const Shown& s, double time);
+    void watchPush(Track& t, const Shown& s, double movedM);
     void watchSample(Track& t, const Shown& s, double time);
     void drive(Track& t, const Shown& s, Slip& slip, double alongM, double sidewaysM, double movedM,
                double time);

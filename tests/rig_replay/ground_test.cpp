@@ -122,6 +122,12 @@ TEST(GroundWatch, FollowsAPushBackWithTheTurnOfItsFirstMetres) {
     EXPECT_EQ("pushed_back", push.ended);
     EXPECT_EQ("A1", push.stand);
     EXPECT_TRUE(scene.watch.reversals.empty() && scene.watch.movesWhileParked.empty());
+    EXPECT_LT(push.wayOffNoseDeg, 0);
+    scene.shown[0].objectId = second; // another look of the same aircraft
+    scene.rest(1);
+    scene.shown[0].fs = FlightState::taxi;
+    scene.play(10, [&](double t) { scene.shown[0].shape = shapeAt(-20, 5 * t, 90); }); // its nose was at 20
+    EXPECT_NEAR(70, push.wayOffNoseDeg, 1);
 }
 
 TEST(GroundWatch, CountsAMoveBeyondSpeedAndTheHeightOfTheWheels) {
