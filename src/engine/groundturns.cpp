@@ -69,7 +69,8 @@ void lf_insertMidPoint(LiveAc& ac) {
     middle.lat = (p0.lat + p1.lat) / 2;
     middle.lon = lf_wrapLon(p0.lon + lf_lonDifference(p0.lon, p1.lon) / 2);
     middle.speed = (p0.speed + p1.speed) / 2;
-    middle.alt = std::max((p0.alt + p1.alt) / 2, 0.0);
+    // Between two points on the ground it is on the ground, whatever their altitudes: those of a stand's points are not 0.
+    middle.alt = p0.airborne || p1.airborne ? std::max((p0.alt + p1.alt) / 2, 0.0) : 0;
     middle.airborne = middle.alt > 0;
     middle.stationary = false;
     middle.dueTick = lf_tickAfter(p0.dueTick, lf_ticksBetween(p0.dueTick, p1.dueTick) / 2);

@@ -200,6 +200,27 @@ TEST_F(PushBack, WaitsBehindTheStandUntilTheFeedMovesOnOrAppearsElsewhere) {
     EXPECT_LT(std::abs(north(*o) + 52), 10);
 }
 
+TEST_F(PushBack, ANewCallsignOnTheWayOutChangesTheObjectWhereItIs) {
+    GUID_CHANGES.value = true;
+    stand("B7", 0, 0, 0, 18);
+    const double leaves = stands(1, 80, 1, 1);
+    for (int i = 0; i < 20; ++i) line(leaves + 2 * i, hex, "DLH1AB", -3.0 * i, 0, 0, 60, 3);
+    run(leaves - 5);
+    ASSERT_EQ(state(hex), FlightState::parked);
+    lf_findByHexid(hex)->stream.front().alt = fieldFt + 8; // as one that has driven to its stand has it
+    run(65);
+    ASSERT_EQ(state(hex), FlightState::pushedBack);
+    line(seconds, hex, "DLH1AB", -57, 150, 0, 90, 15); // far off and faster: the leg is split
+    for (int i = 1; i < 10; ++i) line(seconds + 4 * i, hex, "DLH7XY", -57, 150 + 31 * i, 0, 90, 15);
+    ASSERT_TRUE(runUntil(10, [&] { return wasTold(hex, "respawns"); }));
+    const LatLon left{lf_findByHexid(hex)->lat, lf_findByHexid(hex)->lon};
+    ASSERT_TRUE(runUntil(10, [&] { return object("DLH7XY") != nullptr; })) << story(hex);
+    const rig::SimObject& o = *object("DLH7XY");
+    EXPECT_LT(gf_distanceNm(left.lat, left.lon, o.lat, o.lon) * metersPerNm, 2) << story(hex);
+    run(20);
+    EXPECT_EQ(state(hex), FlightState::taxi);
+}
+
 TEST_F(Roads, AStandThatIsLeftForwardsIsPulledOutOf) {
     stand("P1", 0, 0, 0, 18);
     const double leaves = stands(1, 80, 1, 1);
