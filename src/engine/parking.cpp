@@ -169,12 +169,14 @@ bool lf_adjacentConflict(const Stand& stand, const LiveAc& ac) {
 
 // ---- at the stand --------------------------------------------------------------------------------------------------
 
-void lf_beginParked(LiveAc& ac, Stand& stand) {
-    stand.occupied = true;
+void lf_beginParked(LiveAc& ac, Stand* stand) {
     ac.parkedAt = plat::utcNow();
     ac.lastParkDist = 0;
     ac.recedeCount = 0;
-    lf_applyCargoRule(ac, stand);
+    ac.leavingStand = false; // left over from a push back that found no stand
+    if (!stand) return;
+    stand->occupied = true;
+    lf_applyCargoRule(ac, *stand);
 }
 
 void lf_applyCargoRule(const LiveAc& ac, Stand& stand) {
@@ -213,7 +215,7 @@ void lf_spawnAtStand(LiveAc& ac, Stand& stand) {
     lf_makeWay(ac, stand);
     lf_takeStand(ac, stand);
     setFlightState(ac, FlightState::parked);
-    lf_beginParked(ac, stand);
+    lf_beginParked(ac, &stand);
     ac.stream.cutToFront();
     StreamPoint& place = ac.stream.front();
     place.stationary = true;

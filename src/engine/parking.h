@@ -60,7 +60,7 @@ bool lf_isKeptForUser(const Stand& stand); // the reserved one, or the user's ai
 Stand* lf_standOf(const AcBase& ac); // nullptr: none, or it is one of an airport that is no longer in use
 std::string_view lf_standName(std::uint32_t standId); // its id, for log lines
 void lf_takeStand(AcBase& ac, const Stand& stand);    // the stand's place to the aircraft's record
-void lf_beginParked(LiveAc& ac, Stand& stand);        // the mark, and the start of the watch
+void lf_beginParked(LiveAc& ac, Stand* stand); // the mark, and the start of the watch; nullptr as lf_standOf
 void lf_applyCargoRule(const LiveAc& ac, Stand& stand);
 void lf_noteUpdate();                           // one more change to what is known of the stands
 void lf_spawnAtStand(LiveAc& ac, Stand& stand); // for spawnLiveAc; may refuse it, or leave it in `birth`

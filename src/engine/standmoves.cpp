@@ -95,6 +95,8 @@ void try2Park(LiveAc& ac, bool wide) {
     lf_clearStandFor(ac, *stand);
     lf_makeWay(ac, *stand);
     lf_takeStand(ac, *stand);
+    ac.lastParkDist = 0; // what was seen at an earlier stand says nothing of this one
+    ac.recedeCount = 0;
     lf_trace(ac.hexid, "drives to stand {}, {:.0f} m from where the feed stops", stand->id,
              gf_distanceNm(rest.lat, rest.lon, stand->lat, stand->lon) * metersPerNm);
     ac.stream.cutToFront();
@@ -128,13 +130,13 @@ void lf_arriveAtStand(LiveAc& ac) {
     ac.parkedSince = app.weekSlot.load();
     if (ac.towed) gf_logLine(fmt::format("          towed aircraft {} parks", ac.callsign));
     ac.stream.front().stationary = true;
-    if (stand) lf_beginParked(ac, *stand);
+    lf_beginParked(ac, stand);
     lf_shutDownAtStand(ac);
     gf_logLine(fmt::format("{:8}: {:8} arrived at stand", lf_standName(ac.standId), ac.callsign));
     lf_trace(ac.hexid, "arrived at stand {}, {:.0f} degrees off its heading", lf_standName(ac.standId),
              lf_absDegrees(ac.standHeading, ac.heading));
     engine.newArrivals.push_back(ac.hexid);
-    if (ac.airline.empty() || ac.standCargo != ac.cargo) return;
+    if (!stand || ac.airline.empty() || ac.standCargo != ac.cargo) return;
     if (!lf_addRealStandOption(ac.standId, ac, ac.parkedSince, false)) return;
     lf_noteLearned(ac.hexid, ac.parkedSince);
     lf_enforceMaxPark(0);
@@ -168,7 +170,8 @@ static void lf_standLeft(LiveAc& ac) {
         lf_widenElasticity(ac);
     }
     const WeekSlot slot = app.weekSlot.load();
-    if (!ac.airline.empty() && ac.standCargo == ac.cargo && lf_addRealStandOption(ac.standId, ac, slot, true))
+    const std::uint32_t standId = lf_standOf(ac) ? ac.standId : 0; // 0: it is not of the present airport
+    if (!ac.airline.empty() && ac.standCargo == ac.cargo && lf_addRealStandOption(standId, ac, slot, true))
         lf_noteLearned(ac.hexid, slot);
     lf_freeStand(ac);
 }

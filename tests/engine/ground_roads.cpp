@@ -3,6 +3,8 @@
 
 #include "ground_fixture.h"
 
+#include "engine/motion.h"
+
 namespace {
 
 constexpr std::uint32_t hex = 4242424;
@@ -297,6 +299,47 @@ TEST_F(Roads, AnAircraftThatLeavesSoonAfterItsLandingIsTowedToAnotherStand) {
         heard.clear();
         seconds = 0;
     }
+}
+
+TEST_F(Roads, WhatWasSeenAtAnEarlierStandSaysNothingOfTheWayToTheNext) {
+    Stand& home = stand("A1", 0, 0, 90, 18);
+    feed(hex, "DLH1AB", {{0, -400, 12}, {0, -60, 8}, {0, -19, 0, 0, 90}}, 1);
+    ASSERT_TRUE(runUntil(100, [&] { return state(hex) == FlightState::taxi; }));
+    LiveAc& ac = *lf_findByHexid(hex);
+    ac.firstParkDist = 1 / metersPerNm; // its reports lay close there; here they rest 19 m off
+    ac.lastParkDist = 9 / metersPerNm;
+    run(120);
+    SCOPED_TRACE(story(hex));
+    EXPECT_FALSE(wasTold(hex, "leaves stand"));
+    EXPECT_EQ(state(hex), FlightState::parked);
+    ASSERT_TRUE(object("DLH1AB"));
+    EXPECT_LT(metersFrom(*object("DLH1AB"), home), 0.5);
+}
+
+TEST_F(Roads, AnArrivalAtAStandOfAnotherAirportThanThePresentTellsNothingOfThePresent) {
+    const Stand old = stand("A1", 0, 0, 90, 18);
+    airports.file.stands.clear();
+    Stand& here = stand("Z9", 900, 0, 90, 18); // it has the number that the old one had
+    LiveAc& ac = active(hex, 77, old.lat, old.lon, 0);
+    ac.airline = "DLH";
+    ac.regcode = "D-AIZA";
+    lf_takeStand(ac, old);
+    ac.fs = FlightState::parking;
+    ac.leavingStand = true; // from a push back that found no stand
+    lf_arriveAtStand(ac);
+    EXPECT_EQ(ac.fs, FlightState::parked);
+    EXPECT_GT(ac.parkedAt, 0) << "or it would count as parked for centuries";
+    EXPECT_FALSE(ac.leavingStand);
+    EXPECT_FALSE(here.occupied);
+    StreamPoint away = ac.stream.front();
+    away.lat = old.lat + 100 / metersPerLatDegree;
+    app.weekSlot.store({3, 12});
+    EXPECT_FALSE(lf_checkLeaveStand(ac, away)); // the first report is measured from
+    away.lat = old.lat + 180 / metersPerLatDegree;
+    EXPECT_TRUE(lf_checkLeaveStand(ac, away));
+    EXPECT_TRUE(here.options.empty());
+    EXPECT_EQ(airports.updates, 0u);
+    engine.live.clear();
 }
 
 TEST_F(Roads, AReportElsewhereEndsTheWayToTheStand) {
