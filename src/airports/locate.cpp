@@ -30,7 +30,7 @@ bool lf_isLocalPath(std::string_view path) { return path.starts_with("airports")
 
 // ---- local files and links --------------------------------------------------------------------------------------
 
-static bool lf_exists(const std::filesystem::path& path) {
+bool lf_exists(const std::filesystem::path& path) {
     std::error_code error;
     const bool there = std::filesystem::exists(path, error);
     if (error) throw std::filesystem::filesystem_error("exists", path, error);

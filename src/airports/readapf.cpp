@@ -264,21 +264,26 @@ void lf_readBaseDocument(const pugi::xml_document& document, AirportReading& res
     file.qfSoft = lf_intParameter(document, "Qf_soft", -1);
 }
 
+// The learned file follows the path of the base file, a save its publisher. Where the two lead apart, as they do for a
+// stock file in a folder of the user's own, what was saved is read when nothing lies at the path. Empty: there is none.
+static std::filesystem::path lf_findLearned(const AirportReading& reading) {
+    auto path = plat::textPath(gf_learnedPath(reading.path, reading.file.publisher));
+    if (lf_isLearnedPath(path) && lf_exists(path)) return path;
+    path = lf_savedLearnedPath(reading.file);
+    return lf_exists(path) ? path : std::filesystem::path();
+}
+
 static void lf_layLearnedOver(AirportReading& result) {
     AirportFile& file = result.file;
-    const auto path = plat::textPath(gf_learnedPath(result.path, file.publisher));
-    if (lf_isLearnedPath(path)) result.learnedPath = path;
-    std::error_code error;
-    const bool there = !result.learnedPath.empty() && std::filesystem::exists(path, error);
-    if (error) throw std::filesystem::filesystem_error("exists", path, error);
-    if (!there) {
+    result.learnedPath = lf_findLearned(result);
+    if (result.learnedPath.empty()) {
         constexpr std::int32_t usualPercentage = 30;
         result.steps.push_back(
             {ReadingStep::Kind::setNumber, {}, nullptr, &parking_percentage, usualPercentage});
         result.log(fmt::format("{:24}: {}%", parking_percentage.name, usualPercentage));
         return;
     }
-    lf_readLearned(path, result);
+    lf_readLearned(result.learnedPath, result);
     const Quality quality = gf_qualityFactor(file.stands);
     file.qfReal = quality.real;
     file.qfSoft = quality.soft;

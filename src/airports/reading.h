@@ -49,8 +49,9 @@ struct Located {
     std::string path;               // "" for none
     std::vector<std::string> texts; // to log
 };
-Located lf_locate(const std::string& code); // throws std::filesystem::filesystem_error
-bool lf_isLocalPath(std::string_view path); // below the program folder, not on the server
+Located lf_locate(const std::string& code);        // throws std::filesystem::filesystem_error
+bool lf_exists(const std::filesystem::path& path); // throws std::filesystem::filesystem_error
+bool lf_isLocalPath(std::string_view path);        // below the program folder, not on the server
 // Fetches a server path to a file. The text of the failure, "" for success; then no file is left.
 std::string lf_fetch(const std::string& path, const std::filesystem::path& target);
 std::string lf_linkTarget(std::string_view line); // of a link file; "" when there is none in it
@@ -58,6 +59,8 @@ void lf_forgetMissingFiles();                     // for a new run
 // A publisher's name as one folder's name, so that no name leads out of the folder of learned files.
 std::string lf_publisherFolder(std::string_view publisher);
 bool lf_isLearnedPath(const std::filesystem::path& path); // below the folder of learned files
+std::filesystem::path
+lf_savedLearnedPath(const AirportFile& file); // where what is learned is saved (writeapf.cpp)
 
 // ---- reading (readapf.cpp, learnedfile.cpp) -------------------------------------------------------------------------
 // Reads the file of a path, its learned file included, into a result whose code is set. The text of what went wrong,

@@ -146,6 +146,10 @@ static std::filesystem::path lf_learnedFolder(const std::string& publisher) {
     return folders.learnedThirdparty / plat::textPath(lf_publisherFolder(publisher));
 }
 
+std::filesystem::path lf_savedLearnedPath(const AirportFile& file) {
+    return lf_learnedFolder(file.publisher) / plat::textPath(file.code + ".xml");
+}
+
 // Leaves what was learned here: the base file has the rest.
 static void lf_keepLearned(AirportFile& file) {
     if (file.handmade) return;
@@ -167,10 +171,9 @@ struct LearnedSave { // all that the loader thread needs for it
 };
 } // namespace
 
-static bool lf_saveIn(const LearnedSave& save, const std::filesystem::path& folder,
-                      const std::filesystem::path& path) {
+static bool lf_saveTo(const std::filesystem::path& path, const LearnedSave& save) {
     std::error_code error;
-    std::filesystem::create_directories(folder, error);
+    std::filesystem::create_directories(path.parent_path(), error);
     // What was not taken in whole is kept under another name, or stays as it is.
     const bool unknown =
         std::filesystem::exists(path, error) && path.lexically_normal() != save.whole.lexically_normal();
@@ -186,9 +189,8 @@ static void lf_saveLearnedNow(LearnedSave& save) {
         file.qfReal = quality.real;
         file.qfSoft = quality.soft;
     }
-    const std::filesystem::path folder = lf_learnedFolder(file.publisher);
-    const std::filesystem::path path = folder / plat::textPath(file.code + ".xml");
-    if (lf_saveIn(save, folder, path))
+    const std::filesystem::path path = lf_savedLearnedPath(file);
+    if (lf_saveTo(path, save))
         gf_logRaw(fmt::format("{}{} \"{}\" saved with {} update{} {}", save.time,
                               file.handmade ? " handmade" : "", plat::pathText(path), save.updates,
                               save.updates == 1 ? "" : "s",

@@ -246,8 +246,9 @@ TEST_F(ParkStep, NothingIsSavedOverALearnedFileThatWasNotTakenInWhole) {
     EXPECT_EQ(readFile(aside), partly);
     EXPECT_THAT(readFile(path), HasSubstr("GBAFM"));
 
-    // A learned file that lies where the airport's own is saved, but was never read for it.
+    // A learned file that lies where the airport's own is saved, but was not read for it: another lies at its path.
     writeFile(folders.mySimaddon / "EDTT.xml", baseFile(stand("A", 0, 20), "stock"));
+    writeFile(folders.learnedSimaddon / "EDTT.xml", learnedFile(""));
     const std::string other = readFile(path);
     step(true);
     step();
@@ -269,6 +270,38 @@ TEST_F(ParkStep, NothingIsSavedOverALearnedFileThatWasNotTakenInWhole) {
     lf_serveLoader();
     EXPECT_EQ(readFile(path), before);
     EXPECT_THAT(logText(), HasSubstr("saving \"" + plat::pathText(path) + "\" did not succeed"));
+}
+
+TEST_F(ParkStep, WhatIsLearnedIsReadAgainWhereThePathOfTheFileAndItsPublisherLeadApart) {
+    struct Row {
+        const char *link, *publisher, *saved; // the file lies behind a link, or in a folder of the user's
+    };
+    for (const Row& row :
+         {Row{nullptr, "stock", "stock/EDTT.xml"},
+          Row{"archive/thirdparty/SomeOne/EDTT.xml", "Some One", "thirdparty/Some One/EDTT.xml"},
+          Row{"elsewhere/EDTT.xml", "Some One", "thirdparty/Some One/EDTT.xml"}}) {
+        const std::string base = baseFile(stand("A", 0, 20), row.publisher);
+        if (row.link) {
+            writeFile(folders.myThirdparty / "EDTT.txt", row.link);
+            putOnServer(std::string("MSFS/") + row.link, base);
+        } else {
+            writeFile(folders.myThirdparty / "EDTT.xml", base);
+        }
+        const auto path = folders.learned / row.saved;
+        std::filesystem::remove(path);
+        placeUser(0);
+        for (const char* key : {"GBAFM", "GCCCC"}) { // two visits, a week apart
+            step(true);
+            step();
+            ASSERT_TRUE(airports.park.loaded) << gf_shownMessage();
+            learn("A", key);
+            lf_giveUpParkAirport();
+            lf_serveLoader();
+        }
+        const std::string text = readFile(path);
+        EXPECT_THAT(text, HasSubstr("GBAFM")) << row.publisher;
+        EXPECT_THAT(text, HasSubstr("GCCCC")) << row.publisher;
+    }
 }
 
 TEST_F(ParkStep, ParametersOfTheLearnedFileAreSetInTheirOrder) {
