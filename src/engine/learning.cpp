@@ -34,6 +34,13 @@ static void lf_fillOrNew(Stand& stand, const LiveAc& ac, bool real, WeekSlot slo
         lf_newStandOption(stand, ac, real, slot, lf_keyOf(ac), ac.callsign);
 }
 
+// A visit over midnight has its option under the day before; that of the new day is still to be made.
+static bool lf_beganOnAnotherDay(Stand& stand, const LiveAc& ac, bool real, WeekSlot slot) {
+    const auto& visits = lf_visits(stand, real);
+    const auto visit = visits.find(ac.hexid);
+    return visit != visits.end() && visit->second.start.day != slot.day;
+}
+
 // `running`: a visit is to end with this sighting, not to begin.
 static bool lf_addOption(Stand& stand, const LiveAc& ac, bool real, WeekSlot slot, bool running) {
     const std::string& key = lf_keyOf(ac);
@@ -47,7 +54,7 @@ static bool lf_addOption(Stand& stand, const LiveAc& ac, bool real, WeekSlot slo
         if (option.origin == 1) return false; // the base file knows this aircraft on this day
         if (!open && option.origin == 0) open = &option;
     }
-    if (open && running) {
+    if (running && (open || lf_beganOnAnotherDay(stand, ac, real, slot))) {
         lf_fillOrNew(stand, ac, real, slot);
     } else if (open) {
         open->hours.set(bit);

@@ -153,6 +153,28 @@ TEST_F(Stands, ASightingSetsTheHalfHourUnlessTheBaseFileKnowsTheDay) {
     EXPECT_FALSE(lf_addRealStandOption(1, ac, {1, 23}, false));
 }
 
+TEST_F(Stands, AVisitOverMidnightFillsTheHoursOfBothDays) {
+    Stand& s = stand("A1", 0, 0, 0, 18);
+    LiveAc ac = aircraft("A320", 17);
+    ac.regcode = "D-AIZA";
+    EXPECT_TRUE(lf_addRealStandOption(1, ac, {7, 46}, false));
+    ac.callsign = "DLH5";
+    EXPECT_TRUE(lf_addRealStandOption(1, ac, {1, 1}, true));
+    ASSERT_EQ(s.options.size(), 2u);
+    EXPECT_EQ(gf_bitset2hours(s.options[0].hours), "46,47");
+    EXPECT_EQ(s.options[0].cs + ":" + s.options[0].cs2, "DLH424:DLH5");
+    EXPECT_EQ(gf_bitset2hours(s.options[1].hours), "0,1");
+    EXPECT_TRUE(s.options[1].day == 1 && s.options[1].cs == "DLH5");
+    EXPECT_TRUE(s.realSeen.empty());
+
+    s.options.clear(); // too long to be filled: what is known is the half hour of each end
+    EXPECT_TRUE(lf_addRealStandOption(1, ac, {2, 20}, false));
+    EXPECT_TRUE(lf_addRealStandOption(1, ac, {3, 10}, true));
+    ASSERT_EQ(s.options.size(), 2u);
+    EXPECT_EQ(gf_bitset2hours(s.options[0].hours) + "|" + gf_bitset2hours(s.options[1].hours), "20|10");
+    EXPECT_TRUE(s.realSeen.empty());
+}
+
 TEST_F(Stands, AnAircraftIsLearnedAgainOnlyAfterAWhile) {
     EXPECT_TRUE(lf_learnedRecently(hex, {1, 47}, false));
     EXPECT_FALSE(lf_learnedRecently(hex, {2, 1}, false)); // two half hours later, round midnight
