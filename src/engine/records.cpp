@@ -133,7 +133,11 @@ void lf_eraseLive(std::size_t place) {
 }
 
 void lf_compactLive() {
-    std::erase_if(engine.live, [](const LiveAc& ac) { return ac.eraseNow || ac.eraseFromQueue; });
+    const auto isDropped = [](const LiveAc& ac) { return ac.eraseNow || ac.eraseFromQueue; };
+    for (const LiveAc& ac :
+         engine.live) // without an object: the stand that it was to appear on is free again
+        if (isDropped(ac) && ac.standId != 0) lf_freeStand(ac);
+    std::erase_if(engine.live, isDropped);
     lf_renumber();
 }
 

@@ -40,6 +40,18 @@ TEST_F(Claims, OfTwoOnTheirWayToAStandTheSecondGoes) {
     EXPECT_TRUE(wasTold(otherHex, "removed: stand_claimed"));
 }
 
+TEST_F(Claims, AnAircraftThatIsTakenBackBeforeItAppearsLeavesItsStandFree) {
+    Stand& home = stand("A1", 0, 0, 90, 18);
+    standing(hex, "DLH1AB", 1, 1, 1, 90);
+    ASSERT_TRUE(runUntil(60, [&] { return home.occupied; }));
+    ASSERT_FALSE(engine.spawnRequests.empty() && engine.creationQueue.empty());
+    lf_removeAllForLostFeed();
+    EXPECT_TRUE(engine.live.empty());
+    EXPECT_FALSE(home.occupied);
+    run(60); // its reports go on
+    EXPECT_EQ(state(hex), FlightState::parked) << story(hex);
+}
+
 TEST_F(Claims, AStandThatIsStillReportedIsNotGivenToANewcomer) {
     stand("A1", 0, 0, 90, 18);
     standing(otherHex, "DLH9ZZ", 1, 1, 1, 90);
