@@ -54,8 +54,8 @@ struct Stand {
     bool manual = false;                // made by hand in the learned file
     bool radiusChanged = false, cargoChanged = false; // differs from the base file
     bool taken = false, blocked = false;              // in the current calculation of static parking
-    bool occupied = false;                            // a live aircraft holds or has claimed it
-    bool reserved = false;                            // kept free for the user's aircraft
+    bool occupied = false; // a live aircraft has appeared on it or reached it, and its stream still runs
+    bool reserved = false; // kept free for the user's aircraft
     bool cargo = false, ramp = false, heli = false;
 };
 

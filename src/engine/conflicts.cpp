@@ -16,11 +16,6 @@ static const char* lf_whereabouts(const LiveAc& ac) { return ac.onGround ? "on g
 
 // ---- the user's aircraft -------------------------------------------------------------------------------------------
 
-static double lf_feetBeside(double distanceNm,
-                            double angle) { // of a line, for an aircraft off it by that angle
-    return distanceNm * std::abs(std::sin(angle)) * feetPerNm;
-}
-
 static bool lf_onUsersRunway(const LiveAc& ac, const UserBlock& user) {
     constexpr double lowFeet = 500, aheadNm = 1, besideFeet = 50;
     if (!(user.agl < lowFeet) || !lf_isWithin(user.lat, user.lon, ac.lat, ac.lon, aheadNm)) return false;

@@ -33,6 +33,11 @@ inline bool lf_isWithin(double lat1, double lon1, double lat2, double lon2, doub
     return std::abs(lat2 - lat1) * minutes <= nm + slack && gf_distanceNm(lat1, lon1, lat2, lon2) <= nm;
 }
 
+// From a place to a line: the place lies so far from a point of the line, and by that angle off its course.
+inline double lf_feetBeside(double distanceNm, double angle) {
+    return std::abs(distanceNm * std::sin(angle)) * feetPerNm;
+}
+
 // ---- the stand of an aircraft (parking.cpp) --------------------------------------------------------------------------
 
 constexpr double standSearchMeters = 55; // an aircraft that stands there is taken to be on the stand

@@ -134,8 +134,8 @@ void lf_eraseLive(std::size_t place) {
 
 void lf_compactLive() {
     const auto isDropped = [](const LiveAc& ac) { return ac.eraseNow || ac.eraseFromQueue; };
-    for (const LiveAc& ac :
-         engine.live) // without an object: the stand that it was to appear on is free again
+    // Without an object: the stand that it was to appear on is free again.
+    for (const LiveAc& ac : engine.live)
         if (isDropped(ac) && ac.standId != 0) lf_freeStand(ac);
     std::erase_if(engine.live, isDropped);
     lf_renumber();

@@ -33,11 +33,6 @@ static bool lf_isMixed(const PointStream& stream) {
     return false;
 }
 
-// Feet between a place and the line through another along a course.
-static double lf_besideLine(double distanceNm, double angle) {
-    return std::abs(distanceNm * std::sin(angle)) * feetPerNm;
-}
-
 static bool lf_unsafeUserOnGround(const LiveAc& ac, const StreamPoint& front, double distanceNm) {
     constexpr double slow = 8; // knots
     constexpr double keepOff = 500 / metersPerNm,
@@ -56,7 +51,7 @@ static bool lf_unsafeUserInAir(LiveAc& ac, const StreamPoint& front, double dist
     if (front.airborne) { // nobody appears right before the user's nose
         const double course = gf_bearing(user.lat, user.lon, front.lat, front.lon);
         const bool inTheWay = distanceNm <= 6 && std::abs(front.alt - user.alt) < 3000 &&
-                              lf_besideLine(distanceNm, ac.targetHeading - course) <= 4000;
+                              lf_feetBeside(distanceNm, ac.targetHeading - course) <= 4000;
         if (inTheWay) ac.avoidUser = true;
         return inTheWay;
     }
@@ -64,7 +59,7 @@ static bool lf_unsafeUserInAir(LiveAc& ac, const StreamPoint& front, double dist
     // Nobody appears on the runway that the user is landing on. A record that has had no object lies at 0, 0.
     const double toAc = gf_distanceNm(user.lat, user.lon, ac.lat, ac.lon);
     const double angle = gf_bearing(user.lat, user.lon, ac.lat, ac.lon) - user.heading;
-    ac.avoidUser = toAc <= 1.5 && user.agl < 1000 && lf_besideLine(toAc, angle) <= 500;
+    ac.avoidUser = toAc <= 1.5 && user.agl < 1000 && lf_feetBeside(toAc, angle) <= 500;
     return ac.avoidUser;
 }
 
