@@ -243,7 +243,11 @@ static void lf_startToMove(LiveAc& ac) {
     ac.extendCount = 0;
     ac.stream.front().speed = ac.towSpeed;
     ac.targetHeading = ac.heading;
-    ac.headingLag = false; // left over from the way to the stand; it would turn the aircraft as it leaves
+    // Left over from the way to the stand: the one would turn the aircraft as it leaves, the other would have it wait
+    // since then for its feed to move on.
+    ac.headingLag = false;
+    ac.holding = false;
+    ac.holdStart = 0;
 }
 
 void lf_pullOut(LiveAc& ac) {

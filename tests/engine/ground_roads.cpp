@@ -223,6 +223,29 @@ TEST_F(PushBack, ANewCallsignOnTheWayOutChangesTheObjectWhereItIs) {
     EXPECT_EQ(state(hex), FlightState::taxi);
 }
 
+TEST_F(PushBack, IsNotEndedByAWaitBeforeTheStand) {
+    // Its reports cease before the stand, so that it waits on the way; they come back and take it there. When it is
+    // pushed back longer than any wait later, its feed is already far off.
+    Stand& home = stand("B7", 0, 0, 0, 18);
+    const double stops = feed(hex, "DLH1AB", {{-400, 0, 12}, {-80, 0, 12}}, 1);
+    const double comes = stops + 150;
+    feed(hex, "DLH1AB", {{-75, 0, 6}, {-8, 0, 5}, {-1, 0, 0, 0, 4}}, comes);
+    run(comes + 20);
+    ASSERT_TRUE(lf_findByHexid(hex));
+    EXPECT_TRUE(wasTold(hex, "waits where it stands"));
+    const double leaves = comes + 60 * (MAX_HOLDING_MINUTES.value + 5);
+    stands(comes + 60, leaves - comes - 60, -1, 0);
+    run(leaves - 5 - seconds);
+    SCOPED_TRACE(story(hex));
+    ASSERT_EQ(state(hex), FlightState::parked);
+    EXPECT_LT(metersFrom(*object("DLH1AB"), home), 0.5);
+    feed(hex, "DLH1AB", {{-8, 0, 4}, {-60, 0, 8}, {-60, 600, 30}}, leaves);
+    run(80);
+    EXPECT_TRUE(wasTold(hex, "is pushed back from stand B7"));
+    EXPECT_TRUE(object("DLH1AB"));
+    EXPECT_FALSE(wasTold(hex, "removed"));
+}
+
 TEST_F(Roads, AStandThatIsLeftForwardsIsPulledOutOf) {
     stand("P1", 0, 0, 0, 18);
     const double leaves = stands(1, 80, 1, 1);
