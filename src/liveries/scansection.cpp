@@ -53,7 +53,6 @@ namespace {
 struct Section {
     std::string_view head;
     std::string title, airline, regcode, parkingTypes;
-    std::string_view atcId;
 };
 
 // False when the section is to be dropped.
@@ -82,21 +81,6 @@ bool takeAirline(CfgFile& file, std::string_view value, Section& section) {
     return true;
 }
 
-// False when the section is to be dropped.
-bool takeLines(CfgFile& file, const CfgKeyLine* lines, std::size_t count, Section& section) {
-    std::uint32_t seen = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto [key, value] = lines[i];
-        if (key == CfgKey::texture) continue;
-        if (gf_isSecondLine(file, section.head, key, seen)) return false;
-        if (key == CfgKey::title && !takeTitle(file, value, section)) return false;
-        if (key == CfgKey::airline && !takeAirline(file, value, section)) return false;
-        if (key == CfgKey::parkingTypes) section.parkingTypes = gf_upperCase(std::string(gf_trimmed(value)));
-        if (key == CfgKey::atcId) section.atcId = value;
-    }
-    return true;
-}
-
 // The first of the list; "" when any of them is no registration, with a log line.
 std::string regcodeOf(CfgFile& file, std::string_view head, std::string_view value) {
     constexpr std::size_t shortest = 5, longest = 12; // characters
@@ -120,6 +104,21 @@ std::string regcodeOf(CfgFile& file, std::string_view head, std::string_view val
         return {};
     }
     return items.empty() ? std::string() : std::string(gf_trimmed(items.front()));
+}
+
+// False when the section is to be dropped.
+bool takeLines(CfgFile& file, const CfgKeyLine* lines, std::size_t count, Section& section) {
+    std::uint32_t seen = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto [key, value] = lines[i];
+        if (key == CfgKey::texture) continue;
+        if (gf_isSecondLine(file, section.head, key, seen)) return false;
+        if (key == CfgKey::title && !takeTitle(file, value, section)) return false;
+        if (key == CfgKey::airline && !takeAirline(file, value, section)) return false;
+        if (key == CfgKey::parkingTypes) section.parkingTypes = gf_upperCase(std::string(gf_trimmed(value)));
+        if (key == CfgKey::atcId) section.regcode = regcodeOf(file, section.head, value);
+    }
+    return true;
 }
 
 // The smallest of the sorted keys that occurs in the title. A look at each place of the title costs less than a
@@ -166,7 +165,6 @@ void gf_scanSection(CfgFile& file, std::string_view head, const CfgKeyLine* line
         return;
     }
     if (file.rules.dontUse.count(section.title) > 0) return;
-    section.regcode = regcodeOf(file, head, section.atcId);
     if (section.airline == "ZZZ") section.regcode.clear();
     if (section.airline.empty() && !findAirline(file, section)) return;
     const bool cargo = section.parkingTypes.find("CARGO") != std::string::npos &&

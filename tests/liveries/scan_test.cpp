@@ -232,6 +232,8 @@ TEST_F(ScanOutcome, TheRegistrationOfASection) {
     EXPECT_EQ(regcode(";G-EUUA"), "");
     EXPECT_TRUE(logged("invalid atc_id=;G-EUUA ==> in: " + plainPath));
     EXPECT_EQ(regcode("G-EUUA\natc_id=G-EUUB"), "4: fleet/pkg, [FLTSIM.0], has more than one atc_id key|");
+    EXPECT_EQ(section("atc_id=ABCDEFGHIJKLM\n"), "4: fleet/pkg [FLTSIM.0] misses title|");
+    EXPECT_TRUE(logged("regcode: ABCDEFGHIJKLM, has more")) << "of a section that is dropped, too";
 }
 
 TEST_F(ScanOutcome, CargoIsWhatNeverStandsAtAGate) {
