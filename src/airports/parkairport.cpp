@@ -171,6 +171,7 @@ std::string lf_readParkedFile() {
     lf_setLearnGate();
     lf_noteUserStand();
     lf_reserveOfList();
+    lf_keepDestinationFirst();
     lf_showLoaded();
     return {};
 }

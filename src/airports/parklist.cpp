@@ -212,6 +212,13 @@ void lf_setDestination(const Airport& airport) {
     lf_rememberParkStand();
 }
 
+// Only the first of the list is looked for from the air, and the airport of departure has gone before it.
+bool lf_keepDestinationFirst() {
+    const auto destination = gf_findAirport(DESTINATION.value());
+    if (destination) lf_setDestination(*destination);
+    return destination.has_value();
+}
+
 void lf_newDestination(const Airport& airport) {
     gf_setAndSave(DESTINATION, airport.code);
     gf_showParameter(DESTINATION);
@@ -251,9 +258,7 @@ static std::string lf_takeNewReservation() {
 bool lf_rereadParkAirports() {
     const bool known = lf_readMyParkAirports();
     if (known) {
-        if (const auto destination = gf_findAirport(DESTINATION.value()))
-            lf_setDestination(*destination);
-        else if (!gf_isNoPosition(engine.user.lat, engine.user.lon))
+        if (!lf_keepDestinationFirst() && !gf_isNoPosition(engine.user.lat, engine.user.lon))
             lf_sortParkAirports();
         std::string message = lf_takeNewReservation();
         if (message.empty()) message = "park airports and stands are okay";

@@ -89,6 +89,22 @@ TEST_F(ParkList, ADestinationIsTheFirst) {
     EXPECT_EQ(readFile(folders.myParkAirports), "EDFF\nEDNN,5\nEDTT\n");
 }
 
+TEST_F(ParkList, ADestinationStaysTheFirstWhenTheAirportOfDepartureIsRead) {
+    lf_newDestination(*gf_findAirport("EDNN"));
+    bringUp(stand("A", 0, 20));
+    EXPECT_THAT(entries(), ElementsAre("EDNN,", "EDTT,A"));
+    EXPECT_EQ(airports.reservedStand, "A");
+    lf_serveLoader();
+    EXPECT_EQ(readFile(folders.myParkAirports), "EDNN\nEDTT,A\n");
+    placeUser(100, 3000);
+    engine.user.lon = 8 + 10.0 / 60; // half way, and a little nearer to it
+    engine.user.lon += 0.01;
+    step();
+    EXPECT_FALSE(airports.park.known()) << "it makes way for the destination";
+    step();
+    EXPECT_EQ(airports.park.code, "EDNN");
+}
+
 TEST_F(ParkList, TheStandUnderTheUserIsStored) {
     bringUp(stand("A", 0, 20) + stand("B", 300, 2));
     placeUser(240); // 60 m off
