@@ -1,6 +1,8 @@
 // rig feed: a stand-in for RealTraffic.
 
+#include "files.h"
 #include "generator.h"
+#include "generatoroptions.h"
 #include "options.h"
 #include "player.h"
 #include "recording.h"
@@ -30,7 +32,7 @@ Plays traffic to UDP port 49005 and the weather to 49004, on this computer, and 
 link. A recording is a text file, plain or .gz, with one feed line per line and its time in field 14.
 
   --now              times of the recording moved to the present
-  --from MINUTES     leave out the recording's beginning
+  --from MINUTES     leave out the beginning of the recording, or of the generated traffic
   --minutes MINUTES  length to play (generated traffic: 30)
   --speed X          times the pace of the recording (1)
   --loop             at the end once more, with later times
@@ -41,13 +43,37 @@ link. A recording is a text file, plain or .gz, with one feed line per line and 
   --level 1|2        edition that is reported; 2 is the professional one (1)
   --generate ICAO    makes traffic around that airport
   --at LAT,LON,FEET  makes traffic around that place
-  --flights N        how many aircraft to make (40)
+  --flights N        how many aircraft to make (40); with --movements those that pass or fly around (20)
+  --movements N      landings and take-offs an hour, with stands, push backs and taxiing, at an airport whose
+                     ground is known (KIAD)
   --seed S           the same seed makes the same traffic (1)
   --clean            no gaps, noise, bursts, ghosts and garbage in it
   --save FILE        writes the lines to a file instead of playing them
   --script FILE      lines of a second and a verb
   --journal FILE     what happened, and what the program sent; "-" for the screen
 )";
+
+GeneratorOptions generatorOptions(const Options& options) {
+    constexpr int passing = 20;
+    GeneratorOptions wanted;
+    wanted.airport = options.text("generate");
+    wanted.movements = static_cast<int>(options.integer("movements", 0, 1, 400));
+    wanted.flights = static_cast<int>(
+        options.integer("flights", wanted.movements > 0 ? passing : wanted.flights, 0, 5000));
+    wanted.seed = static_cast<std::uint32_t>(options.integer("seed", wanted.seed, 0, 4294967295));
+    wanted.minutes = options.number("minutes", wanted.minutes, 0.1, 1440);
+    wanted.plans = sourceFolder() / "rig" / "airports";
+    return wanted;
+}
+
+void tellNotPlaced(const TrueEvents& events) {
+    if (events.wanted == 0) return;
+    fmt::print("{} movements, {} of them not placed", events.wanted, events.notPlaced());
+    if (events.notPlaced() > 0)
+        fmt::print(": {} for want of a stand, {} of an aircraft, {} of room", events.noStand,
+                   events.noAircraft, events.noWay);
+    fmt::print("\n");
+}
 
 static void takePlace(const std::string& text, GeneratorOptions& options) {
     const char* at = text.data();
@@ -63,15 +89,19 @@ static void takePlace(const std::string& text, GeneratorOptions& options) {
 }
 
 static std::vector<TimedLine> generate(const Options& options) {
-    GeneratorOptions wanted;
-    wanted.airport = options.text("generate");
+    GeneratorOptions wanted = generatorOptions(options);
     if (options.has("at")) takePlace(options.text("at"), wanted);
-    wanted.flights = static_cast<int>(options.integer("flights", wanted.flights, 1, 5000));
-    wanted.seed = static_cast<std::uint32_t>(options.integer("seed", wanted.seed, 0, 4294967295));
-    wanted.minutes = options.number("minutes", wanted.minutes, 0.1, 1440);
-    wanted.startTime = static_cast<double>(plat::utcSeconds());
+    const double from = options.number("from", 0, 0, 1440);
+    const double now = static_cast<double>(plat::utcSeconds());
+    wanted.startTime = now - 60 * from;
+    wanted.minutes += from;
     wanted.faults = !options.has("clean");
-    return generateTraffic(wanted).lines;
+    GeneratedTraffic traffic = generateTraffic(wanted);
+    tellNotPlaced(traffic.events);
+    auto& lines = traffic.lines;
+    lines.erase(lines.begin(), std::find_if(lines.begin(), lines.end(),
+                                            [&](const TimedLine& line) { return line.time >= now; }));
+    return std::move(lines);
 }
 
 static std::vector<TimedLine> load(const Options& options) {
@@ -103,7 +133,7 @@ static Script loadScript(const std::filesystem::path& path) {
 int runFeed(const std::vector<std::string>& arguments) {
     const Options options(arguments,
                           {"from", "minutes", "speed", "seconds", "qnh", "control", "level", "generate", "at",
-                           "flights", "seed", "save", "script", "journal"},
+                           "flights", "movements", "seed", "save", "script", "journal"},
                           {"help", "now", "loop", "no-control", "clean"});
     if (options.has("help")) {
         fmt::print("{}\n{}", usage, feedVerbs);

@@ -17,42 +17,42 @@ constexpr std::uint32_t unitedKingdom = 0x400000, germany = 0x3C0000, spain = 0x
 
 const std::vector<Operator>& airliners() {
     static const std::vector<Operator> table{
-        {"BAW", "BA", "A320", "G-EUU?", unitedKingdom, "A3", narrowBody},
-        {"BAW", "BA", "B77W", "G-STB?", unitedKingdom, "A5", wideBody},
-        {"BAW", "BA", "A388", "G-XLE?", unitedKingdom, "A5", jumbo},
-        {"EZY", "U2", "A319", "G-EZ??", unitedKingdom, "A3", narrowBody},
-        {"DLH", "LH", "A320", "D-AIZ?", germany, "A3", narrowBody},
-        {"DLH", "LH", "A321", "D-AIS?", germany, "A3", narrowBody},
-        {"DLH", "LH", "A359", "D-AIX?", germany, "A5", wideBody},
-        {"DLH", "LH", "CRJ9", "D-ACN?", germany, "A3", regional},
-        {"RYR", "FR", "B738", "EI-E??", ireland, "A3", narrowBody},
-        {"VLG", "VY", "A320", "EC-M??", spain, "A3", narrowBody},
-        {"IBE", "IB", "A333", "EC-LZ?", spain, "A5", wideBody},
-        {"AFR", "AF", "A320", "F-HEP?", france, "A3", narrowBody},
-        {"KLM", "KL", "B738", "PH-BX?", netherlands, "A3", narrowBody},
-        {"KLM", "KL", "E190", "PH-EZ?", netherlands, "A3", regional},
-        {"SWR", "LX", "BCS3", "HB-JC?", switzerland, "A3", narrowBody},
-        {"AUA", "OS", "DH8D", "OE-LG?", austria, "A3", turboprop},
-        {"THY", "TK", "B738", "TC-JH?", turkey, "A3", narrowBody},
-        {"QTR", "QR", "B77W", "A7-BA?", qatar, "A5", wideBody},
-        {"UAE", "EK", "A388", "A6-EE?", emirates, "A5", jumbo},
-        {"AAL", "AA", "B738", "N9##NN", usa, "A3", narrowBody},
-        {"AAL", "AA", "A21N", "N4##AN", usa, "A3", narrowBody},
-        {"DAL", "DL", "A321", "N3##DN", usa, "A3", narrowBody},
-        {"JBU", "B6", "A320", "N5##JB", usa, "A3", narrowBody},
-        {"UAL", "UA", "B739", "N6##UA", usa, "A3", narrowBody},
-        {"RPA", "YX", "E75L", "N4##YX", usa, "A3", regional},
+        {"BAW", "BA", "A320", "G-EUU?", unitedKingdom, "A3", narrowBody, 35.8},
+        {"BAW", "BA", "B77W", "G-STB?", unitedKingdom, "A5", wideBody, 64.8},
+        {"BAW", "BA", "A388", "G-XLE?", unitedKingdom, "A5", jumbo, 79.8},
+        {"EZY", "U2", "A319", "G-EZ??", unitedKingdom, "A3", narrowBody, 35.8},
+        {"DLH", "LH", "A320", "D-AIZ?", germany, "A3", narrowBody, 35.8},
+        {"DLH", "LH", "A321", "D-AIS?", germany, "A3", narrowBody, 35.8},
+        {"DLH", "LH", "A359", "D-AIX?", germany, "A5", wideBody, 64.8},
+        {"DLH", "LH", "CRJ9", "D-ACN?", germany, "A3", regional, 24.9},
+        {"RYR", "FR", "B738", "EI-E??", ireland, "A3", narrowBody, 35.8},
+        {"VLG", "VY", "A320", "EC-M??", spain, "A3", narrowBody, 35.8},
+        {"IBE", "IB", "A333", "EC-LZ?", spain, "A5", wideBody, 60.3},
+        {"AFR", "AF", "A320", "F-HEP?", france, "A3", narrowBody, 35.8},
+        {"KLM", "KL", "B738", "PH-BX?", netherlands, "A3", narrowBody, 35.8},
+        {"KLM", "KL", "E190", "PH-EZ?", netherlands, "A3", regional, 28.7},
+        {"SWR", "LX", "BCS3", "HB-JC?", switzerland, "A3", narrowBody, 35.1},
+        {"AUA", "OS", "DH8D", "OE-LG?", austria, "A3", turboprop, 28.4},
+        {"THY", "TK", "B738", "TC-JH?", turkey, "A3", narrowBody, 35.8},
+        {"QTR", "QR", "B77W", "A7-BA?", qatar, "A5", wideBody, 64.8},
+        {"UAE", "EK", "A388", "A6-EE?", emirates, "A5", jumbo, 79.8},
+        {"AAL", "AA", "B738", "N9##NN", usa, "A3", narrowBody, 35.8},
+        {"AAL", "AA", "A21N", "N4##AN", usa, "A3", narrowBody, 35.8},
+        {"DAL", "DL", "A321", "N3##DN", usa, "A3", narrowBody, 35.8},
+        {"JBU", "B6", "A320", "N5##JB", usa, "A3", narrowBody, 35.8},
+        {"UAL", "UA", "B739", "N6##UA", usa, "A3", narrowBody, 35.8},
+        {"RPA", "YX", "E75L", "N4##YX", usa, "A3", regional, 28.7},
     };
     return table;
 }
 
 const std::vector<Operator>& freighters() {
     static const std::vector<Operator> table{
-        {"FDX", "FX", "B77L", "N8##FD", usa, "A5", wideBody},
-        {"UPS", "5X", "B763", "N3##UP", usa, "A5", wideBody},
-        {"CLX", "CV", "B744", "LX-?CV", luxembourg, "A5", jumbo},
-        {"GEC", "LH", "B77L", "D-ALF?", germany, "A5", wideBody},
-        {"BCS", "QY", "A306", "D-AEA?", germany, "A5", wideBody},
+        {"FDX", "FX", "B77L", "N8##FD", usa, "A5", wideBody, 64.8},
+        {"UPS", "5X", "B763", "N3##UP", usa, "A5", wideBody, 50.9},
+        {"CLX", "CV", "B744", "LX-?CV", luxembourg, "A5", jumbo, 64.4},
+        {"GEC", "LH", "B77L", "D-ALF?", germany, "A5", wideBody, 64.8},
+        {"BCS", "QY", "A306", "D-AEA?", germany, "A5", wideBody, 44.8},
     };
     return table;
 }
@@ -60,28 +60,28 @@ const std::vector<Operator>& freighters() {
 // Cruise altitudes of light aircraft and helicopters are heights above the airport.
 const std::vector<Operator>& lightAircraft() {
     static const std::vector<Operator> table{
-        {"", "", "C172", "D-E???", germany, "A1", {65, 105, 1500, 700}},
-        {"", "", "P28A", "G-B???", unitedKingdom, "A1", {65, 110, 1400, 700}},
-        {"", "", "DA40", "HB-S??", switzerland, "A1", {70, 125, 1800, 900}},
-        {"", "", "SR22", "N7##SR", usa, "A1", {80, 160, 2500, 1200}},
+        {"", "", "C172", "D-E???", germany, "A1", {65, 105, 1500, 700}, 11},
+        {"", "", "P28A", "G-B???", unitedKingdom, "A1", {65, 110, 1400, 700}, 10.7},
+        {"", "", "DA40", "HB-S??", switzerland, "A1", {70, 125, 1800, 900}, 11.9},
+        {"", "", "SR22", "N7##SR", usa, "A1", {80, 160, 2500, 1200}, 11.7},
     };
     return table;
 }
 
 const std::vector<Operator>& helicopters() {
     static const std::vector<Operator> table{
-        {"", "", "EC35", "D-H???", germany, "A7", {50, 110, 700, 900}},
-        {"", "", "EC45", "G-N???", unitedKingdom, "A7", {50, 115, 800, 900}},
-        {"", "", "R44", "N4###R", usa, "A7", {50, 95, 600, 700}},
+        {"", "", "EC35", "D-H???", germany, "A7", {50, 110, 700, 900}, 10.2},
+        {"", "", "EC45", "G-N???", unitedKingdom, "A7", {50, 115, 800, 900}, 11},
+        {"", "", "R44", "N4###R", usa, "A7", {50, 95, 600, 700}, 10.1},
     };
     return table;
 }
 
 const std::vector<Operator>& businessJets() {
     static const std::vector<Operator> table{
-        {"NJE", "", "C68A", "CS-LA?", 0x490000, "A2", bizjet},
-        {"", "", "C25A", "D-I???", germany, "A1", bizjet},
-        {"EJA", "", "GLF6", "N1##QS", usa, "A3", bizjet},
+        {"NJE", "", "C68A", "CS-LA?", 0x490000, "A2", bizjet, 22},
+        {"", "", "C25A", "D-I???", germany, "A1", bizjet, 15.2},
+        {"EJA", "", "GLF6", "N1##QS", usa, "A3", bizjet, 30.4},
     };
     return table;
 }

@@ -13,6 +13,7 @@ struct Operator {
     std::uint32_t firstHexid; // of the country's block of addresses
     const char* category;     // emitter category
     Performance performance;
+    double spanM; // metres, of the wing
 };
 
 const std::vector<Operator>& airliners();

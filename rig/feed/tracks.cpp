@@ -63,7 +63,7 @@ static void setHeadings(std::vector<TrueFix>& track, double startHeading) {
         const TrueFix& b = track[std::min(i + 1, track.size() - 1)];
         if (gf_distanceNm(a.lat, a.lon, b.lat, b.lon) > leastMoveNm)
             heading = gf_bearing(a.lat, a.lon, b.lat, b.lon);
-        track[i].heading = heading * radToDeg;
+        track[i].heading = track[i].course = heading * radToDeg;
     }
 }
 
@@ -102,14 +102,19 @@ static double approachHeight(double toGo, double platformFt, double topFt) {
     return std::clamp(platformFt + (toGo - levelFrom) * descentFtPerMeter, platformFt, topFt);
 }
 
-std::vector<TrueFix> makeArrival(const KnownAirport& airport, const Performance& type, double thresholdTime,
-                                 Dice& dice) {
-    constexpr double finalLength = 10 * metersPerNm, touchDownPoint = 350, exitKt = 25, taxiKt = 15;
-    constexpr double braking = 1.8, turnRadius = 2200, exitRadius = 120, taxiBraking = 0.5; // metres, m/s²
+// The final approach, the turn onto it, and the leg from far away.
+struct Approach {
+    GroundPath path; // to the end of the roll-out, which is `rollOut` behind the threshold
+    double toThreshold = 0, platform = 0, top = 0;
+    std::vector<std::pair<double, double>> speeds; // by nautical miles to the threshold
+};
+
+static Approach layApproach(const KnownAirport& airport, const Performance& type, double rollOut,
+                            Dice& dice) {
+    constexpr double finalLength = 10 * metersPerNm, turnRadius = 2200; // metres
     const double course = airport.runwayBearing * degToRad;
     const LatLon threshold{airport.thresholdLat, airport.thresholdLon};
-
-    // Backwards from the threshold: the final approach, the turn onto it, the leg from far away.
+    // Backwards from the threshold.
     const LatLon onFinal = away(threshold, course + pi, finalLength);
     const double side = dice.oneIn(2) ? 1 : -1, angle = dice.between(20, 150) * degToRad;
     const LatLon centre = away(onFinal, course + side * pi / 2, turnRadius);
@@ -118,42 +123,90 @@ std::vector<TrueFix> makeArrival(const KnownAirport& airport, const Performance&
     const double legLength = dice.between(35, 60) * metersPerNm;
     const LatLon start = away(turnStart, course - side * angle + pi, legLength);
 
-    GroundPath path;
-    path.add({start, gf_bearing(start, turnStart), legLength});
-    path.add({centre, fromCentre - side * angle, turnRadius * angle, turnRadius, side});
-    const double toThreshold = path.length + finalLength;
+    Approach approach;
+    approach.path.add({start, gf_bearing(start, turnStart), legLength});
+    approach.path.add({centre, fromCentre - side * angle, turnRadius * angle, turnRadius, side});
+    approach.toThreshold = approach.path.length + finalLength;
+    approach.path.add({onFinal, gf_bearing(onFinal, threshold), finalLength + rollOut});
+    approach.speeds = {{0, type.approachKt},
+                       {4, type.approachKt + 5},
+                       {9, std::min(type.cruiseKt, type.approachKt + 40)},
+                       {20, std::min(type.cruiseKt, 240.0)},
+                       {60, std::min(type.cruiseKt, 310.0)}};
+    return approach;
+}
+
+static void drawHeights(Approach& approach, const Performance& type, Dice& dice) {
+    approach.platform = dice.between(2500, 3000);
+    approach.top = std::min(type.cruiseFt, dice.between(9000, 16000));
+}
+
+std::vector<TrueFix> makeApproach(const KnownAirport& airport, const Performance& type, double thresholdTime,
+                                  double rollOutM, double endKt, Dice& dice) {
+    Approach approach = layApproach(airport, type, rollOutM, dice);
+    drawHeights(approach, type, dice);
+    const double touchDown = approach.toThreshold + touchDownPointM;
+    const double endMps = endKt * meterPerSecondPerKnot;
+    std::vector<TrueFix> track;
+    double along = 0, time = 0, crossed = 0;
+    double speedKt = interpolate(approach.speeds, approach.toThreshold / metersPerNm);
+    for (; along < approach.path.length; ++time) {
+        TrueFix fix = fixAt(approach.path, along, time);
+        fix.onGround = along >= touchDown;
+        fix.altFt = airport.elevationFt + approachHeight(touchDown - along, approach.platform, approach.top);
+        fix.speedKt = speedKt;
+        track.push_back(fix);
+        if (along < approach.toThreshold) crossed = time;
+        const double before = speedKt;
+        if (fix.onGround) {
+            const double left = std::max(1.0, approach.path.length - along),
+                         mps = speedKt * meterPerSecondPerKnot;
+            speedKt -= std::max(0.0, mps * mps - endMps * endMps) / (2 * left) / meterPerSecondPerKnot;
+            speedKt = std::max(endKt, speedKt);
+        } else {
+            speedKt = interpolate(approach.speeds, std::max(0.0, approach.toThreshold - along) / metersPerNm);
+        }
+        along += (before + speedKt) / 2 * meterPerSecondPerKnot;
+    }
+    for (TrueFix& fix : track) fix.time += thresholdTime - crossed;
+    setHeadings(track, approach.path.legs.front().bearing);
+    return track;
+}
+
+std::vector<TrueFix> makeArrival(const KnownAirport& airport, const Performance& type, double thresholdTime,
+                                 Dice& dice) {
+    constexpr double exitKt = 25, taxiKt = 15;
+    constexpr double braking = 1.8, exitRadius = 120, taxiBraking = 0.5; // metres, m/s²
     const double landingSpeed = type.approachKt * meterPerSecondPerKnot;
     const double exitSpeed = exitKt * meterPerSecondPerKnot;
     const double rollOut =
-        touchDownPoint + (landingSpeed * landingSpeed - exitSpeed * exitSpeed) / (2 * braking) + 60;
-    path.add({onFinal, gf_bearing(onFinal, threshold), finalLength + rollOut});
+        touchDownPointM + (landingSpeed * landingSpeed - exitSpeed * exitSpeed) / (2 * braking) + 60;
+    Approach approach = layApproach(airport, type, rollOut, dice);
+    GroundPath& path = approach.path;
+    const double toThreshold = approach.toThreshold;
     const LatLon exit = path.at(path.length);
     const double exitSide = dice.oneIn(2) ? 1 : -1;
-    const double taxiHeading = addTurn(path, exit, course, exitSide, pi / 3, exitRadius);
+    const double taxiHeading =
+        addTurn(path, exit, airport.runwayBearing * degToRad, exitSide, pi / 3, exitRadius);
     path.add({path.at(path.length), taxiHeading, 250});
 
     // Time of the threshold from the start, so that it is crossed when it was asked for.
-    const std::vector<std::pair<double, double>> speeds{{0, type.approachKt},
-                                                        {4, type.approachKt + 5},
-                                                        {9, std::min(type.cruiseKt, type.approachKt + 40)},
-                                                        {20, std::min(type.cruiseKt, 240.0)},
-                                                        {60, std::min(type.cruiseKt, 310.0)}};
-    const double platform = dice.between(2500, 3000),
-                 top = std::min(type.cruiseFt, dice.between(9000, 16000));
-    const double touchDown = toThreshold + touchDownPoint;
+    drawHeights(approach, type, dice);
+    const double touchDown = toThreshold + touchDownPointM;
     std::vector<TrueFix> track;
-    double along = 0, time = 0, crossed = 0, speedKt = interpolate(speeds, toThreshold / metersPerNm);
+    double along = 0, time = 0, crossed = 0,
+           speedKt = interpolate(approach.speeds, toThreshold / metersPerNm);
     constexpr int standingSeconds = 40; // reports go on a little at the stop
     for (int standing = 0; standing < standingSeconds; ++time) {
         TrueFix fix = fixAt(path, along, time);
         fix.onGround = along >= touchDown;
-        fix.altFt = airport.elevationFt + approachHeight(touchDown - along, platform, top);
+        fix.altFt = airport.elevationFt + approachHeight(touchDown - along, approach.platform, approach.top);
         fix.speedKt = speedKt;
         track.push_back(fix);
         if (along < toThreshold) crossed = time;
         const double before = speedKt;
         if (!fix.onGround) {
-            speedKt = interpolate(speeds, std::max(0.0, toThreshold - along) / metersPerNm);
+            speedKt = interpolate(approach.speeds, std::max(0.0, toThreshold - along) / metersPerNm);
         } else if (along + 100 < path.length) {
             const double floorKt = along < toThreshold + rollOut ? exitKt : taxiKt;
             speedKt = std::max(std::min(floorKt, speedKt), speedKt - braking / meterPerSecondPerKnot);
@@ -179,7 +232,7 @@ std::vector<TrueFix> makeDeparture(const KnownAirport& airport, const Performanc
     const double course = airport.runwayBearing * degToRad;
     const LatLon threshold{airport.thresholdLat, airport.thresholdLon};
     GroundPath path;
-    path.add({away(threshold, course, 60), course, 3000 + dice.between(2, 5) * metersPerNm});
+    path.add({away(threshold, course, lineUpM), course, 3000 + dice.between(2, 5) * metersPerNm});
     const double heading = addTurn(path, path.at(path.length), course, dice.oneIn(2) ? 1 : -1,
                                    dice.between(10, 140) * degToRad, turnRadius);
     path.add({path.at(path.length), heading, reach});

@@ -30,6 +30,12 @@ struct Performance {
 // Each track begins or is centred at the given time; none has an end before its flight is over.
 std::vector<TrueFix> makeArrival(const KnownAirport& airport, const Performance& type, double thresholdTime,
                                  Dice& dice);
+// The same up to a place on the runway `rollOutM` behind the threshold, where it has the speed `endKt`; the last fix is
+// less than a second before that place. On the ground it brakes evenly.
+std::vector<TrueFix> makeApproach(const KnownAirport& airport, const Performance& type, double thresholdTime,
+                                  double rollOutM, double endKt, Dice& dice);
+constexpr double touchDownPointM = 350; // behind the threshold
+constexpr double lineUpM = 60;          // behind the threshold the take-off begins
 std::vector<TrueFix> makeDeparture(const KnownAirport& airport, const Performance& type, double rollTime,
                                    Dice& dice);
 std::vector<TrueFix> makeOverflight(const KnownAirport& airport, const Performance& type, double nearestTime,

@@ -5,6 +5,7 @@
 #include "engine/engine.h"
 #include "feed/feed.h"
 #include "feed/generator.h"
+#include "feed/generatoroptions.h"
 #include "options.h"
 #include "platform/files.h"
 #include "platform/process.h"
@@ -32,7 +33,7 @@ namespace {
 
 const char* const help =
     "usage: rig replay RECORDING [OPTIONS]\n"
-    "       rig replay --generate ICAO [--flights N] [OPTIONS]\n"
+    "       rig replay --generate ICAO [--flights N] [--movements N] [OPTIONS]\n"
     "  --airport ICAO       where the user stands, so that the program chooses it as its park airport\n"
     "  --stands PLACE       its stands: a table or a folder of tables; default: the shared ones, then "
     "rig/airports\n"
@@ -58,25 +59,26 @@ using RealClock = std::chrono::steady_clock; // for the cost alone
 
 struct Input {
     std::vector<TimedLine> lines;
-    FeedTracks truth; // of generated traffic
+    FeedTracks truth;  // of generated traffic
+    TrueEvents events; // likewise
     std::string title;
 };
 
 Input loadInput(const Options& options) {
     Input input;
     if (options.has("generate")) {
-        GeneratorOptions wanted;
-        wanted.airport = options.text("generate");
-        wanted.flights = static_cast<int>(options.integer("flights", 40, 1, 2000));
-        wanted.seed = static_cast<std::uint32_t>(options.integer("seed", 1, 0, 4294967295));
-        wanted.minutes = options.number("minutes", 30, 0.1, 1440);
+        const GeneratorOptions wanted = generatorOptions(options);
         GeneratedTraffic traffic = generateTraffic(wanted);
+        tellNotPlaced(traffic.events);
+        input.events = std::move(traffic.events);
         input.lines = std::move(traffic.lines);
         for (const auto& [hexid, fixes] : traffic.truth)
             for (const TrueFix& fix : fixes)
                 input.truth.add(hexid, {fix.time, fix.lat, fix.lon, fix.altFt, fix.speedKt, fix.onGround});
-        input.title =
-            fmt::format("{} generated flights at {}, seed {}", wanted.flights, wanted.airport, wanted.seed);
+        input.title = fmt::format(
+            "{} generated flights{} at {}, seed {}", wanted.flights,
+            wanted.movements > 0 ? fmt::format(" and {} movements an hour", wanted.movements) : "",
+            wanted.airport, wanted.seed);
     } else {
         if (options.rest.size() != 1)
             throw std::runtime_error("one recording, or --generate ICAO (see --help)");
@@ -190,8 +192,8 @@ class Player {
 
 int runReplay(const std::vector<std::string>& arguments) {
     const Options options(arguments,
-                          {"generate", "flights", "airport", "user", "minutes", "range", "liveries", "fleet",
-                           "seed", "fps", "out", "stands", "aircraft"},
+                          {"generate", "flights", "movements", "airport", "user", "minutes", "range",
+                           "liveries", "fleet", "seed", "fps", "out", "stands", "aircraft"},
                           {"help"});
     if (options.has("help")) {
         std::fputs(help, stdout);

@@ -117,6 +117,7 @@ TEST(Generator, HoldsEveryKindOfTrafficAndEachNameOnce) {
             ++shortLines;
             continue;
         }
+        if (fields[2] == "nan") continue;
         types.insert(fields[10]);
         categories.insert(fields[28]);
         if (!fields[9].empty() && fields[9].back() == '_')
