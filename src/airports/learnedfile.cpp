@@ -158,9 +158,7 @@ bool lf_setAside(const std::filesystem::path& path) {
     std::filesystem::path aside = path;
     aside.replace_extension(".0");
     aside += path.extension();
-    std::error_code error;
-    std::filesystem::rename(path, aside, error);
-    return !error;
+    return !plat::moveFile(path, aside);
 }
 
 static void lf_tellSetAside(const std::filesystem::path& path, const std::string& why,

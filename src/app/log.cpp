@@ -15,6 +15,7 @@
 #include <fmt/format.h>
 #include <fstream>
 #include <stdexcept>
+#include <system_error>
 
 static Lock logLock; // one line at a time; each is flushed, so that a crash loses none
 static std::ofstream logStream GUARDED_BY(logLock); // closed: every line is swallowed
@@ -70,9 +71,13 @@ void gf_rotateFile(const std::filesystem::path& path) {
         text.insert(dot, count, '0');
         return path.parent_path() / text;
     };
-    const std::filesystem::path first = withZeros(1), second = withZeros(2);
-    if (std::filesystem::exists(first)) std::filesystem::rename(first, second);
-    if (std::filesystem::exists(path)) std::filesystem::rename(path, first);
+    const auto move = [](const std::filesystem::path& from, const std::filesystem::path& to) {
+        if (!std::filesystem::exists(from)) return;
+        if (const std::error_code error = plat::moveFile(from, to))
+            throw std::filesystem::filesystem_error("cannot rename", from, to, error);
+    };
+    move(withZeros(1), withZeros(2));
+    move(path, withZeros(1));
 }
 
 void gf_showMessage(const std::string& text, bool alsoLog) {

@@ -13,6 +13,10 @@ namespace plat {
 // old content is still there, whole. False, with nothing changed, when any step fails. Never call it in a Tick.
 bool replaceFile(const std::filesystem::path& path, std::string_view text);
 
+// Renames a file over what is there under the new name. Where another program, a virus scanner say, holds one of the two
+// for a moment, that is waited for, at most half a second. Never call it in a Tick.
+std::error_code moveFile(const std::filesystem::path& from, const std::filesystem::path& to);
+
 // The file:// address of a path: blanks, letters beyond ASCII and drive letters percent-encoded or kept as a
 // transfer library wants them.
 std::string fileUrl(const std::filesystem::path& path);

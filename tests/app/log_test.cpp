@@ -30,7 +30,7 @@ TEST_F(AppTest, ALogThatCannotBeWrittenSaysSo) {
         gf_openLog();
         FAIL() << "no exception";
     } catch (const std::runtime_error& e) {
-        EXPECT_STREQ(e.what(), "Failed to write file nowhere/Log.txt");
+        EXPECT_EQ(e.what(), "Failed to write file " + plat::pathText(folders.log));
     }
     gf_buildFolders();
     gf_openLog();

@@ -173,7 +173,7 @@ TEST_F(ClosingTest, AFolderThatCannotBeMadeIsASystemError) {
     lf_startRun();
     EXPECT_EQ(app.runState, RunState::systemError);
     EXPECT_TRUE(app.stopRequested);
-    EXPECT_NE(logText().find("input/my_regcodes"), std::string::npos) << logText();
+    EXPECT_NE(logText().find(plat::pathText(folders.myRegcodes)), std::string::npos) << logText();
     EXPECT_TRUE(std::filesystem::is_directory("airports/learned/thirdparty"));
 }
 
@@ -332,7 +332,8 @@ TEST_F(ProcessTest, TheStartOfARunForgetsTheLiveriesWhenAskedAndScansForAFileTha
 TEST_F(ProcessTest, AnInstallationThatIsNotFoundIsTypedAndMendsTheRun) {
     std::filesystem::rename("config/Microsoft Flight Simulator", "elsewhere");
     constexpr int box = 32788;
-    const std::string typed = plat::pathText(std::filesystem::absolute("elsewhere/Packages/Community"));
+    const std::filesystem::path packages = std::filesystem::absolute("elsewhere/Packages");
+    const std::string typed = plat::pathText(packages / "Community");
     const int code = run([&] {
         EXPECT_TRUE(waitForLog("Error 150: No install path detected, type full path to your Community folder "
                                "above, and press Enter\n",
@@ -344,23 +345,24 @@ TEST_F(ProcessTest, AnInstallationThatIsNotFoundIsTypedAndMendsTheRun) {
         plat::headless::enter(box, typed);
         EXPECT_TRUE(waitForLog("Restarting after 3 seconds", 1));
         EXPECT_TRUE(waitForLog("Waiting for MSFS 2020 ...", 1));
-        EXPECT_EQ(plat::getText(box) + "/Community", typed);
+        EXPECT_EQ(plat::getText(box), plat::pathText(packages));
         plat::headless::close();
     });
     EXPECT_EQ(code, 0);
     EXPECT_FALSE(logged("User closed Velloray")) << "the wait has ended by itself";
     EXPECT_EQ(timesLogged("No UserCfg.opt found?"), 1) << "what is stored is not looked for again";
-    EXPECT_EQ(MSFS_INSTALL_PATH.value() + "/Community", typed);
+    EXPECT_EQ(MSFS_INSTALL_PATH.value(), plat::pathText(packages));
 }
 
 TEST_F(ProcessTest, AStoredCommunityFolderIsStrippedAndAFoundOneStored) {
-    for (const char* stored : {"/x/Community", ""}) {
+    const std::filesystem::path other = "/x";
+    for (const std::string& stored : {plat::pathText(other / "Community"), std::string()}) {
         gf_resetParametersToDefaults();
         gf_readParameters();
         gf_setAndSave(MSFS_INSTALL_PATH, stored);
         lf_readSetup();
-        const std::string expected =
-            *stored ? "/x" : plat::pathText(folder.path / "config/Microsoft Flight Simulator/Packages");
+        const std::string expected = plat::pathText(
+            stored.empty() ? folder.path / "config/Microsoft Flight Simulator/Packages" : other);
         EXPECT_EQ(MSFS_INSTALL_PATH.value(), expected);
         EXPECT_EQ(ALL_INSTALL_PATH.value(), expected);
         gf_resetParametersToDefaults();

@@ -204,6 +204,7 @@ TEST_F(AppTest, SavesXmlWithItsMetaAndMissesWhatItLacks) {
     document.child("meta").remove_child("info");
     gf_testMeta(document);
     EXPECT_TRUE(logged("meta data incorrect?"));
-    EXPECT_FALSE(gf_saveXml(document, "nowhere/store.xml"));
-    EXPECT_TRUE(logged("could not save to \"nowhere/store.xml\""));
+    const auto nowhere = std::filesystem::path("nowhere") / "store.xml";
+    EXPECT_FALSE(gf_saveXml(document, nowhere));
+    EXPECT_TRUE(logged("could not save to \"" + plat::pathText(nowhere) + "\""));
 }

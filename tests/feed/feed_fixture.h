@@ -20,6 +20,7 @@
 class FeedTest : public testing::Test {
   protected:
     FeedTest() {
+        plat::startSockets(); // for the peer of the test, which outlives what the program has started
         folder.enter();
         gf_buildFolders();
         freshState();
@@ -32,6 +33,7 @@ class FeedTest : public testing::Test {
     ~FeedTest() override {
         gf_closeLog();
         freshState();
+        plat::stopSockets();
     }
 
     static void freshState() {

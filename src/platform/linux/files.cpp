@@ -87,6 +87,12 @@ bool replaceFile(const fs::path& path, std::string_view text) {
     return true;
 }
 
+std::error_code moveFile(const fs::path& from, const fs::path& to) {
+    std::error_code failed;
+    fs::rename(from, to, failed);
+    return failed;
+}
+
 std::string fileUrl(const fs::path& path) {
     constexpr std::string_view kept = "-._~/";
     constexpr char digits[] = "0123456789ABCDEF";

@@ -95,20 +95,21 @@ std::wstring wholePath(const fs::path& path) {
 
 std::error_code lastSystemError() { return {static_cast<int>(GetLastError()), std::system_category()}; }
 
+} // namespace
+
 // A virus scanner or an indexer holds a file for a moment after each change of it.
-bool moveOver(const fs::path& from, const fs::path& to) {
+std::error_code moveFile(const fs::path& from, const fs::path& to) {
     constexpr int attempts = 25;
     constexpr DWORD stepMs = 20;
     for (int left = attempts;;) {
         if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
-            return true;
-        const DWORD error = GetLastError();
-        if ((error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED) || --left == 0) return false;
+            return {};
+        const std::error_code error = lastSystemError();
+        const auto number = static_cast<DWORD>(error.value());
+        if ((number != ERROR_SHARING_VIOLATION && number != ERROR_ACCESS_DENIED) || --left == 0) return error;
         Sleep(stepMs);
     }
 }
-
-} // namespace
 
 bool replaceFile(const fs::path& path, std::string_view text) {
     static std::atomic<unsigned> counter; // two threads that replace the same file write beside each other
@@ -133,7 +134,7 @@ bool replaceFile(const fs::path& path, std::string_view text) {
     constexpr DWORD kept = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED;
     const bool written = out.write(text) && out.flushAndClose();
     if (written && exists && (attributes & kept)) SetFileAttributesW(beside.c_str(), attributes & kept);
-    if (written && moveOver(beside, target)) return true;
+    if (written && !moveFile(beside, target)) return true;
     if (out.isOpen()) out.flushAndClose();
     DeleteFileW(beside.c_str());
     return false;

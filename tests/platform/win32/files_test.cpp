@@ -30,15 +30,23 @@ TEST(Files, WaitsForAFileThatIsHeldForAMoment) {
     const test::ScratchFolder scratch;
     const fs::path path = scratch.path / "parameters.xml";
     test::writeFile(path, "old");
-    const HANDLE held = openAlone(path);
-    ASSERT_NE(held, INVALID_HANDLE_VALUE);
-    std::thread holder([held] {
-        plat::sleepMs(100);
-        CloseHandle(held);
-    });
-    EXPECT_TRUE(plat::replaceFile(path, "new"));
-    holder.join();
+    const auto whileHeld = [&path](auto act) {
+        const HANDLE held = openAlone(path);
+        ASSERT_NE(held, INVALID_HANDLE_VALUE);
+        std::thread holder([held] {
+            plat::sleepMs(100);
+            CloseHandle(held);
+        });
+        act();
+        holder.join();
+    };
+    whileHeld([&] { EXPECT_TRUE(plat::replaceFile(path, "new")); });
     EXPECT_EQ(test::readFile(path), "new");
+    EXPECT_EQ(entries(scratch.path), 1u);
+    const fs::path older = scratch.path / "parameters0.xml";
+    test::writeFile(older, "oldest");
+    whileHeld([&] { EXPECT_FALSE(plat::moveFile(path, older)); });
+    EXPECT_EQ(test::readFile(older), "new");
     EXPECT_EQ(entries(scratch.path), 1u);
 }
 

@@ -17,7 +17,12 @@ void setEnvironment(const std::string& name, const char* value) { // an empty va
 
 void useHome(const std::filesystem::path&) {} // the shell's folders are not of the environment
 
-void prepareForRequestToEnd() { AllocConsole(); } // unless there is one
+void prepareForRequestToEnd() { // in a console of its own: others share that of the test program
+    [[maybe_unused]] static const bool once = [] {
+        FreeConsole();
+        return AllocConsole() != 0;
+    }();
+}
 
 void askThisProcessToEnd() { GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0); }
 
