@@ -169,6 +169,7 @@ Flight Day::newFlight(const Fleet& fleet) {
     Flight flight =
         desk.newFlight(*fleet[static_cast<std::size_t>(dice.below(static_cast<int>(fleet.size())))]);
     if (!wishes.faults) return flight;
+    flight.sendsHeading = dice.oneIn(3);
     const int rest = dice.below(3);
     flight.restTrack = rest == 0 ? RestTrack::chance : rest == 1 ? RestTrack::zero : RestTrack::last;
     if (dice.oneIn(2)) flight.driftM = dice.oneIn(6) ? dice.between(10, 20) : dice.between(2, 8);
@@ -463,6 +464,7 @@ bool Day::leaveStand(const Stay& stay, int second, int pauseS, GroundTrack& trac
             turned > 0 ? PushSide::left : PushSide::right; // the course turns the tail's way, backwards
         move.pushEnd = timeOf(track.back().second);
         move.pushHeading = track.back().heading * radToDeg;
+        move.tailFirst = !stay.who.sendsHeading;
     } else {
         const double heading = stand.heading * degToRad;
         track = {{second, at, heading, heading, 0}};

@@ -62,6 +62,7 @@ GeneratorOptions generatorOptions(const Options& options) {
         options.integer("flights", wanted.movements > 0 ? passing : wanted.flights, 0, 5000));
     wanted.seed = static_cast<std::uint32_t>(options.integer("seed", wanted.seed, 0, 4294967295));
     wanted.minutes = options.number("minutes", wanted.minutes, 0.1, 1440);
+    wanted.faults = !options.has("clean");
     wanted.plans = sourceFolder() / "rig" / "airports";
     return wanted;
 }
@@ -95,7 +96,6 @@ static std::vector<TimedLine> generate(const Options& options) {
     const double now = static_cast<double>(plat::utcSeconds());
     wanted.startTime = now - 60 * from;
     wanted.minutes += from;
-    wanted.faults = !options.has("clean");
     GeneratedTraffic traffic = generateTraffic(wanted);
     tellNotPlaced(traffic.events);
     auto& lines = traffic.lines;

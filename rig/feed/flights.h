@@ -22,8 +22,9 @@ struct Flight {
     bool fullReports = false;     // true heading, roll and airspeed while in the air
     // On the ground of an airport with a plan:
     RestTrack restTrack = RestTrack::last;
-    double driftM = 0;                               // how far positions drift while it stands
-    double intervalRate = 1;                         // times the usual seconds between two reports
+    bool sendsHeading = false; // on the ground: where its nose points, not where it goes
+    double driftM = 0;         // how far positions drift while it stands
+    double intervalRate = 1;   // times the usual seconds between two reports
     std::vector<std::pair<double, double>> silences; // seconds since 1970: no reports between
     std::vector<TrueFix> track;
 };

@@ -57,6 +57,8 @@ struct TrueMove {
     PushSide push = PushSide::none;
     double pushEnd = 0;     // it stands behind the push back
     double pushHeading = 0; // of the nose then, true, degrees
+    bool tailFirst =
+        false; // its reports had the course of the push back as their track, not the nose's heading
     bool turnRound = false; // departure: of one that landed before
 };
 

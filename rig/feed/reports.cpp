@@ -18,7 +18,8 @@ Reporter::Reporter(Dice& chance, const KnownAirport& where, double startTime, do
 struct Reporter::Standing {
     double since = 0; // 0: it moves
     double phaseA = 0, phaseB = 0;
-    double track = 0; // degrees
+    double track = 0;                                       // degrees
+    double wanderEast = 0, wanderNorth = 0, wanderTime = 0; // feet, of multilateration on the ground
     void look(const TrueFix& fix) {
         if (fix.speedKt > 0 || !fix.onGround)
             since = 0;
@@ -47,16 +48,29 @@ std::string Reporter::lineOf(const Flight& flight, std::size_t at, Standing& sta
 
     standing.look(fix);
     LatLon place{fix.lat, fix.lon};
-    double track = fix.course, speedKt = fix.speedKt;
-    if (standing.since > 0 && faults) {
-        if (flight.driftM > 0) place = standing.drifted(fix, flight.driftM);
+    double track = fix.onGround && flight.sendsHeading ? fix.heading : fix.course, speedKt = fix.speedKt;
+    if (standing.since > 0 && faults && !flight.sendsHeading) {
         if (flight.restTrack == RestTrack::chance) track = dice.between(0, 359);
         if (flight.restTrack == RestTrack::zero) track = 0;
         if (flight.restTrack == RestTrack::last) track = standing.track;
-        if (flight.driftM > 0 && dice.oneIn(3)) speedKt = dice.between(0, 2);
     }
-    if (flight.multilateration)
+    if (standing.since > 0 && faults && flight.driftM > 0) {
+        place = standing.drifted(fix, flight.driftM);
+        if (dice.oneIn(3)) speedKt = dice.between(0, 2);
+    }
+    if (flight.multilateration && fix.onGround) { // its error changes slowly
+        constexpr double settleS = 20, mostFt = 45;
+        const double stays = std::exp(-(fix.time - standing.wanderTime) / settleS);
+        const auto wander = [&](double& ft) {
+            ft = stays * ft + (1 - stays) * dice.between(-mostFt, mostFt);
+            return ft;
+        };
+        standing.wanderTime = fix.time;
+        const LatLon north = gf_destination(place.lat, place.lon, 0, wander(standing.wanderNorth));
+        place = gf_destination(north.lat, north.lon, pi / 2, wander(standing.wanderEast));
+    } else if (flight.multilateration) {
         place = gf_destination(place.lat, place.lon, dice.between(0, twoPi), dice.between(0, 40)); // feet
+    }
     const bool full = flight.fullReports && !fix.onGround;
     const double roll = std::atan(turn * fix.speedKt * metersPerSecondPerKnot / gravity) * radToDeg;
     const std::string attitude =
@@ -93,7 +107,8 @@ void Reporter::report(const Flight& flight, std::vector<TimedLine>& lines) {
         if (faults && silence != flight.silences.end()) continue;
         lines.push_back({fix.time, lineOf(flight, i, standing)});
         next = fix.time + flight.intervalRate * (fix.onGround ? dice.between(2.5, 5) : dice.between(1.5, 4));
-        if (faults && dice.oneIn(100)) next += dice.between(25, 110);
+        const double gapOneIn = 100 / std::min(1.0, flight.intervalRate); // not more of them for more reports
+        if (faults && dice.oneIn(gapOneIn)) next += dice.between(25, 110);
     }
 }
 

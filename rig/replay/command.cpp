@@ -39,6 +39,7 @@ const char* const help =
     "rig/airports\n"
     "  --user LAT,LON,ALT,HEADING,ground|air   the user's aircraft; default 2 nm off the airport's stands\n"
     "  --minutes M          length; default: the whole recording\n"
+    "  --clean              no gaps, noise, bursts, ghosts and garbage in generated traffic\n"
     "  --range NM           radius of traffic; default: the program chooses\n"
     "  --fleet N            liveries of the installation that the program scans (default 2000)\n"
     "  --liveries FILE      a LiveriesScanned.xml instead\n"
@@ -194,7 +195,7 @@ int runReplay(const std::vector<std::string>& arguments) {
     const Options options(arguments,
                           {"generate", "flights", "movements", "airport", "user", "minutes", "range",
                            "liveries", "fleet", "seed", "fps", "out", "stands", "aircraft"},
-                          {"help"});
+                          {"help", "clean"});
     if (options.has("help")) {
         std::fputs(help, stdout);
         return 0;
@@ -247,9 +248,17 @@ int runReplay(const std::vector<std::string>& arguments) {
 
     const World& world = stage.hub.world;
     const GroundInput groundInput{ground, decisions, player.stands, player.airportCode};
-    const ReportInput reportInput{measure,      groundInput,        player.cost,        player.next,
-                                  stage.digest, world.createdCount, world.refusedCount, world.removedCount,
-                                  input.title};
+    const ReportInput reportInput{measure,
+                                  groundInput,
+                                  player.cost,
+                                  player.next,
+                                  stage.digest,
+                                  world.createdCount,
+                                  world.refusedCount,
+                                  world.removedCount,
+                                  input.title,
+                                  input.events.wanted > 0 ? &input.events : nullptr,
+                                  input.lines.back().time};
     const nlohmann::json report = makeReport(reportInput);
     std::fputs(reportTable(reportInput, report).c_str(), stdout);
     if (!stageOptions.out.empty()) {

@@ -124,6 +124,7 @@ bool FeedTracks::offset(std::uint32_t hexid, double time, double lat, double lon
         result.delayS = time - (a.time + along * (b.time - a.time));
         result.verticalFt = alt - (a.alt + along * (b.alt - a.alt));
         result.speedKt = a.speed + along * (b.speed - a.speed);
+        result.onGround = a.onGround && b.onGround;
     }
     return covered && onTrack;
 }

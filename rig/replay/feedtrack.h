@@ -26,6 +26,7 @@ struct TrackOffset {
     double delayS;     // seconds that it is behind the moment asked for; negative: ahead
     double verticalFt; // height above the track, feet
     double speedKt;    // the feed's speed there
+    bool onGround;     // likewise, before and behind that place
 };
 
 class FeedTracks {

@@ -181,7 +181,7 @@ void addGroundReport(const GroundInput& input, json& report) {
         {"taxi", slipOf(w.taxi)}, {"below_30_kt", slipOf(w.slowTaxi)}, {"to_stand", slipOf(w.toStand)}};
     ground["moves_over_5m"] = w.jumps.size();
     ground["height_error_ft_max"] = w.heightErrorFtMax;
-    ground["parked"] = w.parkedCount;
+    ground["parked"] = w.stood.size();
     ground["events"] = {{"moves_while_parked", eventsOf(w.movesWhileParked)},
                         {"turns_while_parked", eventsOf(w.turnsWhileParked)},
                         {"reversals", eventsOf(w.reversals)},

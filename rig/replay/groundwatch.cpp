@@ -76,6 +76,7 @@ void GroundWatch::changeState(Track& t, const Shown& s, double time) {
         pushBacks[static_cast<std::size_t>(t.push)].ended = gf_flightStateName(s.fs);
         t.pushed = t.push;
         t.pushEnd = s.shape;
+        pushBacks[static_cast<std::size_t>(t.push)].endHeading = s.shape.heading;
         t.push = -1;
     }
     if (t.leg >= 0) {
@@ -92,6 +93,7 @@ void GroundWatch::changeState(Track& t, const Shown& s, double time) {
         t.leg = static_cast<int>(legs.size());
         legs.push_back({time, time, s.hexid, 0, 0});
     }
+    if (s.fs == FlightState::takeOff) takeOffs.push_back({time, s.hexid, s.callsign, ""});
     if (s.fs != FlightState::parked || s.stand.empty()) return;
     if (was == FlightState::parking) {
         Arrival arrival{time, s.hexid, s.callsign, s.stand, -1};
@@ -100,7 +102,8 @@ void GroundWatch::changeState(Track& t, const Shown& s, double time) {
             arrival.fromFeedStopM = metersBetween(lat, lon, s.shape.lat, s.shape.lon);
         arrivals.push_back(std::move(arrival));
     }
-    if (was == FlightState::parking || was == FlightState::birth) ++parkedCount;
+    if (was == FlightState::parking || was == FlightState::birth)
+        stood.push_back({time, s.hexid, s.stand, was == FlightState::parking});
 }
 
 void GroundWatch::watchTick(Track& t, const Shown& s, double time) {

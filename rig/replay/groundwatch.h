@@ -48,6 +48,7 @@ struct PushBack {
     // Between the nose at its end and the way of the next 40 m, degrees; above 90 it was pushed to the wrong side.
     // Negative while it has not driven so far.
     double wayOffNoseDeg = -1;
+    double endHeading = 0; // radians: of the nose at its end
 };
 
 struct TaxiLeg { // from one change of state to the next
@@ -61,6 +62,13 @@ struct Arrival { // at a stand, driving
     std::uint32_t hexid = 0;
     std::string callsign, stand;
     double fromFeedStopM = -1; // from the feed's last place; negative when it has none
+};
+
+struct Stood { // came to stand on a stand, driving there or by appearing
+    double time = 0;
+    std::uint32_t hexid = 0;
+    std::string stand;
+    bool drove = false;
 };
 
 struct Vanish {
@@ -95,10 +103,11 @@ class GroundWatch {
     Slip taxi, toStand; // above 5 km/h; the last metres to a stand apart
     Slip slowTaxi;      // the part of `taxi` below 30 knots: rolls on the runway left out
     double heightErrorFtMax = 0;
-    std::uint64_t parkedCount = 0; // that came to stand on a stand, driving or by appearing there
     std::vector<PushBack> pushBacks;
     std::vector<TaxiLeg> legs;
     std::vector<Arrival> arrivals;
+    std::vector<Stood> stood;
+    std::vector<Event> takeOffs;
     std::vector<Vanish> vanished;
     std::vector<TouchDown> touchDowns;
     std::map<std::uint32_t, std::string> callsigns; // the last of each

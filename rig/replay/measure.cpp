@@ -140,10 +140,23 @@ void Measure::afterTick(double time, double feedTime) {
     }
 }
 
+constexpr double aboveGroundFt = 500; // surely in the air
+
 void Measure::watchFidelity(const LiveAc& ac, const Watched& w, double delayed) {
     const auto hold = [&](const FeedTracks& yardstick, Fidelity& inAir, Fidelity& onGround) {
         TrackOffset offset;
         if (!yardstick.offset(ac.hexid, delayed, ac.lat, ac.lon, ac.alt, offset)) return;
+        constexpr double standingKt = 3;
+        const bool isTruth = &yardstick == &truth;
+        if (isTruth && ac.onGround && !offset.onGround && offset.verticalFt < -aboveGroundFt) {
+            ++leftBehindSeconds;
+            return;
+        }
+        if (isTruth && ac.onGround && offset.speedKt < crawlingKt && offset.speedKt > standingKt) {
+            taxiTruth.acrossM.add(offset.acrossM);
+            taxiTruth.delayS.add(offset.delayS);
+            taxiTruth.verticalFt.add(0);
+        }
         if (ac.onGround && offset.speedKt < crawlingKt) return;
         Fidelity& f = ac.onGround ? onGround : inAir;
         f.acrossM.add(offset.acrossM);

@@ -75,6 +75,8 @@ class Measure {
 
     Fidelity air, ground, airQueueEmpty; // against the feed's tracks
     Fidelity airTruth, groundTruth;      // against the true ones
+    Fidelity taxiTruth;                  // likewise, of those that truly taxi: 3 to 30 knots
+    std::uint64_t leftBehindSeconds = 0; // shown on the ground while they truly fly
     Spread appearS, aliveOverTime, touchdownFpm, tickUs;
     std::uint64_t movesOver5m = 0, movesOver50m = 0;
     double altitudeStepMax = 0, headingRateMax = 0, pitchRateMax = 0,

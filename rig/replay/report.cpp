@@ -89,7 +89,12 @@ json makeReport(const ReportInput& input) {
                           {"ground", fidelityOf(m.ground)},
                           {"air_empty_queue", {{"delay_s", spreadOf(m.airQueueEmpty.delayS)}}}};
     if (!m.truth.empty())
-        report["truth"] = {{"air", fidelityOf(m.airTruth)}, {"ground", fidelityOf(m.groundTruth)}};
+        report["truth"] = {{"air", fidelityOf(m.airTruth)},
+                           {"ground", fidelityOf(m.groundTruth)},
+                           {"taxi", fidelityOf(m.taxiTruth)},
+                           {"left_behind_s", m.leftBehindSeconds}};
+    if (input.events)
+        report["truth"]["events"] = trueEventsReport({*input.events, input.ground.watch, input.endFeedTime});
     report["smooth"] = {{"moves_over_5m", m.movesOver5m},
                         {"moves_over_50m", m.movesOver50m},
                         {"altitude_step_ft_max", m.altitudeStepMax},
@@ -160,6 +165,13 @@ std::string reportTable(const ReportInput& input, const json& report) {
             row("  above or below, ft", spread(f["vertical_ft"]));
         }
     }
+    if (report.contains("truth")) {
+        const json& taxi = report["truth"]["taxi"];
+        row(fmt::format("taxi (true tracks): {} samples", taxi["samples"].get<std::uint64_t>()), "");
+        row("  across the track, m", spread(taxi["across_m"]));
+        row("  behind the feed, s", spread(taxi["delay_s"]));
+        row("on the ground while flying", fmt::format("{} s", report["truth"]["left_behind_s"].get<int>()));
+    }
     row("air, empty queue: behind, s", spread(report["fidelity"]["air_empty_queue"]["delay_s"]));
     const json& s = report["smooth"];
     row("moves beyond speed",
@@ -179,6 +191,7 @@ std::string reportTable(const ReportInput& input, const json& report) {
                         "within {:.2f} ft afterwards",
                         l.time, l.fromGroundFixM, l.sinkFpm, l.wheelErrorFtMax));
     groundTable(report, row);
+    if (input.events) trueEventsTable(report["truth"]["events"], row);
     row("alive twice",
         fmt::format("{} s; ghosts shown {} s", input.measure.duplicateSeconds, input.measure.ghostSeconds));
     row("liveries by step", shares(report["identity"]["steps"]));

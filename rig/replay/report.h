@@ -3,6 +3,7 @@
 
 #include "replay/groundreport.h"
 #include "replay/measure.h"
+#include "replay/trueevents.h"
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -26,6 +27,8 @@ struct ReportInput {
     std::uint64_t digest = 0;
     std::uint64_t created = 0, refused = 0, removed = 0; // by the simulator
     std::string title;                                   // what was played, for the table's head
+    const TrueEvents* events = nullptr;                  // of generated movements; else null
+    double endFeedTime = 0;                              // of the last line
 };
 
 nlohmann::json makeReport(const ReportInput& input);

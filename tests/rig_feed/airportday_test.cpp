@@ -218,3 +218,116 @@ TEST_P(AirportDay, DoesWhatItsEventsSay) {
 }
 
 INSTANTIATE_TEST_SUITE_P(MovementsAnHour, AirportDay, testing::Values(60, 150, 300));
+
+class Habits : public testing::Test {
+  protected:
+    static const GeneratedTraffic& made() {
+        static const GeneratedTraffic all = generateTraffic(day(120, true, 2));
+        return all;
+    }
+    const GeneratedTraffic& traffic = made();
+};
+
+// Reports go on as those of real aircraft do.
+TEST_F(Habits, OfReportsOnTheGroundAreAllThere) {
+    const auto reports = reportsOf(traffic);
+    int drifts = 0, jumpingTracks = 0, tailFirst = 0, noseFirst = 0, silentTurns = 0, renamed = 0;
+    std::map<int, int> intervals; // seconds, of moving ones on the ground
+    for (const auto& [hexid, list] : reports) {
+        const auto truth = traffic.truth.find(hexid);
+        if (truth == traffic.truth.end()) continue;
+        double farthest = 0, tracksAtRest = 0, lastTrack = -1;
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            const Report& report = list[i];
+            const TrueFix* fix = fixAt(truth->second, report.time);
+            if (!fix || !report.onGround) continue;
+            if (fix->speedKt == 0) {
+                TrueFix seen = *fix;
+                seen.lat = report.lat;
+                seen.lon = report.lon;
+                farthest = std::max(farthest, meters(seen, *fix));
+                if (lastTrack >= 0 && std::fabs(report.track - lastTrack) > 20) ++tracksAtRest;
+                lastTrack = report.track;
+            } else if (std::fabs(gf_headingDiff(fix->heading * degToRad, fix->course * degToRad)) > 3) {
+                const double off =
+                    std::fabs(gf_headingDiff(report.track * degToRad, fix->heading * degToRad));
+                ++(off > pi / 2 ? tailFirst : noseFirst);
+            }
+            if (i == 0 || !list[i - 1].onGround) continue;
+            const double gap = report.time - list[i - 1].time;
+            if (fix->speedKt > 0) ++intervals[static_cast<int>(std::min(gap, 16.0))];
+            // Silent over a turn each way or two turns, and driving on both sides of the silence.
+            const TrueFix* before = fixAt(truth->second, list[i - 1].time);
+            if (gap < 20 || gap > 300 || !before || before->speedKt < 2 || fix->speedKt < 2) continue;
+            double turned = 0;
+            for (double t = list[i - 1].time; t + 1 <= report.time; t += 1) {
+                const TrueFix *a = fixAt(truth->second, t), *b = fixAt(truth->second, t + 1);
+                if (a && b) turned += std::fabs(gf_headingDiff(a->heading * degToRad, b->heading * degToRad));
+            }
+            if (turned > 2.5) ++silentTurns;
+        }
+        drifts += farthest > 3 && farthest < 60;
+        jumpingTracks += tracksAtRest > 20;
+        for (std::size_t i = 1; i < list.size(); ++i)
+            if (list[i].callsign != list[i - 1].callsign && list[i].callsign != "null" &&
+                list[i - 1].callsign != "null" && list[i].onGround && list[i].time - list[i - 1].time < 30) {
+                ++renamed;
+                EXPECT_EQ(fixAt(truth->second, list[i].time)->speedKt, 0);
+            }
+    }
+    EXPECT_GE(drifts, 10);
+    EXPECT_GE(jumpingTracks, 5);
+    EXPECT_GE(tailFirst, 100);
+    EXPECT_GE(noseFirst, 50);
+    EXPECT_GE(silentTurns, 2);
+    EXPECT_GE(renamed, 1);
+    EXPECT_GT(intervals[1] + intervals[2], 100);
+    EXPECT_GT(intervals[4], 100);
+    EXPECT_GT(intervals[9] + intervals[10] + intervals[11] + intervals[12], 20);
+}
+
+TEST_F(Habits, GhostsStandWhereNobodyIsAndStraysAreShort) {
+    const auto reports = reportsOf(traffic);
+    int atStands = 0, strays = 0, marked = 0;
+    for (const TrueMove& move : traffic.events.moves) {
+        if (move.kind != MoveKind::ghost) continue;
+        const auto found = reports.find(move.hexid);
+        if (found == reports.end()) continue;
+        marked += !move.callsign.empty() && move.callsign.back() == '_';
+        if (move.to.empty()) {
+            ++strays;
+            EXPECT_LE(found->second.size(), 25u);
+            continue;
+        }
+        ++atStands;
+        // Whose stand that was has left it.
+        EXPECT_TRUE(
+            std::any_of(traffic.events.moves.begin(), traffic.events.moves.end(), [&](const TrueMove& other) {
+                return other.kind == MoveKind::departure && other.from == move.from &&
+                       other.start <= move.start && move.start < other.start + 60;
+            }));
+    }
+    EXPECT_GE(atStands, 2);
+    EXPECT_GE(strays, 2);
+    EXPECT_GE(marked, 1);
+}
+
+TEST(AirportDays, AreTheSameForTheSameSeedOnly) {
+    const auto text = [](std::uint32_t seed) {
+        GeneratorOptions options = day(60, true, seed);
+        options.minutes = 10;
+        std::string all;
+        for (const TimedLine& line : generateTraffic(options).lines) all += line.line + '\n';
+        return all;
+    };
+    const std::string first = text(3);
+    EXPECT_GT(first.size(), 100'000u);
+    EXPECT_EQ(first, text(3));
+    EXPECT_NE(first, text(4));
+}
+
+TEST(AirportDays, NeedAGroundPlan) {
+    GeneratorOptions options = day(60, true);
+    options.airport = "EGLL";
+    EXPECT_THROW(generateTraffic(options), std::runtime_error);
+}

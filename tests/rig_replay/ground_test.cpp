@@ -63,7 +63,7 @@ TEST(GroundWatch, CountsAParkedAircraftThatIsMovedAndOneThatIsTurnedOnce) {
     scene.rest(3);
     EXPECT_EQ(1u, scene.watch.movesWhileParked.size());
     EXPECT_EQ(1u, scene.watch.turnsWhileParked.size());
-    EXPECT_EQ(1u, scene.watch.parkedCount);
+    EXPECT_EQ(1u, scene.watch.stood.size());
     scene.shown[0].fs = FlightState::taxi; // what moves now is not parked
     scene.play(2, [&](double t) { scene.shown[0].shape = shapeAt(0, 2 + 3 * t, 91); });
     EXPECT_EQ(1u, scene.watch.movesWhileParked.size());

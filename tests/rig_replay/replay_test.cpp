@@ -183,12 +183,38 @@ TEST(Replay, AirportsOfTablesAreChosenAndTheGroundIsMeasured) {
     EXPECT_FALSE(std::filesystem::exists("ground/aircraft-401642.html"));
 }
 
+// Without faults of the feed the program cannot miss what truly happens.
+TEST(Replay, GeneratedMovementsAreHeldAgainstWhatTheyTrulyDid) {
+    const auto report =
+        replay("--generate KIAD --movements 80 --flights 3 --minutes 22 --clean --airport KIAD", "day");
+    ASSERT_TRUE(report.is_object());
+    const auto& events = report["truth"]["events"];
+    const auto number = [&](const char* part, const char* name) { return events[part][name].get<int>(); };
+    EXPECT_GE(number("landings", "true"), 4);
+    EXPECT_EQ(number("landings", "true"), number("landings", "on_its_stand"));
+    EXPECT_GE(number("pushbacks", "true"), 4);
+    EXPECT_EQ(number("pushbacks", "true"), number("pushbacks", "shown"));
+    EXPECT_EQ(0, number("pushbacks", "without_a_true_one"));
+    EXPECT_EQ(number("pushbacks", "shown"), number("pushbacks", "right_side") +
+                                                number("pushbacks", "straight") +
+                                                number("pushbacks", "wrong_side"));
+    EXPECT_GE(number("takeoffs", "true"), 2);
+    EXPECT_EQ(number("takeoffs", "true"), number("takeoffs", "shown"));
+    EXPECT_EQ(0, number("ghosts", "true"));
+    EXPECT_EQ(0, events["movements_not_placed"].get<int>());
+    EXPECT_EQ(0, report["ground"]["moves_while_parked"].get<int>());
+    EXPECT_EQ(0, report["ground"]["removals_unexplained"].get<int>());
+    EXPECT_GE(report["truth"]["taxi"]["samples"].get<int>(), 500);
+    EXPECT_LE(report["truth"]["taxi"]["across_m"]["median"].get<double>(), 2);
+}
+
 TEST(Replay, RefusesBadInputWithOneLine) {
     for (const char* arguments :
          {"", "no-such-file --airport EGLL", "--generate EGLL", "--generate EGLL --airport XXXX",
           "--generate EGLL --airport EGLL --user 1,2,3",
           "--generate EGLL --airport EGLL --stands no-such-folder",
-          "--generate EGLL --airport EGLL --aircraft VLG1AB", "--generate EGLL --airport EGLL --fps x"}) {
+          "--generate EGLL --airport EGLL --aircraft VLG1AB", "--generate EGLL --airport EGLL --fps x",
+          "--generate EGLL --airport EGLL --movements 60"}) {
         const int status =
             std::system(fmt::format("{} replay {} 2> error.txt", VELLORAY_RIG, arguments).c_str());
         EXPECT_NE(0, status) << arguments;

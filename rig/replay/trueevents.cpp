@@ -1,0 +1,209 @@
+// Holds true events against what was shown. An event is shown `feedDelayS` after it is true, within a slack for reports
+// that are missing.
+
+#include "replay/trueevents.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <map>
+
+namespace rig {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr double lateS = 180;  // an event may be shown so much before or after its time
+constexpr double leadInS = 60; // aircraft that are just being found at the beginning do not count
+constexpr double leadOutS = 60;
+
+class Comparison {
+  public:
+    explicit Comparison(const TrueEventsInput& all) : in(all) {}
+    json result();
+
+  private:
+    double shownTime(double trueTime) const { // replay seconds
+        return trueTime - in.watch.startFeedTime + in.watch.feedDelayS;
+    }
+    bool counts(const TrueMove& move) const {
+        return shownTime(move.start) > firstShownS + leadInS && move.end < in.endFeedTime - leadOutS;
+    }
+    double leavesAgain(const TrueMove& after) const; // true time; huge when it stays
+    template <typename List> auto shown(const List& list, std::uint32_t hexid, double trueTime) const {
+        return std::find_if(list.begin(), list.end(), [&](const auto& e) {
+            return e.hexid == hexid && std::fabs(e.time - shownTime(trueTime)) < lateS;
+        });
+    }
+    void parking(const TrueMove& move, json& part, const char* kind);
+    void push(const TrueMove& move, json& part);
+    void ghost(const TrueMove& move, json& part);
+
+    static constexpr double firstShownS = 50; // replay seconds: lead and delay
+    const TrueEventsInput& in;
+    std::size_t pushesFound = 0;
+};
+
+double Comparison::leavesAgain(const TrueMove& after) const {
+    for (const TrueMove& move : in.events.moves)
+        if (move.hexid == after.hexid && move.start > after.start) return move.start;
+    return std::numeric_limits<double>::max();
+}
+
+// Where it stood on a stand between the end of the way and the next departure.
+void Comparison::parking(const TrueMove& move, json& part, const char* kind) {
+    const double from = shownTime(move.start), to = shownTime(leavesAgain(move));
+    std::string outcome = "not_parked", stand;
+    for (const Stood& stood : in.watch.stood) {
+        if (stood.hexid != move.hexid || stood.time <= from || stood.time >= to) continue;
+        stand = stood.stand;
+        outcome = stood.stand != move.to ? "on_another_stand"
+                  : stood.drove          ? "on_its_stand"
+                                         : "appeared_on_its_stand";
+        if (stood.stand == move.to) break;
+    }
+    const auto isIts = [&](const Vanish& v) { return v.hexid == move.hexid && v.time > from && v.time < to; };
+    if (outcome == "not_parked" && kind == std::string_view("landings") &&
+        shown(in.watch.touchDowns, move.hexid, move.start) == in.watch.touchDowns.end() &&
+        std::none_of(in.watch.vanished.begin(), in.watch.vanished.end(), isIts))
+        outcome = "not_shown";
+    part[outcome] = part[outcome].get<int>() + 1;
+    if (outcome != "on_its_stand")
+        part["list"].push_back({{"callsign", move.callsign},
+                                {"hexid", move.hexid},
+                                {"feed_time", move.start},
+                                {"true_stand", move.to},
+                                {"stand", stand},
+                                {"outcome", outcome}});
+}
+
+void Comparison::push(const TrueMove& move, json& part) {
+    const auto found =
+        std::find_if(in.watch.pushBacks.begin(), in.watch.pushBacks.end(), [&](const PushBack& p) {
+            constexpr double shownM = 5;
+            return p.hexid == move.hexid && p.movedM >= shownM &&
+                   std::fabs(p.time - shownTime(move.start)) < lateS;
+        });
+    const auto add = [&](const char* name) { part[name] = part[name].get<int>() + 1; };
+    std::string outcome = "not_shown";
+    if (found != in.watch.pushBacks.end()) {
+        ++pushesFound;
+        const double off =
+            std::fabs(gf_headingDiff(found->endHeading, move.pushHeading * degToRad)) * radToDeg;
+        constexpr double asMeantDeg = 45, wrongDeg = 135;
+        add("shown");
+        outcome = off < asMeantDeg ? "right_side" : off < wrongDeg ? "straight" : "wrong_side";
+    }
+    add(outcome.c_str());
+    if (outcome == "wrong_side" && move.tailFirst) add("wrong_side_tail_first");
+    if (outcome != "right_side")
+        part["list"].push_back({{"callsign", move.callsign},
+                                {"hexid", move.hexid},
+                                {"feed_time", move.start},
+                                {"stand", move.from},
+                                {"outcome", outcome}});
+}
+
+void Comparison::ghost(const TrueMove& move, json& part) {
+    double seconds = 0;
+    for (const Vanish& v : in.watch.vanished)
+        if (v.hexid == move.hexid) seconds += v.shownS;
+    part["true"] = part["true"].get<int>() + 1;
+    if (seconds == 0) return;
+    part["shown"] = part["shown"].get<int>() + 1;
+    part["shown_s"] = part["shown_s"].get<double>() + seconds;
+}
+
+json Comparison::result() {
+    const json parked = {{"true", 0},
+                         {"on_its_stand", 0},
+                         {"appeared_on_its_stand", 0},
+                         {"not_parked", 0},
+                         {"on_another_stand", 0},
+                         {"not_shown", 0},
+                         {"list", json::array()}};
+    json landings = parked, tows = parked;
+    json pushes = {{"true", 0},      {"shown", 0},           {"right_side", 0},
+                   {"straight", 0},  {"wrong_side", 0},      {"wrong_side_tail_first", 0},
+                   {"not_shown", 0}, {"list", json::array()}};
+    json takeOffs = {{"true", 0}, {"shown", 0}};
+    json ghosts = {{"true", 0}, {"shown", 0}, {"shown_s", 0.0}};
+    const auto count = [](json& part) { part["true"] = part["true"].get<int>() + 1; };
+    int turnRounds = 0;
+    for (const TrueMove& move : in.events.moves) {
+        if (!counts(move)) continue;
+        switch (move.kind) {
+        case MoveKind::landing:
+            count(landings);
+            parking(move, landings, "landings");
+            break;
+        case MoveKind::tow:
+            count(tows);
+            parking(move, tows, "tows");
+            break;
+        case MoveKind::ghost: ghost(move, ghosts); break;
+        case MoveKind::departure:
+            turnRounds += move.turnRound;
+            count(takeOffs);
+            if (shown(in.watch.takeOffs, move.hexid, move.end) != in.watch.takeOffs.end())
+                takeOffs["shown"] = takeOffs["shown"].get<int>() + 1;
+            break;
+        }
+        if (move.push == PushSide::none) continue;
+        count(pushes);
+        push(move, pushes);
+    }
+    int extra = 0; // at no time near a true one
+    for (const PushBack& p : in.watch.pushBacks) {
+        constexpr double shownM = 5;
+        const bool meant =
+            std::any_of(in.events.moves.begin(), in.events.moves.end(), [&](const TrueMove& move) {
+                return move.hexid == p.hexid && move.push != PushSide::none &&
+                       std::fabs(p.time - shownTime(move.start)) < lateS;
+            });
+        if (!meant && p.movedM >= shownM) ++extra;
+    }
+    pushes["without_a_true_one"] = extra;
+    return {{"landings", landings},
+            {"tows", tows},
+            {"pushbacks", pushes},
+            {"takeoffs", takeOffs},
+            {"ghosts", ghosts},
+            {"turn_rounds", turnRounds},
+            {"movements_wanted", in.events.wanted},
+            {"movements_not_placed", in.events.notPlaced()}};
+}
+
+} // namespace
+
+json trueEventsReport(const TrueEventsInput& input) { return Comparison(input).result(); }
+
+void trueEventsTable(const json& part,
+                     const std::function<void(std::string_view name, const std::string& text)>& row) {
+    const auto number = [](const json& from, const char* name) { return from[name].get<int>(); };
+    for (const char* kind : {"landings", "tows"}) {
+        const json& p = part[kind];
+        row(fmt::format("true {}", kind),
+            fmt::format(
+                "{}: {} parked on their stand, {} appeared there, {} on another, {} not parked, {} not shown",
+                number(p, "true"), number(p, "on_its_stand"), number(p, "appeared_on_its_stand"),
+                number(p, "on_another_stand"), number(p, "not_parked"), number(p, "not_shown")));
+    }
+    const json& pushes = part["pushbacks"];
+    row("true push backs",
+        fmt::format("{}: {} shown, {} to their side, {} straight, {} to the wrong side ({} of them reported "
+                    "tail first); {} shown without a true one",
+                    number(pushes, "true"), number(pushes, "shown"), number(pushes, "right_side"),
+                    number(pushes, "straight"), number(pushes, "wrong_side"),
+                    number(pushes, "wrong_side_tail_first"), number(pushes, "without_a_true_one")));
+    row("true take-offs", fmt::format("{}: {} shown; {} after a turn-round", number(part["takeoffs"], "true"),
+                                      number(part["takeoffs"], "shown"), number(part, "turn_rounds")));
+    row("true ghosts", fmt::format("{}: {} shown, {:.0f} s", number(part["ghosts"], "true"),
+                                   number(part["ghosts"], "shown"), part["ghosts"]["shown_s"].get<double>()));
+}
+
+} // namespace rig
