@@ -2,13 +2,13 @@
 # Starts the stand-ins and the program at an airport with traffic and shows them working.
 # usage: demo.sh BUILD_FOLDER [--seconds N] [--check]
 #   --seconds N  ends by itself after N seconds (default: runs until Ctrl-C)
-#   --check      fails unless enough aircraft fly and the log ends in order
+#   --check      fails unless aircraft fly, taxi and stand on stands, and the log ends in order
 set -euo pipefail
 build=$(cd "$1" && pwd)
 shift
 root=$(cd "$(dirname "$0")/.." && pwd)
 seconds=0 check=no
-wanted_aircraft=20 # what --check asks for, of at least 60 seconds
+wanted_aircraft=20 wanted_stands=3 # what --check asks for, of at least 60 seconds
 while [ $# -gt 0 ]; do
     case "$1" in
         --seconds) seconds=$2 && shift 2 ;;
@@ -70,13 +70,13 @@ mkdir -p "$XDG_CONFIG_HOME/Velloray" # a wider circle than the program would cho
 cat >"$XDG_CONFIG_HOME/Velloray/parameters.xml" <<'XML'
 <parameters>
   <parameter name="AUTO_RANGE" value="false"/>
-  <parameter name="LATERAL_RANGE" value="60"/>
+  <parameter name="LATERAL_RANGE" value="30"/>
 </parameters>
 XML
 
 # The simulator, and how the program finds it.
 start simulator.log stdbuf -oL "$build/rig" simulator --edition 2020 --port 0 --http 0 --ready-file "$place/ready" \
-    --user 51.4706,-0.4619,83,90,ground --titles "$home/titles.txt" \
+    --user 38.9526,-77.4513,312,180,ground --stands "$root/rig/airports/KIAD.csv" --titles "$home/titles.txt" \
     --utc "$(date +%s)" --journal "$place/journal"
 wait_for 10 test -s "$place/ready" || { echo "demo: the simulator does not start" >&2 && exit 1; }
 sim_port=$(sed 's/.*://' "$place/ready")
@@ -87,7 +87,7 @@ printf '[SimConnect]\nProtocol=IPv4\nAddress=127.0.0.1\nPort=%s\nDisableNagle=1\
 (cd "$program" && exec ./velloray) >"$place/program.log" 2>&1 &
 program_pid=$!
 pids+=("$program_pid")
-start feed.log "$build/rig" feed --generate EGLL --flights 400 --minutes 90 --from 10 --seed 1 --now --control 10747
+start feed.log "$build/rig" feed --generate KIAD --movements 120 --flights 120 --minutes 90 --from 10 --seed 1 --control 10747
 started=$SECONDS
 echo "The map of the simulator's world: $map"
 [ "$virtual" = no ] || echo "The program's window is on the virtual screen $DISPLAY; its picture comes at the end."
@@ -112,8 +112,11 @@ timeout 30 chromium --headless --no-sandbox --disable-gpu --disable-quic --no-fi
     --virtual-time-budget=4000 --screenshot="$place/map.png" "$map" >"$place/chromium.log" 2>&1 || true
 # One object a line; the first is the user's aircraft.
 objects() { sed 's/"user":.*//; s/},{/}\n{/g' "$world" | grep '"tail"' || true; }
-flying=$(objects | wc -l)
-echo "After $seconds seconds $flying aircraft fly in the simulator:"
+total=$(objects | wc -l)
+flying=$(objects | grep -c '"on_ground":false' || true)
+standing=$(objects | grep -c '"stand":"[^"]' || true)
+moving=$(objects | grep '"on_ground":true' | grep -vc '"ground_speed_kt":[-0]*0\.[0-9]*' || true)
+echo "After $seconds seconds there are $total aircraft in the simulator; $flying fly, $moving roll, $standing stand on stands:"
 objects | sed -n 's/.*"tail":"\([^"]*\)".*"title":"\([^"]*\)".*/\1  \2/p' | sort | head -n 60 | column -c 120 || true
 xdotool windowclose "$window" 2>/dev/null || true
 kill -TERM "$program_pid" 2>/dev/null || true
@@ -122,7 +125,10 @@ echo "Pictures and logs: build/demo/window.png, build/demo/map.png, build/demo/p
 
 if [ "$check" = yes ]; then
     fail() { echo "demo: $1" >&2 && exit 1; }
-    [ "$flying" -ge "$wanted_aircraft" ] || fail "only $flying aircraft fly, $wanted_aircraft were expected"
+    [ "$total" -ge "$wanted_aircraft" ] || fail "there are only $total aircraft, $wanted_aircraft were expected"
+    [ "$flying" -gt 0 ] || fail "no aircraft flies"
+    [ "$moving" -gt 0 ] || fail "no aircraft moves on the ground"
+    [ "$standing" -ge "$wanted_stands" ] || fail "only $standing aircraft stand on stands, $wanted_stands were expected"
     [ -s "$place/window.png" ] || fail "no picture of the window"
     [ -s "$place/map.png" ] || fail "no picture of the map page"
     grep -q ' liveries scan ends ' "$program/Log.txt" || fail "no liveries were scanned"

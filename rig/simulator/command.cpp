@@ -1,10 +1,12 @@
 // rig simulator: options, start and end of the stand-in.
 
+#include "files.h"
 #include "options.h"
 #include "platform/clock.h"
 #include "platform/files.h"
 #include "platform/process.h"
 #include "rig.h"
+#include "simulator/page.h"
 #include "simulator/server.h"
 #include "simulator/web.h"
 
@@ -37,6 +39,7 @@ A simulator that speaks SimConnect over TCP on loopback.
   --creation-delay MIN,MAX  seconds that a creation takes (0.2,1.0)
   --gaps                    leave out object numbers
   --seed N                  of the delays and gaps (1)
+  --stands TABLE            stands of airports, for the map page and /world.json
   --http PORT               map page, /world.json, /journal, POST /script; 0: any free port
   --script FILE             lines of: second verb
   --journal FILE            what the clients did, as it happens
@@ -126,6 +129,15 @@ static Script scriptOf(const Options& options) {
     return parseScript({std::istreambuf_iterator<char>(in), {}});
 }
 
+static std::vector<StandRow> standsOf(const Options& options) {
+    std::vector<StandRow> stands;
+    if (!options.has("stands")) return stands;
+    for (const StandTable& airport :
+         readStandTables(options.path("stands"), sourceFolder() / "install/input").airports)
+        stands.insert(stands.end(), airport.stands.begin(), airport.stands.end());
+    return stands;
+}
+
 static std::unique_ptr<WebServer> webOf(const Options& options, SimServer& server) {
     if (!options.has("http")) return nullptr;
     const auto locked = [&server](auto answer) {
@@ -134,11 +146,13 @@ static std::unique_ptr<WebServer> webOf(const Options& options, SimServer& serve
             return answer();
         };
     };
+    const auto stands = std::make_shared<const std::vector<StandRow>>(standsOf(options));
     constexpr std::int64_t lastPort = 65535;
     auto web = std::make_unique<WebServer>(
         static_cast<std::uint16_t>(options.integer("http", 0, 0, lastPort)),
-        WebServer::Answers{locked([&server] { return worldJson(server.hub); }),
+        WebServer::Answers{locked([&server, stands] { return worldJson(server.hub, *stands); }),
                            locked([&server] { return tracksJson(server.tracks); }),
+                           [stands] { return standsJson(*stands); },
                            locked([&server] { return journalText(server.hub); }),
                            [&server](const std::string& line) -> std::string {
                                const LockGuard guard(server.hubLock);
@@ -177,7 +191,8 @@ static std::string summary(const World& world, const SimHub& hub) {
 int runSimulator(const std::vector<std::string>& arguments) {
     const Options options(arguments,
                           {"edition", "port", "ready-file", "user", "title", "model", "titles", "ground",
-                           "utc", "fps", "creation-delay", "seed", "http", "script", "journal", "seconds"},
+                           "utc", "fps", "creation-delay", "seed", "http", "stands", "script", "journal",
+                           "seconds"},
                           {"gaps", "help"});
     if (options.has("help")) {
         std::printf("%s%s", help, simulatorVerbs);

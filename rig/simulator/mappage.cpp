@@ -46,7 +46,7 @@ i.l { display:inline-block; width:8px; height:8px; border-radius:50%; margin-rig
 <script>
 "use strict";
 const c = document.getElementById("c"), g = c.getContext("2d"), $ = id => document.getElementById(id);
-let world = null, tracks = new Map(), selected = 0, fitted = false, touched = false, fault = "";
+let world = null, stands = [], tracks = new Map(), selected = 0, fitted = false, touched = false, fault = "";
 const view = { lat: 0, lon: 0, ppn: 20 };                 // centre, pixels per nautical mile
 const LIGHTS = [["nav","#58d68d"],["beacon","#ff5252"],["landing","#fff3b0"],["taxi","#ffd166"],["strobe","#ffffff"],["logo","#9fb8ff"],["cabin","#f6a5ff"]];
 const cosLat = () => Math.max(0.05, Math.cos(view.lat * Math.PI / 180));
@@ -95,6 +95,23 @@ function grid() {
   }
 }
 
+// Circles with a line where the nose points; the names of the free ones when there is room.
+function drawStands() {
+  const taken = new Set([world.user, ...world.objects].map(o => o.stand));
+  g.lineWidth = 1; g.textAlign = "center";
+  for (const s of stands) {
+    const [x, y] = xy(s.lat, s.lon), r = s.radius_m / 1852 * view.ppn, a = s.heading_deg * Math.PI / 180;
+    if (r < 1.2 || x < -r || y < -r || x > c.clientWidth + r || y > c.clientHeight + r) continue;
+    const full = taken.has(s.id);
+    g.beginPath(); g.arc(x, y, r, 0, 7);
+    if (full) { g.fillStyle = "#8bd17c2e"; g.fill(); }
+    g.strokeStyle = full ? "#8bd17c" : "#4a5a6a"; g.stroke();
+    g.beginPath(); g.moveTo(x + r * 0.6 * Math.sin(a), y - r * 0.6 * Math.cos(a)); g.lineTo(x + r * Math.sin(a), y - r * Math.cos(a)); g.stroke();
+    if (r > 9) { g.font = "9px sans-serif"; g.fillStyle = full ? "#8bd17c" : "#5d6e80"; g.fillText(s.id, x, full ? y + r + 9 : y + 3); }
+  }
+  g.textAlign = "left";
+}
+
 function scaleBar() {
   const lengths = [0.01, 0.02, 0.05, 0.1, 0.2, 0.5, 1, 2, 5, 10, 20, 50, 100, 200];
   const nm = lengths.find(n => n * view.ppn >= 70) || 500, w = nm * view.ppn, x = c.clientWidth - w - 20, y = c.clientHeight - 26;
@@ -121,7 +138,7 @@ function labels(list) {
     const [x, y] = xy(o.lat, o.lon);
     if (x < -50 || y < -50 || x > c.clientWidth + 50 || y > c.clientHeight + 50) continue;
     const name = o.id === 1 ? "YOU " + o.tail : o.tail || "#" + o.id;
-    const what = (o.on_ground ? "ground" : num(o.altitude_ft) + " ft") + "  " + num(o.ground_speed_kt) + " kt";
+    const what = (o.stand ? "on " + o.stand : o.on_ground ? "ground" : num(o.altitude_ft) + " ft") + "  " + num(o.ground_speed_kt) + " kt";
     const title = o.title.length > 26 ? o.title.slice(0, 25) + "\u2026" : o.title;
     for (const lines of [[name, what, title], [name, what], [name]]) {
       g.font = "600 11px sans-serif";
@@ -152,6 +169,7 @@ function draw() {
   if (!world) { g.fillStyle = "#7f90a3"; g.font = "14px sans-serif"; g.fillText(fault || "waiting for the simulator \u2026", 20, 50); return; }
   const follow = [world.user, ...world.objects].find(o => o.id === selected);
   if (follow && !touched) { view.lat = follow.lat; view.lon = follow.lon; }
+  drawStands();
   const list = [world.user, ...world.objects];
   g.lineWidth = 1.4; g.lineJoin = "round";
   for (const o of list) {
@@ -186,7 +204,7 @@ function panel() {
   const frozen = o => free(o) ? `<span class="w">${["position","altitude","attitude"].map(p => o.frozen[p] ? p.slice(0, 3) : "\u2013").join(" ")}</span>` : "all";
   $("rows").innerHTML = [...world.objects].sort((a, b) => nmBetween(u, a) - nmBetween(u, b)).map(o =>
     `<tr data-id="${o.id}" class="${o.id === selected ? "sel" : ""}"><td><b style="color:${colour(o)}">${esc(o.tail || "#" + o.id)}</b></td><td class="t" title="${esc(o.title)}">${esc(o.title)}</td>` +
-    `<td class="n">${o.on_ground ? '<span class="g">ground</span>' : num(o.altitude_ft)}</td><td class="n">${num(o.ground_speed_kt)}</td>` +
+    `<td class="n">${o.on_ground ? `<span class="g">${o.stand ? "on " + esc(o.stand) : "ground"}</span>` : num(o.altitude_ft)}</td><td class="n">${num(o.ground_speed_kt)}</td>` +
     `<td>${LIGHTS.map(([n, k]) => `<i class="l" title="${n}"${o.lights[n] ? ` style="background:${k}"` : ""}></i>`).join("")}</td>` +
     `<td>${o.gear_down ? "down" : "up"}</td><td class="n">${num(o.flaps_pct)}%</td><td>${frozen(o)}</td></tr>`).join("");
 }
@@ -194,6 +212,7 @@ function panel() {
 async function refresh() {
   try {
     const next = await (await fetch("world.json")).json();
+    if (!world) stands = await (await fetch("stands.json")).json();
     if (!world) for (const [id, way] of Object.entries(await (await fetch("tracks.json")).json())) tracks.set(Number(id), way);
     world = next; fault = "";
     const alive = new Set([1, ...world.objects.map(o => o.id)]);

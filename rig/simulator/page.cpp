@@ -26,7 +26,23 @@ void Tracks::note(const World& world) {
 
 static double rounded(double value, double step) { return std::round(value / step) * step; }
 
-static nlohmann::json objectJson(const World& world, const SimObject& o) {
+// The stand on which it stands; "" for none.
+static std::string standOf(const World& world, const SimObject& o, const std::vector<StandRow>& stands) {
+    constexpr double stillKt = 0.5, nearNm = 15 / metersPerNm;
+    if (!world.onGround(o) || o.groundSpeed > stillKt) return "";
+    const StandRow* best = nullptr;
+    double bestNm = nearNm;
+    for (const StandRow& stand : stands) {
+        const double nm = gf_distanceNm(o.lat, o.lon, stand.lat, stand.lon);
+        if (nm >= bestNm) continue;
+        best = &stand;
+        bestNm = nm;
+    }
+    return best ? best->id : "";
+}
+
+static nlohmann::json objectJson(const World& world, const SimObject& o,
+                                 const std::vector<StandRow>& stands) {
     constexpr double degreeStep = 1e-7, angleStep = 0.01, plainStep = 0.1;
     return {
         {"id", o.id},
@@ -38,6 +54,7 @@ static nlohmann::json objectJson(const World& world, const SimObject& o) {
         {"altitude_ft", rounded(o.alt, plainStep)},
         {"height_ft", rounded(world.heightFt(o), plainStep)},
         {"on_ground", world.onGround(o)},
+        {"stand", standOf(world, o, stands)},
         {"ground_speed_kt", rounded(o.groundSpeed, plainStep)},
         {"heading_deg", rounded(o.heading * radToDeg, angleStep)},
         {"pitch_deg", rounded(o.pitch * radToDeg, angleStep)},
@@ -63,12 +80,12 @@ static nlohmann::json objectJson(const World& world, const SimObject& o) {
         {"age_s", rounded(world.elapsed - o.createdAt, plainStep)}};
 }
 
-std::string worldJson(const SimHub& hub) {
+std::string worldJson(const SimHub& hub, const std::vector<StandRow>& stands) {
     const World& world = hub.world;
     nlohmann::json objects = nlohmann::json::array();
     for (const auto& [id, object] : world.objects)
-        if (id != userObjectId) objects.push_back(objectJson(world, object));
-    const nlohmann::json all{{"user", objectJson(world, world.user())},
+        if (id != userObjectId) objects.push_back(objectJson(world, object, stands));
+    const nlohmann::json all{{"user", objectJson(world, world.user(), stands)},
                              {"objects", std::move(objects)},
                              {"counts",
                               {{"created", world.createdCount},
@@ -80,6 +97,17 @@ std::string worldJson(const SimHub& hub) {
                              {"utc", world.utc},
                              {"paused", world.paused},
                              {"running", world.running}};
+    return all.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+std::string standsJson(const std::vector<StandRow>& stands) {
+    nlohmann::json all = nlohmann::json::array();
+    for (const StandRow& stand : stands)
+        all.push_back({{"id", stand.id},
+                       {"lat", stand.lat},
+                       {"lon", stand.lon},
+                       {"heading_deg", stand.heading},
+                       {"radius_m", stand.radiusM}});
     return all.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 

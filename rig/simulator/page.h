@@ -1,12 +1,14 @@
 #pragma once
 // What the stand-in shows of its world: a map page, the world as JSON, and the tracks that the page draws.
 
+#include "refdata/stands.h"
 #include "simulator/session.h"
 
 #include <cstdint>
 #include <deque>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace rig {
 
@@ -20,7 +22,9 @@ struct Tracks {
     double nextAt = 0;                                 // World::elapsed
 };
 
-std::string worldJson(const SimHub& hub); // the user, all objects, counts; UTF-8 whatever the titles hold
+// The user, all objects, counts; UTF-8 whatever the titles hold. An object at rest on a stand has its name.
+std::string worldJson(const SimHub& hub, const std::vector<StandRow>& stands = {});
+std::string standsJson(const std::vector<StandRow>& stands);
 std::string tracksJson(const Tracks& tracks);
 std::string journalText(const SimHub& hub); // a line each
 extern const char* const mapPage;           // HTML, without anything from elsewhere

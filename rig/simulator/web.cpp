@@ -29,6 +29,9 @@ WebServer::WebServer(std::uint16_t port, Answers answers) : inside(std::make_uni
     server.Get("/tracks.json", [tracks = answers.tracks](const Request&, Response& response) {
         response.set_content(tracks(), "application/json");
     });
+    server.Get("/stands.json", [stands = answers.stands](const Request&, Response& response) {
+        response.set_content(stands(), "application/json");
+    });
     server.Get("/journal", [journal = answers.journal](const Request&, Response& response) {
         response.set_content(journal(), "text/plain; charset=utf-8");
     });

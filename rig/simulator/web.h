@@ -12,7 +12,7 @@ class WebServer {
   public:
     // What a request gives; each is called from any thread.
     struct Answers {
-        std::function<std::string()> world, tracks, journal;
+        std::function<std::string()> world, tracks, stands, journal;
         std::function<std::string(const std::string& line)> script; // "": done, else what is wrong
     };
     // port 0: any free one. Throws std::runtime_error when it can't listen.

@@ -77,9 +77,15 @@ TEST(SimServer, ServesTwoClientsAndItsPageAndTellsTheEnd) {
             return answer();
         };
     };
-    rig::WebServer web(0, {locked([&] { return rig::worldJson(hub); }),
+    rig::StandRow stand; // a few metres from the user's aircraft
+    stand.id = "A7";
+    stand.lat = hub.world.user().lat + 0.00005;
+    stand.lon = hub.world.user().lon;
+    rig::WebServer web(0, {locked([&] { return rig::worldJson(hub, {stand}); }),
                            locked([&] { return rig::tracksJson(server.tracks); }),
-                           locked([&] { return rig::journalText(hub); }), [&](const std::string& line) {
+                           [&] { return rig::standsJson({stand}); },
+                           locked([&] { return rig::journalText(hub); }),
+                           [&](const std::string& line) {
                                const LockGuard guard(server.hubLock);
                                try {
                                    rig::tellSimulator(hub, line);
@@ -115,6 +121,9 @@ TEST(SimServer, ServesTwoClientsAndItsPageAndTellsTheEnd) {
             ASSERT_EQ(world["objects"].size(), 1u);
             EXPECT_EQ(world["objects"][0]["tail"], "TCP1");
             EXPECT_EQ(world["objects"][0]["altitude_ft"], 3000);
+            EXPECT_EQ(world["objects"][0]["stand"], "");
+            EXPECT_EQ(world["user"]["stand"], world["user"]["on_ground"] == true ? "A7" : "");
+            EXPECT_THAT(httpRequest(web.port(), "GET /stands.json"), testing::HasSubstr("\"id\":\"A7\""));
             EXPECT_EQ(world["objects"][0]["frozen"]["position"], false);
             EXPECT_EQ(world["clients"], 2);
             EXPECT_EQ(world["counts"]["created"], 1);
