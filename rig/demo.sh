@@ -107,9 +107,14 @@ curl -s "${map}world.json" -o "$world" || true
 if window=$(xdotool search --onlyvisible --name '^Velloray$' 2>/dev/null | head -n 1) && [ -n "$window" ]; then
     import -window "$window" "$place/window.png" 2>/dev/null || true
 fi
-timeout 30 chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-background-networking \
-    --disable-component-update --disable-sync --user-data-dir="$place/chromium" --window-size=1280,900 \
-    --virtual-time-budget=4000 --screenshot="$place/map.png" "$map" >"$place/chromium.log" 2>&1 || true
+map_picture() { # FILE ADDRESS
+    timeout 30 chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run \
+        --disable-background-networking --disable-component-update --disable-sync \
+        --user-data-dir="$place/chromium" --window-size=1280,900 --virtual-time-budget=4000 \
+        --screenshot="$place/$1" "$2" >>"$place/chromium.log" 2>&1 || true
+}
+map_picture map.png "$map"
+map_picture ground.png "$map#ground"
 # One object a line; the first is the user's aircraft.
 objects() { sed 's/"user":.*//; s/},{/}\n{/g' "$world" | grep '"tail"' || true; }
 total=$(objects | wc -l)
@@ -121,7 +126,7 @@ objects | sed -n 's/.*"tail":"\([^"]*\)".*"title":"\([^"]*\)".*/\1  \2/p' | sort
 xdotool windowclose "$window" 2>/dev/null || true
 kill -TERM "$program_pid" 2>/dev/null || true
 wait_for 20 sh -c "! kill -0 $program_pid" || echo "The program did not end within 20 seconds."
-echo "Pictures and logs: build/demo/window.png, build/demo/map.png, build/demo/program folder/Log.txt"
+echo "Pictures and logs: build/demo/window.png, build/demo/map.png, build/demo/ground.png, build/demo/program folder/Log.txt"
 
 if [ "$check" = yes ]; then
     fail() { echo "demo: $1" >&2 && exit 1; }
@@ -130,7 +135,7 @@ if [ "$check" = yes ]; then
     [ "$moving" -gt 0 ] || fail "no aircraft moves on the ground"
     [ "$standing" -ge "$wanted_stands" ] || fail "only $standing aircraft stand on stands, $wanted_stands were expected"
     [ -s "$place/window.png" ] || fail "no picture of the window"
-    [ -s "$place/map.png" ] || fail "no picture of the map page"
+    [ -s "$place/map.png" ] && [ -s "$place/ground.png" ] || fail "no picture of the map page"
     grep -q ' liveries scan ends ' "$program/Log.txt" || fail "no liveries were scanned"
     grep -q ' =[0-9]*= ' "$program/Log.txt" || fail "the log does not tell which liveries were chosen"
     grep -q 'live traffic livery matching summary' "$program/Log.txt" || fail "the log has no matching summary"

@@ -37,7 +37,7 @@ i.l { display:inline-block; width:8px; height:8px; border-radius:50%; margin-rig
 .g { color:var(--land); } .a { color:var(--air); } .w { color:var(--warn); }
 #hint { position:absolute; left:12px; top:10px; color:var(--dim); font-size:11.5px; pointer-events:none; background:#0d1218b0; padding:2px 6px; border-radius:4px; }
 </style></head><body>
-<div id="map"><canvas id="c"></canvas><div id="hint">drag to move, wheel to zoom, double click for all, click an aircraft to follow it</div></div>
+<div id="map"><canvas id="c"></canvas><div id="hint">drag to move, wheel to zoom, double click for all, g for the stands or all, click an aircraft to follow it</div></div>
 <aside><header>
 <h1>Simulator <span id="state">running</span><span id="clock"></span></h1><div id="user"></div>
 <div class="chips" id="chips"></div></header>
@@ -46,6 +46,7 @@ i.l { display:inline-block; width:8px; height:8px; border-radius:50%; margin-rig
 <script>
 "use strict";
 const c = document.getElementById("c"), g = c.getContext("2d"), $ = id => document.getElementById(id);
+let ground = location.hash === "#ground";                  // shows the stands alone
 let world = null, stands = [], tracks = new Map(), selected = 0, fitted = false, touched = false, fault = "";
 const view = { lat: 0, lon: 0, ppn: 20 };                 // centre, pixels per nautical mile
 const LIGHTS = [["nav","#58d68d"],["beacon","#ff5252"],["landing","#fff3b0"],["taxi","#ffd166"],["strobe","#ffffff"],["logo","#9fb8ff"],["cabin","#f6a5ff"]];
@@ -60,11 +61,11 @@ const nmBetween = (a, b) => Math.hypot((a.lat - b.lat) * 60, wrap(a.lon - b.lon)
 
 function fit() {
   if (!world) return;
-  const all = [world.user, ...world.objects.filter(o => nmBetween(world.user, o) < 250)];
+  const all = ground && stands.length ? stands : [world.user, ...world.objects.filter(o => nmBetween(world.user, o) < 250)];
   const lats = all.map(o => o.lat), lons = all.map(o => wrap(o.lon - world.user.lon));
   const [s, n, w, e] = [Math.min(...lats), Math.max(...lats), Math.min(...lons), Math.max(...lons)];
   view.lat = (s + n) / 2; view.lon = world.user.lon + (w + e) / 2;
-  const high = Math.max(4, (n - s) * 60), wide = Math.max(4, (e - w) * 60 * cosLat());
+  const least = ground ? 0.5 : 4, high = Math.max(least, (n - s) * 60), wide = Math.max(least, (e - w) * 60 * cosLat());
   view.ppn = Math.min((c.clientHeight - 90) / high, (c.clientWidth - 170) / wide);
 }
 
@@ -256,6 +257,7 @@ c.onwheel = e => {
 };
 c.ondblclick = () => { selected = 0; touched = false; fit(); draw(); };
 $("rows").onclick = e => { const row = e.target.closest("tr"); if (row) { selected = Number(row.dataset.id); touched = false; panel(); draw(); } };
+window.onkeydown = e => { if (e.key === "g") { ground = !ground; selected = 0; touched = false; fit(); draw(); } };
 window.onresize = draw;
 refresh(); setInterval(refresh, 500);
 </script></body></html>
