@@ -38,6 +38,8 @@ const char* const help =
     "  --stands PLACE       its stands: a table or a folder of tables; default: the shared ones, then "
     "rig/airports\n"
     "  --user LAT,LON,ALT,HEADING,ground|air   the user's aircraft; default 2 nm off the airport's stands\n"
+    "  --slope PERCENT,TOWARDS   the ground rises towards this direction, from the airport or else the user "
+    "on\n"
     "  --minutes M          length; default: the whole recording\n"
     "  --clean              no gaps, noise, bursts, ghosts and garbage in generated traffic\n"
     "  --range NM           radius of traffic; default: the program chooses\n"
@@ -194,7 +196,7 @@ class Player {
 int runReplay(const std::vector<std::string>& arguments) {
     const Options options(arguments,
                           {"generate", "flights", "movements", "airport", "user", "minutes", "range",
-                           "liveries", "fleet", "seed", "fps", "out", "stands", "aircraft"},
+                           "liveries", "fleet", "seed", "slope", "fps", "out", "stands", "aircraft"},
                           {"help", "clean"});
     if (options.has("help")) {
         std::fputs(help, stdout);
@@ -222,6 +224,12 @@ int runReplay(const std::vector<std::string>& arguments) {
         throw std::runtime_error("--user or --airport says where the user is (see --help)");
     }
     if (!airport.code.empty()) stageOptions.world.groundFt = airport.elevationFt;
+    if (options.has("slope")) {
+        const WorldSettings& world = stageOptions.world;
+        const bool atAirport = !airport.code.empty();
+        stageOptions.world.slope = parseSlope(options.text("slope"), atAirport ? airport.lat : world.userLat,
+                                              atAirport ? airport.lon : world.userLon);
+    }
     if (!airport.stands.empty()) stageOptions.airports.push_back(airport);
     if (options.has("aircraft") && !options.has("out"))
         throw std::runtime_error("--aircraft needs --out, the folder for its sheet");
@@ -236,8 +244,8 @@ int runReplay(const std::vector<std::string>& arguments) {
 
     Measure measure;
     measure.truth = std::move(input.truth);
-    measure.groundElevationFt = stageOptions.world.groundFt;
     Stage stage(stageOptions);
+    measure.world = &stage.hub.world;
     GroundWatch ground;
     ground.tracks = measure.truth.empty() ? &measure.tracks : &measure.truth;
     ground.startFeedTime = stageOptions.startUtc;

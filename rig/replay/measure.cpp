@@ -3,6 +3,8 @@
 
 #include "replay/measure.h"
 
+#include "simulator/world.h"
+
 #include <algorithm>
 #include <cmath>
 #include <set>
@@ -82,6 +84,10 @@ void Measure::watchLook(const LiveAc& ac, Watched& w) {
     w.respawnAsked = false;
 }
 
+double Measure::wheelsFt(const LiveAc& ac) const {
+    return ac.alt - ac.staticCg - world->groundFt(ac.lat, ac.lon);
+}
+
 void Measure::watchLanding(const LiveAc& ac, Watched& w, double time, double feedTime) {
     if (ac.landingRoll && !w.landingRoll) {
         ++landingCount;
@@ -95,8 +101,7 @@ void Measure::watchLanding(const LiveAc& ac, Watched& w, double time, double fee
     }
     if (ac.fs == FlightState::takeOff && !w.takingOff) ++takeoffCount;
     if (w.landing >= 0 && ac.onGround && w.onGround && ac.fs != FlightState::takeOff)
-        raise(landings[static_cast<std::size_t>(w.landing)].wheelErrorFtMax,
-              ac.alt - ac.staticCg - groundElevationFt);
+        raise(landings[static_cast<std::size_t>(w.landing)].wheelErrorFtMax, wheelsFt(ac));
     if (!ac.onGround && !ac.landingRoll) w.landing = -1;
 }
 
@@ -162,8 +167,7 @@ void Measure::watchFidelity(const LiveAc& ac, const Watched& w, double delayed) 
         f.acrossM.add(offset.acrossM);
         f.delayS.add(offset.delayS);
         // On the ground the feed's altitude is 0: the wheels' height over the ground counts.
-        f.verticalFt.add(
-            std::abs(ac.onGround ? ac.alt - ac.staticCg - groundElevationFt : offset.verticalFt));
+        f.verticalFt.add(std::abs(ac.onGround ? wheelsFt(ac) : offset.verticalFt));
         if (&yardstick == &tracks && !ac.onGround && w.queueWasEmpty) airQueueEmpty.delayS.add(offset.delayS);
     };
     hold(tracks, air, ground);

@@ -13,6 +13,8 @@
 
 namespace rig {
 
+struct World;
+
 struct Sample { // one second of one aircraft, for the pictures
     float time, lat, lon, altFt, speedKt;
     bool onGround;
@@ -66,7 +68,7 @@ struct Watched { // one aircraft, by hexid
 class Measure {
   public:
     double feedDelayS = 30;
-    double groundElevationFt = 0;
+    const World* world = nullptr; // whose ground it is; must outlive the measuring
     FeedTracks tracks;
     FeedTracks truth; // of generated traffic; else empty
 
@@ -94,6 +96,7 @@ class Measure {
     void watchEvenness(const LiveAc& ac, Watched& w);
     void watchLook(const LiveAc& ac, Watched& w);
     void watchFidelity(const LiveAc& ac, const Watched& w, double delayed);
+    double wheelsFt(const LiveAc& ac) const; // over the ground
     void watchLanding(const LiveAc& ac, Watched& w, double time, double feedTime);
 };
 

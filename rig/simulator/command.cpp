@@ -34,6 +34,7 @@ A simulator that speaks SimConnect over TCP on loopback.
   --titles FILE|FOLDER      titles that can be created: one a line, or a LiveriesScanned.xml, or a folder that
                             holds one or the other; without it all but those that begin with "No Such"
   --ground FEET             elevation of the ground (13, or --user's ALT for ground)
+  --slope PERCENT,TOWARDS   the ground rises from the user on towards this direction (level)
   --utc SECONDS             simulator time, seconds since 1970 (the real time)
   --fps N                   frames a second (30)
   --creation-delay MIN,MAX  seconds that a creation takes (0.2,1.0)
@@ -97,6 +98,8 @@ static WorldSettings settingsOf(const Options& options) {
     }
     constexpr double lowest = -2000, highest = 30'000, lastUtc = 4'102'444'800; // feet; year 2100
     settings.groundFt = options.number("ground", settings.groundFt, lowest, highest);
+    if (options.has("slope"))
+        settings.slope = parseSlope(options.text("slope"), settings.userLat, settings.userLon);
     settings.utc = options.number("utc", static_cast<double>(plat::utcSeconds()), 0, lastUtc);
     if (options.has("creation-delay")) {
         const std::string text = options.text("creation-delay");
@@ -191,8 +194,8 @@ static std::string summary(const World& world, const SimHub& hub) {
 int runSimulator(const std::vector<std::string>& arguments) {
     const Options options(arguments,
                           {"edition", "port", "ready-file", "user", "title", "model", "titles", "ground",
-                           "utc", "fps", "creation-delay", "seed", "http", "stands", "script", "journal",
-                           "seconds"},
+                           "utc", "fps", "creation-delay", "seed", "slope", "http", "stands", "script",
+                           "journal", "seconds"},
                           {"gaps", "help"});
     if (options.has("help")) {
         std::printf("%s%s", help, simulatorVerbs);

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <cstdio>
+#include <stdexcept>
 
 namespace rig {
 
@@ -31,8 +33,27 @@ World::World(const WorldSettings& s) : settings(s), utc(s.utc), random(s.seed) {
               settings.userOnGround, settings.userSpeed);
 }
 
+double GroundSlope::riseFt(double lat, double lon) const {
+    if (percent == 0) return 0;
+    const double wayFt = gf_distanceNm(fromLat, fromLon, lat, lon) * feetPerNm;
+    const double bearing = gf_bearing(fromLat, fromLon, lat, lon);
+    return percent / 100 * wayFt * std::cos(bearing - towardsDeg * degToRad);
+}
+
+GroundSlope parseSlope(const std::string& text, double fromLat, double fromLon) {
+    constexpr double steepest = 10; // percent
+    GroundSlope slope;
+    char more = 0;
+    if (std::sscanf(text.c_str(), "%lf,%lf%c", &slope.percent, &slope.towardsDeg, &more) != 2 ||
+        !(std::abs(slope.percent) <= steepest) || !(std::abs(slope.towardsDeg) <= 360))
+        throw std::runtime_error("--slope takes PERCENT,TOWARDS, not \"" + text + "\"");
+    slope.fromLat = fromLat;
+    slope.fromLon = fromLon;
+    return slope;
+}
+
 double World::groundFt(double lat, double lon) const {
-    return groundAt ? groundAt(lat, lon) : settings.groundFt;
+    return settings.groundFt + settings.slope.riseFt(lat, lon);
 }
 
 bool World::onGround(const SimObject& o) const { return heightFt(o) <= o.staticCg + standingToleranceFt; }

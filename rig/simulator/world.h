@@ -4,7 +4,6 @@
 // generator, so the same calls give the same world. One thread at a time.
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <random>
 #include <set>
@@ -80,11 +79,23 @@ struct WorldChange {
         creation; // added and refused: client, sendId and requestId; noClient for the simulator's own
 };
 
+// The lie of the land: an even slope over the whole world.
+struct GroundSlope {
+    double percent = 0;              // the rise over the way
+    double towardsDeg = 0;           // true direction of the rise
+    double fromLat = 0, fromLon = 0; // where the ground is as high as settings say; degrees
+
+    double riseFt(double lat, double lon) const;
+};
+// "PERCENT,TOWARDS", 10 percent either way at most. Throws std::runtime_error.
+GroundSlope parseSlope(const std::string& text, double fromLat, double fromLon);
+
 struct WorldSettings {
     std::uint32_t seed = 1;
     double creationDelayMin = 0.2, creationDelayMax = 1.0; // seconds; both 0: with the next frame
     bool idGaps = false;                                   // leave numbers out, as if others made objects too
-    double groundFt = 13;                                  // feet above sea level, everywhere
+    double groundFt = 13;                                  // feet above sea level
+    GroundSlope slope;                                     // level unless set
     std::set<std::string> titles; // that exist; empty: all but those that begin with "No Such"
     std::string userTitle = "Rig Demo A320", userModel = "A320";
     double userLat = 40.64, userLon = -73.78, userAlt = 13; // degrees, feet
@@ -119,10 +130,9 @@ struct World {
 
     std::map<std::uint32_t, SimObject> objects; // by id, the user's first
     std::vector<WorldChange> changes;
-    WorldSettings settings; // titles, ground and delays may change while it runs
-    std::function<double(double lat, double lon)> groundAt; // feet; when set it overrides settings.groundFt
-    std::vector<std::string> refusedTitles;                 // parts of titles that can't be created
-    bool creationsVanish = false;                           // creations get no answer at all
+    WorldSettings settings;                 // titles, ground and delays may change while it runs
+    std::vector<std::string> refusedTitles; // parts of titles that can't be created
+    bool creationsVanish = false;           // creations get no answer at all
 
     bool paused = false, running = true;
     UserMove userMove = UserMove::straight;

@@ -81,6 +81,54 @@ TEST_F(Roads, AnArrivalLandsTaxiesAndParksOnItsStand) {
     EXPECT_TRUE(lf_findByHexid(hex)->landed);
 }
 
+// The ground's height is asked for each 20 Ticks: no wheel may be farther off it than it drives up or down meanwhile.
+class SlopingGround : public Roads {
+  protected:
+    double worstFt = 0;                   // beyond that
+    std::map<std::uint32_t, double> down; // seconds on the ground
+
+    void watch() override {
+        constexpr double askedEachS = 0.2, answeredInS = 0.06, settledS = 0.3;
+        Roads::watch();
+        for (const LiveAc& ac : engine.live) {
+            if (ac.st != SimState::active || !ac.onGround) {
+                down[ac.hexid] = 0;
+                continue;
+            }
+            if ((down[ac.hexid] += 0.01) < settledS) continue;
+            const double wheels = ac.alt - ac.staticCg - hub.world.groundFt(ac.lat, ac.lon);
+            const double feetPerS = std::max(std::abs(ac.tas), std::abs(ac.tasTarget)) * feetPerNm / 3600;
+            const double allowed =
+                1.5 * feetPerS * (askedEachS + answeredInS) * hub.world.settings.slope.percent / 100 + 0.01;
+            worstFt = std::max(worstFt, std::abs(wheels) - allowed);
+        }
+    }
+};
+
+TEST_F(SlopingGround, WheelsStayOnItFromTheTouchdownToTheStand) {
+    hub.world.settings.slope = rig::parseSlope("2,30", fieldLat, fieldLon);
+    Stand& home = stand("A1", 2200, 700, 90, 18);
+    const double end = feed(hex, "DLH1AB",
+                            {{-14000, 0, 140, 2513},
+                             {-60, 0, 138, 14},
+                             {0, 0, 136},
+                             {1500, 0, 30},
+                             {1700, 100, 20},
+                             {2200, 300, 15},
+                             {2200, 650, 8},
+                             {2200, 670, 0, 0, 4}},
+                            5);
+    run(end + 60);
+    SCOPED_TRACE(story(hex));
+    rig::SimObject* o = object("DLH1AB");
+    ASSERT_TRUE(o);
+    EXPECT_EQ(state(hex), FlightState::parked);
+    EXPECT_LT(metersFrom(*o, home), 0.5);
+    EXPECT_GT(hub.world.groundFt(o->lat, o->lon), fieldFt + 100); // 2.3 km up the slope
+    EXPECT_NEAR(hub.world.heightFt(*o), o->staticCg, 0.05);
+    EXPECT_LE(worstFt, 0);
+}
+
 TEST_F(Roads, WithoutALandingOnlyAStandWithinTwentyMetresIsTaken) {
     stand("A1", 0, 0, 90, 18);
     feed(hex, "DLH1AB", {{0, -400, 12}, {0, -60, 8}, {0, -25, 0, 0, 4}}, 1);
