@@ -9,6 +9,11 @@ namespace {
 
 constexpr std::uint32_t hex = 4242424;
 
+// A final from the south, a runway northwards from the field, a way east, and 30 m short of a stand at 2200, 700.
+const std::vector<Way> arrival = {{-14000, 0, 140, 2513}, {-60, 0, 138, 14},   {0, 0, 136},
+                                  {1500, 0, 30},          {1700, 100, 20},     {2200, 300, 15},
+                                  {2200, 650, 8},         {2200, 670, 0, 0, 4}};
+
 class Roads : public Ground {
   protected:
     // While it is parked an aircraft neither moves nor turns, and nothing jumps or slides backwards.
@@ -53,17 +58,7 @@ class Roads : public Ground {
 
 TEST_F(Roads, AnArrivalLandsTaxiesAndParksOnItsStand) {
     Stand& home = stand("A1", 2200, 700, 90, 18);
-    // A final from the south, a runway northwards from the field, a way east, and 30 m short of the stand.
-    const double end = feed(hex, "DLH1AB",
-                            {{-14000, 0, 140, 2513},
-                             {-60, 0, 138, 14},
-                             {0, 0, 136},
-                             {1500, 0, 30},
-                             {1700, 100, 20},
-                             {2200, 300, 15},
-                             {2200, 650, 8},
-                             {2200, 670, 0, 0, 4}},
-                            5);
+    const double end = feed(hex, "DLH1AB", arrival, 5);
     run(end + 60);
     SCOPED_TRACE(story(hex));
     rig::SimObject* o = object("DLH1AB");
@@ -108,16 +103,7 @@ class SlopingGround : public Roads {
 TEST_F(SlopingGround, WheelsStayOnItFromTheTouchdownToTheStand) {
     hub.world.settings.slope = rig::parseSlope("2,30", fieldLat, fieldLon);
     Stand& home = stand("A1", 2200, 700, 90, 18);
-    const double end = feed(hex, "DLH1AB",
-                            {{-14000, 0, 140, 2513},
-                             {-60, 0, 138, 14},
-                             {0, 0, 136},
-                             {1500, 0, 30},
-                             {1700, 100, 20},
-                             {2200, 300, 15},
-                             {2200, 650, 8},
-                             {2200, 670, 0, 0, 4}},
-                            5);
+    const double end = feed(hex, "DLH1AB", arrival, 5);
     run(end + 60);
     SCOPED_TRACE(story(hex));
     rig::SimObject* o = object("DLH1AB");
