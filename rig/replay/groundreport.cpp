@@ -181,6 +181,7 @@ void addGroundReport(const GroundInput& input, json& report) {
         {"taxi", slipOf(w.taxi)}, {"below_30_kt", slipOf(w.slowTaxi)}, {"to_stand", slipOf(w.toStand)}};
     ground["moves_over_5m"] = w.jumps.size();
     ground["height_error_ft_max"] = w.heightErrorFtMax;
+    ground["height_error_at"] = eventsOf({w.heightErrorAt})[0];
     ground["parked"] = w.stood.size();
     ground["events"] = {{"moves_while_parked", eventsOf(w.movesWhileParked)},
                         {"turns_while_parked", eventsOf(w.turnsWhileParked)},
@@ -217,7 +218,13 @@ void groundTable(const json& report, const TableRow& row) {
     row("turn per taxi leg, deg", fmt::format("{:.0f} legs, {}", number("legs"), spread("leg_turn_deg")));
     row("  more than the feed's", spread("leg_turn_beyond_feed_deg"));
     row("ground moves above 5 m", fmt::format("{:.0f}", number("moves_over_5m")));
-    row("wheels off the ground, ft", fmt::format("{:.2f}", number("height_error_ft_max")));
+    const double heightError = number("height_error_ft_max");
+    row("wheels off the ground, ft", heightError < 1
+                                         ? fmt::format("{:.2f}", heightError)
+                                         : fmt::format("{:.2f}, {} at {:.0f} s in {}", heightError,
+                                                       g["height_error_at"]["callsign"].get<std::string>(),
+                                                       g["height_error_at"]["time"].get<double>(),
+                                                       g["height_error_at"]["what"].get<std::string>()));
     row("overlaps",
         fmt::format("{:.0f} pairs, {:.1f} s; above 2 s and not in the feed: {:.0f}; with the user: "
                     "{:.0f} pairs, {:.1f} s",

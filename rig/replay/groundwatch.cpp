@@ -206,8 +206,10 @@ void GroundWatch::watchSample(Track& t, const Shown& s, double time) {
         legs[static_cast<std::size_t>(t.leg)].turnDeg += std::abs(turned) * radToDeg;
     }
     watchPush(t, s, moved);
-    if (s.onGround && isGroundState(s.fs))
-        heightErrorFtMax = std::max(heightErrorFtMax, std::abs(s.wheelsFt));
+    if (s.onGround && isGroundState(s.fs) && std::abs(s.wheelsFt) > heightErrorFtMax) {
+        heightErrorFtMax = std::abs(s.wheelsFt);
+        heightErrorAt = {time, s.hexid, s.callsign, gf_flightStateName(s.fs)};
+    }
     t.sample = b;
     t.sampleState = s.fs;
 }

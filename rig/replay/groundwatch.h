@@ -103,6 +103,7 @@ class GroundWatch {
     Slip taxi, toStand; // above 5 km/h; the last metres to a stand apart
     Slip slowTaxi;      // the part of `taxi` below 30 knots: rolls on the runway left out
     double heightErrorFtMax = 0;
+    Event heightErrorAt; // where that was
     std::vector<PushBack> pushBacks;
     std::vector<TaxiLeg> legs;
     std::vector<Arrival> arrivals;
