@@ -100,6 +100,9 @@ class Ground : public Life {
         s.heading = headingDeg * degToRad;
         s.radius = radius / metersPerNm;
         std::vector<Stand>& stands = airports.file.stands;
+        constexpr std::size_t most = 32; // the references that tests hold stay good up to here
+        EXPECT_LT(stands.size(), most);
+        stands.reserve(most);
         s.seq = static_cast<std::int32_t>(stands.size()) + 1;
         for (Stand& other : stands) {
             if (s.radius + other.radius <= gf_distanceNm(s.lat, s.lon, other.lat, other.lon) * 1.1) continue;
