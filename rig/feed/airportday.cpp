@@ -35,6 +35,7 @@ struct Stay { // of an aircraft on a stand
     bool landed = false;             // today
     std::size_t standing = 0;        // its number in the ground traffic
     int inbound = -1, outbound = -1; // places in the list of flights
+    std::size_t move = 0;            // the one that leaves, in the list of moves
 };
 
 enum class Due { landing, departure, tow };
@@ -179,7 +180,7 @@ Flight Day::newFlight(const Fleet& fleet) {
 }
 
 std::vector<std::size_t> Day::freeStands(double halfSpanM, bool cargo, bool ramp, int second) const {
-    constexpr int soon = 30;
+    constexpr int soon = 90; // before one that has landed gets there
     std::vector<bool> taken(plan.stands.size());
     for (const Stay& stay : stays) {
         if (stay.leftAt <= second + soon) continue;
@@ -431,13 +432,13 @@ bool Day::depart(int second, std::string& why) {
     constexpr std::size_t tried = 3;
     if (ready.size() > tried) ready.resize(tried);
     // The first push back that is free, and a few later ones when it then does not get through.
-    constexpr int latest = 240, step = 15, waysTried = 4;
+    constexpr int latest = 420, step = 15, waysTried = 4;
     for (const std::size_t i : ready) {
         int ways = 0;
         for (int at = second; at < second + latest && ways < waysTried; at += step) {
             GroundTrack track;
             TrueMove move;
-            if (!leaveStand(stays[i], at, 30 + dice.below(60), track, move)) continue;
+            if (!leaveStand(stays[i], at, 25 + dice.below(50), track, move)) continue;
             ++ways;
             const std::size_t hold = holds[static_cast<std::size_t>(holdTurn++) % holds.size()];
             if (departAt(stays[i], at, hold, std::move(track), move)) return true;
@@ -568,10 +569,11 @@ bool Day::departAt(Stay& stay, int second, std::size_t hold, GroundTrack track, 
     const auto airborne =
         std::find_if(climb.begin(), climb.end(), [](const TrueFix& fix) { return !fix.onGround; });
     move.end = airborne->time + rollAt;
+    stay.move = events.moves.size();
     events.moves.push_back(move);
     stay.outbound = static_cast<int>(flights.size());
     flights.push_back(std::move(flight));
-    constexpr double ghostOneIn = 14;
+    constexpr double ghostOneIn = 10;
     if (wishes.faults && dice.oneIn(ghostOneIn)) addGhost(stay, move.callsign, second);
     return true;
 }
@@ -610,6 +612,7 @@ bool Day::tow(int second) {
         move.callsign = flight.callsign;
         move.to = plan.stands[to].id;
         move.end = timeOf(parked);
+        stays[i].move = events.moves.size();
         events.moves.push_back(move);
         stays[i].outbound = static_cast<int>(flights.size());
         flights.push_back(std::move(flight));

@@ -55,7 +55,9 @@ struct TrueMove {
     double start = 0; // landing: on the threshold; departure, tow: leaves the stand; ghost: its first report
     double end = 0;   // landing, tow: at rest on the stand; departure: off the ground; ghost: its last report
     PushSide push = PushSide::none;
-    double pushEnd = 0;     // it stands behind the push back
+    double reportedS =
+        0;              // departure, tow: so long before its start its reports from the stand begin, seconds
+    double pushEnd = 0; // it stands behind the push back
     double pushHeading = 0; // of the nose then, true, degrees
     bool tailFirst =
         false; // its reports had the course of the push back as their track, not the nose's heading

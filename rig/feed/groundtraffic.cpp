@@ -13,6 +13,7 @@ namespace {
 constexpr double besideM = 3;         // between two half spans, for aircraft side by side
 constexpr double inTrailM = 40;       // likewise on the same way
 constexpr double laneHalfWidthM = 30; // as far aside is the same way
+constexpr int headway = 6;            // seconds behind one that has left
 constexpr int horizon = 2400;         // seconds that a way may take
 constexpr int lag = 12;               // seconds that a start after a wait may cost
 constexpr double accelerationMps2 = 0.5, brakingMps2 = 0.5, hardBrakingMps2 = 1.0;
@@ -145,15 +146,15 @@ GroundTraffic::Windows GroundTraffic::freeWindows(const GroundWay& way, double h
                 if (open[i].from > open[i].to) {
                     touched.push_back(i);
                     open[i].from = fix.second;
-                } else if (fix.second - open[i].to > 2) {
-                    taken[i].push_back(open[i]);
+                } else if (fix.second - open[i].to > headway) {
+                    taken[i].push_back({open[i].from, open[i].to + headway});
                     open[i].from = fix.second;
                 }
                 open[i].to = fix.second;
             });
         }
         for (const std::size_t i : touched) {
-            taken[i].push_back(open[i]);
+            taken[i].push_back({open[i].from, open[i].to + headway});
             open[i] = none;
         }
     }

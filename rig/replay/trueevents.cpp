@@ -98,6 +98,8 @@ void Comparison::push(const TrueMove& move, json& part) {
         add("shown");
         outcome = off < asMeantDeg ? "right_side" : off < wrongDeg ? "straight" : "wrong_side";
     }
+    constexpr double neededS = 45; // the delay, and time for the creation
+    if (outcome == "not_shown" && move.reportedS < neededS) outcome = "not_reported_in_time";
     add(outcome.c_str());
     if (outcome == "wrong_side" && move.tailFirst) add("wrong_side_tail_first");
     if (outcome != "right_side")
@@ -127,9 +129,15 @@ json Comparison::result() {
                          {"not_shown", 0},
                          {"list", json::array()}};
     json landings = parked, tows = parked;
-    json pushes = {{"true", 0},      {"shown", 0},           {"right_side", 0},
-                   {"straight", 0},  {"wrong_side", 0},      {"wrong_side_tail_first", 0},
-                   {"not_shown", 0}, {"list", json::array()}};
+    json pushes = {{"true", 0},
+                   {"shown", 0},
+                   {"right_side", 0},
+                   {"straight", 0},
+                   {"wrong_side", 0},
+                   {"wrong_side_tail_first", 0},
+                   {"not_shown", 0},
+                   {"not_reported_in_time", 0},
+                   {"list", json::array()}};
     json takeOffs = {{"true", 0}, {"shown", 0}};
     json ghosts = {{"true", 0}, {"shown", 0}, {"shown_s", 0.0}};
     const auto count = [](json& part) { part["true"] = part["true"].get<int>() + 1; };
@@ -196,10 +204,12 @@ void trueEventsTable(const json& part,
     const json& pushes = part["pushbacks"];
     row("true push backs",
         fmt::format("{}: {} shown, {} to their side, {} straight, {} to the wrong side ({} of them reported "
-                    "tail first); {} shown without a true one",
+                    "tail first); {} not shown "
+                    "that were not reported in time, {} others; {} shown without a true one",
                     number(pushes, "true"), number(pushes, "shown"), number(pushes, "right_side"),
                     number(pushes, "straight"), number(pushes, "wrong_side"),
-                    number(pushes, "wrong_side_tail_first"), number(pushes, "without_a_true_one")));
+                    number(pushes, "wrong_side_tail_first"), number(pushes, "not_reported_in_time"),
+                    number(pushes, "not_shown"), number(pushes, "without_a_true_one")));
     row("true take-offs", fmt::format("{}: {} shown; {} after a turn-round", number(part["takeoffs"], "true"),
                                       number(part["takeoffs"], "shown"), number(part, "turn_rounds")));
     row("true ghosts", fmt::format("{}: {} shown, {:.0f} s", number(part["ghosts"], "true"),

@@ -292,8 +292,8 @@ TEST_F(Habits, GhostsStandWhereNobodyIsAndStraysAreShort) {
     for (const TrueMove& move : traffic.events.moves) {
         if (move.kind != MoveKind::ghost) continue;
         const auto found = reports.find(move.hexid);
-        if (found == reports.end()) continue;
         marked += !move.callsign.empty() && move.callsign.back() == '_';
+        if (found == reports.end()) continue;
         if (move.to.empty()) {
             ++strays;
             EXPECT_LE(found->second.size(), 25u);

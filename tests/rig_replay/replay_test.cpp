@@ -186,14 +186,15 @@ TEST(Replay, AirportsOfTablesAreChosenAndTheGroundIsMeasured) {
 // Without faults of the feed the program cannot miss what truly happens.
 TEST(Replay, GeneratedMovementsAreHeldAgainstWhatTheyTrulyDid) {
     const auto report =
-        replay("--generate KIAD --movements 80 --flights 3 --minutes 22 --clean --airport KIAD", "day");
+        replay("--generate KIAD --movements 80 --flights 3 --minutes 30 --clean --airport KIAD", "day");
     ASSERT_TRUE(report.is_object());
     const auto& events = report["truth"]["events"];
     const auto number = [&](const char* part, const char* name) { return events[part][name].get<int>(); };
     EXPECT_GE(number("landings", "true"), 4);
     EXPECT_EQ(number("landings", "true"), number("landings", "on_its_stand"));
     EXPECT_GE(number("pushbacks", "true"), 4);
-    EXPECT_EQ(number("pushbacks", "true"), number("pushbacks", "shown"));
+    EXPECT_GE(number("pushbacks", "shown"), 3);
+    EXPECT_EQ(0, number("pushbacks", "not_shown"));
     EXPECT_EQ(0, number("pushbacks", "without_a_true_one"));
     EXPECT_EQ(number("pushbacks", "shown"), number("pushbacks", "right_side") +
                                                 number("pushbacks", "straight") +

@@ -65,11 +65,12 @@ TEST(TrueEvents, TellsTheSideOfPushBacksAndThoseThatWereNone) {
     struct Row {
         const char* outcome;
         double noseDeg, movedM, shownAt;
+        double reportedS = 100;
     };
     const Row rows[] = {
         {"right_side", 350, 60, 500 + delay}, {"wrong_side", 175, 60, 500 + delay},
         {"straight", 80, 60, 500 + delay},    {"not_shown", 350, 2, 500 + delay},
-        {"not_shown", 350, 60, 1200},
+        {"not_shown", 350, 60, 1200},         {"not_reported_in_time", 350, 2, 500 + delay, 10},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.outcome);
@@ -78,6 +79,7 @@ TEST(TrueEvents, TellsTheSideOfPushBacksAndThoseThatWereNone) {
         move.push = rig::PushSide::left;
         move.pushHeading = 2; // degrees
         move.tailFirst = true;
+        move.reportedS = row.reportedS;
         rig::PushBack push;
         push.hexid = move.hexid;
         push.time = row.shownAt;
