@@ -22,7 +22,7 @@ if [ -e "$prefix/complete" ]; then
 fi
 
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+trap 'kill $(jobs -p) 2>/dev/null || true; rm -rf "$work"' EXIT
 rm -rf "$prefix" # what an interrupted build left
 mkdir -p "$prefix/include" "$work/apt/parts" "$work/apt/lists/partial" "$work/apt/archives/partial" "$work/src" "$work/build"
 
@@ -40,12 +40,17 @@ cd "$work/src"
 "${apt[@]}" source --only-source fmtlib pugixml nlohmann-json3 libzip curl cpp-httplib >/dev/null 2>"$work/source.log" ||
     { cat "$work/source.log" >&2 && exit 1; }
 
+launchers=()
+if command -v ccache >/dev/null; then
+    launchers=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    export CCACHE_BASEDIR=$work CCACHE_NOHASHDIR=1
+fi
 build() { # NAME SOURCE_FOLDER [CMAKE_OPTION...]
     local name=$1 source=$2 start=$SECONDS
     shift 2
     if ! { cmake -S $source -B "$work/build/$name" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
         -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_PREFIX_PATH="$prefix" \
-        -DBUILD_SHARED_LIBS=OFF -Wno-dev "$@" &&
+        -DBUILD_SHARED_LIBS=OFF -Wno-dev "${launchers[@]}" "$@" &&
         cmake --build "$work/build/$name" --target install; } >"$work/build/$name.log" 2>&1; then
         tail -n 40 "$work/build/$name.log" >&2
         echo "build-libraries: $name failed" >&2
@@ -53,6 +58,15 @@ build() { # NAME SOURCE_FOLDER [CMAKE_OPTION...]
     fi
     echo "$name: $((SECONDS - start)) s" >&2
 }
+# HTTP, HTTPS by the system's own certificates, and FILE. Its many tests of the compiler run one by one, beside the others.
+without=()
+for protocol in FTP LDAP LDAPS TELNET DICT TFTP IMAP POP3 SMTP GOPHER MQTT RTSP SMB; do
+    without+=("-DCURL_DISABLE_$protocol=ON")
+done
+build curl curl-*/ "${without[@]}" -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF -DENABLE_MANUAL=OFF -DCURL_USE_SCHANNEL=ON \
+    -DCURL_USE_OPENSSL=OFF -DCURL_USE_LIBSSH2=OFF -DCURL_USE_LIBPSL=OFF -DUSE_LIBIDN2=OFF -DCURL_BROTLI=OFF \
+    -DCURL_ZSTD=OFF -DUSE_NGHTTP2=OFF -DCURL_ZLIB=ON &
+curl=$!
 build pugixml pugixml-*/
 build fmt fmtlib-*/ -DFMT_TEST=OFF -DFMT_DOC=OFF
 build json nlohmann-json3-*/ -DJSON_BuildTests=OFF
@@ -60,14 +74,7 @@ build gtest /usr/src/googletest
 build libzip libzip-*/ -DENABLE_BZIP2=OFF -DENABLE_LZMA=OFF -DENABLE_ZSTD=OFF -DENABLE_OPENSSL=OFF -DENABLE_GNUTLS=OFF \
     -DENABLE_MBEDTLS=OFF -DENABLE_COMMONCRYPTO=OFF -DENABLE_WINDOWS_CRYPTO=OFF -DBUILD_TOOLS=OFF -DBUILD_REGRESS=OFF \
     -DBUILD_EXAMPLES=OFF -DBUILD_DOC=OFF
-# HTTP, HTTPS by the system's own certificates, and FILE.
-without=()
-for protocol in FTP LDAP LDAPS TELNET DICT TFTP IMAP POP3 SMTP GOPHER MQTT RTSP SMB; do
-    without+=("-DCURL_DISABLE_$protocol=ON")
-done
-build curl curl-*/ "${without[@]}" -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF -DENABLE_MANUAL=OFF -DCURL_USE_SCHANNEL=ON \
-    -DCURL_USE_OPENSSL=OFF -DCURL_USE_LIBSSH2=OFF -DCURL_USE_LIBPSL=OFF -DUSE_LIBIDN2=OFF -DCURL_BROTLI=OFF \
-    -DCURL_ZSTD=OFF -DUSE_NGHTTP2=OFF -DCURL_ZLIB=ON
+wait "$curl"
 cp cpp-httplib-*/httplib.h "$prefix/include/"
 touch "$prefix/complete"
 echo "$prefix"

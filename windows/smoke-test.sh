@@ -17,16 +17,18 @@ user="Jörg Œuvre-Ωmega"
 place="$windows/smoke"
 rm -rf "$place"
 mkdir -p "$place"
+outside=$(mktemp -d) # for this system's program: a scan passes over long paths
 
 pids=()
 finish() {
     local code=$?
     trap - EXIT INT TERM
-    [ "$code" -eq 0 ] || for log in "$place"/*/program.log "$place"/*/Log.txt; do
-        [ -f "$log" ] && { echo "-- $log" && tail -n 15 "$log"; } >&2
+    [ "$code" -eq 0 ] || for log in "$place"/*/{program,feed}.log "${native_program:-}/Log.txt" "${wine_program:-}/Log.txt"; do
+        [ ! -f "$log" ] || { echo "-- $log" && tail -n 15 "$log"; } >&2
     done
     for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    [ -n "${WINEPREFIX:-}" ] && stop_wine
+    [ -z "${WINEPREFIX:-}" ] || stop_wine
+    rm -rf "$outside"
     wait 2>/dev/null || true
     exit "$code"
 }
@@ -88,15 +90,23 @@ else
 fi
 
 # ---- an installation --------------------------------------------------------------------------------------------
-"$native/rig" fleet "$place/fleet" --liveries 300 --tables "$root/rig/refdata/tables" >"$place/fleet.log"
-install() { # PROGRAM_FOLDER ROAMING LOCAL
-    mkdir -p "$1/output" "$2/InsideSystems" "$2/Velloray" "$3" "$place/titles"
-    cp -r "$place/fleet/config/." "$2/"
-    [ ! -d "$place/fleet/data" ] || cp -r "$place/fleet/data/." "$3/"
-    touch "$2/InsideSystems/RealTraffic.jar"
-    "$native/rig" refdata --tables "$root/rig/refdata/tables" --liveries "$1/output/LiveriesScanned.xml" >"$place/refdata.log"
-    cp "$1/output/LiveriesScanned.xml" "$place/fleet/titles.txt" "$place/titles/"
-    cat >"$2/Velloray/parameters.xml" <<'XML'
+# The simulator's packages lie on a drive of their own, which its UserCfg.opt names; the program has to find and scan them.
+native_home="$outside/$user" native_drive="$outside/Flüge & Spiele/MSFS"
+native_roaming="$native_home/config" native_local="$native_home/data"
+"$native/rig" fleet "$native_home" --form boxed --liveries 300 --tables "$root/rig/refdata/tables" >"$place/fleet.log"
+mkdir -p "$(dirname "$native_drive")"
+mv "$native_home/drive/MSFS" "$native_drive"
+user_cfg=MSFSPackages/UserCfg.opt
+write_user_cfg() { # LOCAL FOLDER      FOLDER as the program's system writes it
+    local fleet_cfg="$native_home/drive/UserCfg.opt"
+    [ -e "$fleet_cfg" ] || mv "$native_local/$user_cfg" "$fleet_cfg"
+    mkdir -p "$1/$(dirname "$user_cfg")"
+    { grep -v '^InstalledPackagesPath' "$fleet_cfg" && printf 'InstalledPackagesPath "%s"\r\n' "$2"; } >"$1/$user_cfg"
+}
+install() { # ROAMING
+    mkdir -p "$1/InsideSystems" "$1/Velloray"
+    touch "$1/InsideSystems/RealTraffic.jar"
+    cat >"$1/Velloray/parameters.xml" <<'XML'
 <parameters>
   <parameter name="AUTO_RANGE" value="false"/>
   <parameter name="LATERAL_RANGE" value="60"/>
@@ -105,11 +115,12 @@ install() { # PROGRAM_FOLDER ROAMING LOCAL
 </parameters>
 XML
 }
-native_program="$place/native folder" native_roaming="$place/native user/config" native_local="$place/native user/data"
+native_program="$outside/Flüge & Spiele/Velloray"
 mkdir -p "$native_program"
 cp -r "$root/install/." "$native_program/"
 cp "$native/velloray" "$native_program/"
-install "$native_program" "$native_roaming" "$native_local"
+write_user_cfg "$native_local" "$native_drive"
+install "$native_roaming"
 
 zips=("$windows"/velloray-*-windows.zip)
 [ ${#zips[@]} -eq 1 ] && [ -f "${zips[0]}" ] || fail "not one package in $windows"
@@ -117,7 +128,9 @@ mkdir -p "$drive/Flüge & Spiele"
 (cd "$drive/Flüge & Spiele" && cmake -E tar xf "${zips[0]}")
 wine_program="$drive/Flüge & Spiele/Velloray"
 [ -f "$wine_program/Velloray.exe" ] || fail "no Velloray.exe in the package"
-install "$wine_program" "$wine_roaming" "$wine_local"
+cp -r "$native_drive" "$drive/Flüge & Spiele/MSFS"
+install "$wine_roaming"
+write_user_cfg "$wine_local" 'C:\Flüge & Spiele\MSFS'
 
 # In a process of their own: see start.
 run_native() {
@@ -133,7 +146,7 @@ run_wine() {
 sim_pid="" feed_pid="" sim_port="" map=""
 start_simulator() {
     start "$place/$pass/simulator.log" stdbuf -oL "$native/rig" simulator --edition 2020 --port 0 --http 0 \
-        --ready-file "$place/$pass/ready" --user 51.4706,-0.4619,83,90,ground --titles "$place/titles" \
+        --ready-file "$place/$pass/ready" --user 38.9445,-77.4558,312,90,ground --titles "$native_home/titles.txt" \
         --utc "$(date +%s)" --journal "$place/$pass/journal"
     sim_pid=$!
     wait_for 20 test -s "$place/$pass/ready" || fail "the simulator does not start"
@@ -141,7 +154,7 @@ start_simulator() {
     map=$(sed -n 's/^map on //p' "$place/$pass/simulator.log")
 }
 start_feed() {
-    start "$place/$pass/feed.log" "$native/rig" feed --generate EGLL --flights 400 --minutes 90 --from 10 --seed 1 --now \
+    start "$place/$pass/feed.log" "$native/rig" feed --at 38.9445,-77.4558,312 --flights 400 --minutes 90 --from 10 --seed 1 --now \
         --control 10747 --journal "$place/$pass/feed-journal"
     feed_pid=$!
 }
@@ -186,6 +199,8 @@ complete_log() { # FILE
     head -n 1 "$1" | grep -qE "$date_line \(utc\) Velloray version [0-9.]+ for MSFS 2020/2024\$" || fail "first line of $1"
     tail -n 1 "$1" | grep -qE "$date_line\$" || fail "the log ends with \"$(tail -n 1 "$1")\""
     grep -q '^Exiting: USER CLOSED SIM$' "$1" || fail "no closing in $1"
+    # Two thirds of the fleet at least, of which some files are broken and some titles double.
+    [ "$(sed -n 's/^\([0-9]*\) liveries read from output.*/\1/p' "$1")" -ge 200 ] || fail "too few liveries found in $1"
     ok "log of $(wc -l <"$1") lines, whole and in UTF-8"
 }
 # A log without what differs from run to run: up to the links all but its first line and the folders; then the lines of
@@ -290,10 +305,15 @@ begin_pass session
 start "$place/$pass/program.log" run_wine
 program_pid=$!
 wait_for "$start_seconds" grep -q '^RealTraffic' "$wine_program/Log.txt" || fail "no start"
+wait_for "$start_seconds" one_window || fail "no window"
+xdotool windowmove --sync "$(windows_shown)" 300 200
+sleep 1 # until the program has been told
 timeout "$start_seconds" wine wineboot --end-session >"$place/$pass/wineboot.log" 2>&1 || true
 wait_for "$start_seconds" ended "$program_pid" || fail "the end of the session does not end it"
-cp "$wine_program/Log.txt" "$place/$pass/"
+cp "$wine_program/Log.txt" "$wine_roaming/Velloray/parameters.xml" "$place/$pass/"
 complete_log "$place/$pass/Log.txt"
+saved_at="$(parameter "$place/$pass/parameters.xml" MAIN_WINDOW_X), $(parameter "$place/$pass/parameters.xml" MAIN_WINDOW_Y)"
+[[ $saved_at =~ ^(29|30)[0-9],\ (1[6-9]|20)[0-9]$ ]] || fail "the window's place was saved as $saved_at, not near 300, 200"
 ok "the end of the session closes in order"
 
 begin_pass unwritable
