@@ -165,15 +165,16 @@ TEST_F(Installation, ReadsTheSimulatorsOwnFiles) {
     if (!fs::exists(files)) GTEST_SKIP() << "no real UserCfg.opt files at hand";
     // A path with a drive letter is one odd folder name here, and as good as any.
     const fs::path own = packages(R"(C:\Games\MSFS)", "Official");
-    fs::create_directories(roaming("Microsoft Flight Simulator"));
-    fs::copy(files / "msfs2020-own-drive" / "UserCfg.opt", roaming("Microsoft Flight Simulator"));
+    const auto take = [&files](const char* kind, const fs::path& folder) {
+        fs::create_directories(folder);
+        test::writeFile(folder / "UserCfg.opt", test::readFile(files / kind / "UserCfg.opt"));
+    };
+    take("msfs2020-own-drive", roaming("Microsoft Flight Simulator"));
     EXPECT_EQ(found(), own);
     const fs::path store = packages(
         R"(C:\Users\micro\AppData\Local\Packages\Microsoft.Limitless_8wekyb3d8bbwe\LocalCache\Packages)",
         "Official2024");
-    fs::create_directories(local("Packages/Microsoft.Limitless_8wekyb3d8bbwe/LocalCache"));
-    fs::copy(files / "msfs2024-store" / "UserCfg.opt",
-             local("Packages/Microsoft.Limitless_8wekyb3d8bbwe/LocalCache"));
+    take("msfs2024-store", local("Packages/Microsoft.Limitless_8wekyb3d8bbwe/LocalCache"));
     MSFS_2020.value = false;
     EXPECT_EQ(found(), store);
 }
