@@ -630,6 +630,7 @@ void Day::addGhost(const Stay& stay, const std::string& callsign, int left) {
     Flight ghost = stay.who;
     ghost.hexid = ghostHexids + static_cast<std::uint32_t>(ghosts++);
     ghost.callsign = callsign == "null" || dice.oneIn(3) ? "null" : callsign + "_";
+    if (ghost.callsign == "null") ghost.registration = "null"; // registers do not know that address
     ghost.multilateration = true;
     const int from = left + dice.below(40), to = from + 90 + dice.below(400);
     const double heading = plan.stands[stay.stand].heading * degToRad;

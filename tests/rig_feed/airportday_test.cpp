@@ -24,7 +24,7 @@ static GeneratorOptions day(int movements, bool faults, std::uint32_t seed = 1) 
     options.plans = sourceFolder() / "rig" / "airports";
     options.movements = movements;
     options.flights = 0;
-    options.minutes = movements > 200 ? 25 : 45;
+    options.minutes = movements > 200 ? 10 : 45;
     options.seed = seed;
     options.faults = faults;
     return options;
