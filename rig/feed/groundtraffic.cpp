@@ -227,6 +227,7 @@ std::optional<Driven> GroundTraffic::drive(const GroundWay& way, double halfSpan
 
 GroundTrack driveWay(const GroundWay& way, int start, double startMps, const std::vector<double>& earliest) {
     constexpr double stepS = 0.25, lookAheadM = 150, creepMps = 0.4, thereM = 0.2;
+    constexpr double slowestMps = 1; // who would have to be slower stops instead
     constexpr int stepsPerSecond = 4;
     GroundTrack track;
     double along = 0, speed = startMps;
@@ -252,7 +253,7 @@ GroundTrack driveWay(const GroundWay& way, int start, double startMps, const std
                 const double left = earliest[i] - now;
                 if (left <= 0) continue;
                 const double braked = std::sqrt(2 * brakingMps2 * std::max(0.0, ahead - 1));
-                most = std::min(most, std::max(ahead / left, braked));
+                most = std::min(most, ahead / left < slowestMps ? braked : std::max(ahead / left, braked));
                 if (ahead < creepMps * left) mayCreep = false;
             }
         }
