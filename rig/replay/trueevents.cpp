@@ -138,7 +138,7 @@ json Comparison::result() {
                    {"not_shown", 0},
                    {"not_reported_in_time", 0},
                    {"list", json::array()}};
-    json takeOffs = {{"true", 0}, {"shown", 0}};
+    json takeOffs = {{"true", 0}, {"shown", 0}, {"list", json::array()}};
     json ghosts = {{"true", 0}, {"shown", 0}, {"shown_s", 0.0}};
     const auto count = [](json& part) { part["true"] = part["true"].get<int>() + 1; };
     int turnRounds = 0;
@@ -159,6 +159,9 @@ json Comparison::result() {
             count(takeOffs);
             if (shown(in.watch.takeOffs, move.hexid, move.end) != in.watch.takeOffs.end())
                 takeOffs["shown"] = takeOffs["shown"].get<int>() + 1;
+            else
+                takeOffs["list"].push_back(
+                    {{"callsign", move.callsign}, {"hexid", move.hexid}, {"feed_time", move.end}});
             break;
         }
         if (move.push == PushSide::none) continue;
