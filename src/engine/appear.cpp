@@ -57,7 +57,7 @@ bool lf_objectReady(LiveAc& ac, const SimMessage& message) {
         if (ac.fs == FlightState::parked) lf_parkedAtCreation(ac);
     }
     lf_giveFlightPlan(ac);
-    gf_requestStaticCg(ac.objectId);
+    lf_askStance(ac.objectId);
     return true;
 }
 
@@ -149,4 +149,5 @@ void lf_handleSimMessages() {
     lf_waitStep();
     gf_takeSimMessages(engine.messages);
     for (const SimMessage& message : engine.messages) lf_serveMessage(message);
+    lf_serveStanceQuestions();
 }

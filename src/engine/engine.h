@@ -130,6 +130,12 @@ struct LearnedAc { // a sighting that was learned, so that the next one soon aft
     WeekSlot slot;
 };
 
+struct StanceQuestion { // an object whose centre of gravity over the ground is to be asked for
+    std::uint32_t objectId = 0;
+    std::int32_t asked = 0; // tick
+    int times = 0;
+};
+
 struct WaitRecord { // an object that appeared and gets its lights and start state
     SimMessage message;
 };
@@ -146,9 +152,10 @@ struct EngineRun {
     std::deque<CreationRecord> creationQueue, staticCreationQueue;
     std::deque<std::uint32_t> removalQueue; // object ids
     std::vector<WaitRecord> waitList;
-    std::deque<std::uint32_t> newArrivals;    // hexids
-    std::unordered_set<std::string> ghosts;   // callsigns with their "_"; never spawned again
-    std::unordered_set<std::string> noLivery; // model and regcode
+    std::vector<StanceQuestion> stanceQuestions; // the first is being asked, the others wait for its answer
+    std::deque<std::uint32_t> newArrivals;       // hexids
+    std::unordered_set<std::string> ghosts;      // callsigns with their "_"; never spawned again
+    std::unordered_set<std::string> noLivery;    // model and regcode
     std::unordered_set<std::string, TextHash, std::equal_to<>> failedTitles; // refused by the simulator
     std::vector<TrafficRecord> taken;                                        // reports of this Tick
     std::vector<SimMessage> messages;                                        // of this Tick
@@ -305,6 +312,8 @@ void lf_startTakeoffRoll(LiveAc& ac);
 void removeSmallStop(LiveAc& ac, const StreamPoint& point);
 bool lf_checkLeaveStand(LiveAc& ac, StreamPoint& point); // of a parked aircraft: true stores the point
 void lf_onHeightReport(const SimMessage& message);
+void lf_askStance(std::uint32_t objectId); // how it stands: now, or once the objects before it have answered
+void lf_serveStanceQuestions();            // each Tick
 void lf_onStaticCg(const SimMessage& message);
 void lf_touchdown(LiveAc& ac);
 

@@ -196,6 +196,7 @@ void lf_presizeEngine() {
     engine.parked.reserve(aircraft);
     engine.spawnRequests.reserve(aircraft);
     engine.waitList.reserve(aircraft);
+    engine.stanceQuestions.reserve(aircraft);
     engine.learned.reserve(aircraft);
     engine.taken.reserve(16);
     engine.messages.reserve(messages);

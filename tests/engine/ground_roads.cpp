@@ -76,6 +76,35 @@ TEST_F(Roads, AnArrivalLandsTaxiesAndParksOnItsStand) {
     EXPECT_TRUE(lf_findByHexid(hex)->landed);
 }
 
+class CreatedTogether : public Roads {
+  protected:
+    double creationEndsS = 0; // of all
+    void watch() override {
+        Roads::watch();
+        hub.world.settings.creationDelayMin = hub.world.settings.creationDelayMax =
+            std::max(0.0, creationEndsS - hub.world.elapsed);
+    }
+};
+
+TEST_F(CreatedTogether, AllStandOnTheirWheels) {
+    constexpr int count = 5;
+    creationEndsS = hub.world.elapsed + 50;
+    for (int i = 0; i < count; ++i) {
+        stand(fmt::format("A{}", i), 60 * i, 0, 90, 18);
+        for (double t = 1; t < 80; t += 2)
+            line(t, hex + static_cast<std::uint32_t>(i), fmt::format("DLH{}AB", i), 60 * i, 1, 0, 0, 0);
+    }
+    run(49);
+    ASSERT_FALSE(object("DLH0AB"));
+    run(6);
+    for (int i = 0; i < count; ++i) {
+        const rig::SimObject* o = object(fmt::format("DLH{}AB", i));
+        ASSERT_TRUE(o) << i;
+        EXPECT_NEAR(o->alt, fieldFt + o->staticCg, 0.01) << i;
+    }
+    EXPECT_TRUE(engine.stanceQuestions.empty());
+}
+
 // The ground's height is asked for each 20 Ticks: no wheel may be farther off it than it drives up or down meanwhile.
 class SlopingGround : public Roads {
   protected:
