@@ -34,7 +34,7 @@ DayPlan::DayPlan(const GroundPlan& where, const KnownAirport& airport, const Day
       plane(where.place), last(static_cast<int>(wished.minutes * 60)) {
     // The first direction is the seed's; the other runway is the one that is used in about the same direction.
     if (plan.runways.empty()) throw std::runtime_error("a ground plan without runways");
-    landingRunway = static_cast<std::size_t>(dice.below(static_cast<int>(plan.runways.size())));
+    landingRunway = dice.index(plan.runways.size());
     takeOffRunway = landingRunway;
     for (std::size_t i = 0; i < plan.runways.size(); ++i)
         if (i != landingRunway &&
@@ -86,8 +86,7 @@ bool DayPlan::chooseLanding(Fleet& fleet, bool& cargo, bool& ramp) {
 }
 
 Flight DayPlan::newFlight(const Fleet& fleet) {
-    Flight flight =
-        desk.newFlight(*fleet[static_cast<std::size_t>(dice.below(static_cast<int>(fleet.size())))]);
+    Flight flight = desk.newFlight(*dice.oneOf(fleet));
     if (!wishes.faults) return flight;
     flight.sendsHeading = dice.oneIn(3);
     const int rest = dice.below(3);
@@ -128,8 +127,7 @@ int DayPlan::turnRoundSeconds(const Operator& by) {
 void DayPlan::fillStands() {
     std::vector<std::size_t> order;
     for (std::size_t i = 0; i < plan.stands.size(); ++i) order.push_back(i);
-    for (std::size_t i = order.size(); i > 1; --i)
-        std::swap(order[i - 1], order[static_cast<std::size_t>(dice.below(static_cast<int>(i)))]);
+    dice.shuffle(order);
     const std::size_t wanted = plan.stands.size() * 62 / 100;
     for (const std::size_t i : order) {
         if (stays.size() >= wanted) break;
@@ -275,17 +273,16 @@ void DayPlan::make() {
             }
             continue;
         }
-        std::string why;
-        const bool landing = slot.due == Due::landing;
         if (slot.attempt == 0) ++events.wanted;
-        if (landing ? land(slot.second, why) : depart(slot.second, why)) continue;
+        const auto lacks = slot.due == Due::landing ? land(slot.second) : depart(slot.second);
+        if (!lacks) continue;
         if (++slot.attempt < attempts) {
             slot.second += later;
             slots.push(slot);
-        } else if (why == "stand") {
-            ++events.noStand;
         } else {
-            ++(why == "aircraft" ? events.noAircraft : events.noWay);
+            ++(*lacks == Lacks::stand      ? events.noStand
+               : *lacks == Lacks::aircraft ? events.noAircraft
+                                           : events.noWay);
         }
     }
     reportStays();

@@ -64,7 +64,7 @@ std::vector<Pause> DayPlan::taxiPauses(const GroundWay& way) {
 void DayPlan::addSilence(Flight& flight, const GroundWay& way, const GroundTrack& track) {
     constexpr double oneIn = 7, beforeM = 40;
     if (way.turns.size() < 2 || !dice.oneIn(oneIn)) return;
-    const auto turn = static_cast<std::size_t>(dice.below(static_cast<int>(way.turns.size()) - 1));
+    const auto turn = dice.index(way.turns.size() - 1);
     double along = 0, from = 0;
     for (std::size_t i = 1; i < track.size(); ++i) {
         along += metersBetween(track[i - 1].at, track[i].at);
@@ -112,22 +112,19 @@ KnownAirport DayPlan::runwayAirport(const PlanRunway& runway, const LatLon& thre
 
 // ---- landings --------------------------------------------------------------------------------------------------------
 
-bool DayPlan::land(int second, std::string& why) {
+std::optional<Lacks> DayPlan::land(int second) {
     Fleet fleet;
     bool cargo = false, ramp = false;
     constexpr int choices = 4;
     std::vector<std::size_t> stands;
-    Flight who;
     for (int i = 0; i < choices && stands.empty(); ++i) {
         if (!chooseLanding(fleet, cargo, ramp)) continue;
-        Fleet one{fleet[static_cast<std::size_t>(dice.below(static_cast<int>(fleet.size())))]};
+        const Fleet one{dice.oneOf(fleet)};
         stands = freeStands(one.front()->spanM / 2, cargo, ramp, second);
         if (!stands.empty()) fleet = one;
     }
-    why = "stand";
-    if (stands.empty()) return false;
-    why = "way";
-    who = newFlight(fleet);
+    if (stands.empty()) return Lacks::stand;
+    const Flight who = newFlight(fleet);
     // The narrowest that fit, in an order of chance.
     std::stable_sort(stands.begin(), stands.end(), [&](std::size_t a, std::size_t b) {
         return plan.stands[a].radiusM < plan.stands[b].radiusM;
@@ -135,8 +132,7 @@ bool DayPlan::land(int second, std::string& why) {
     constexpr double slackM = 4;
     const double narrowest = plan.stands[stands.front()].radiusM;
     while (plan.stands[stands.back()].radiusM > narrowest + slackM) stands.pop_back();
-    for (std::size_t i = stands.size(); i > 1; --i)
-        std::swap(stands[i - 1], stands[static_cast<std::size_t>(dice.below(static_cast<int>(i)))]);
+    dice.shuffle(stands);
     constexpr std::size_t standsTried = 2;
     if (stands.size() > standsTried) stands.resize(standsTried);
 
@@ -161,9 +157,9 @@ bool DayPlan::land(int second, std::string& why) {
         if (!fitsBetween(landings, at, spacing)) continue;
         for (const std::size_t stand : stands)
             for (const PlanEdge* exit : exits)
-                if (landAt(who, stand, *exit, at)) return true;
+                if (landAt(who, stand, *exit, at)) return std::nullopt;
     }
-    return false;
+    return Lacks::way;
 }
 
 bool DayPlan::landAt(const Flight& who, std::size_t stand, const PlanEdge& exit, int second) {
@@ -211,7 +207,7 @@ bool DayPlan::landAt(const Flight& who, std::size_t stand, const PlanEdge& exit,
 
 // ---- departures ------------------------------------------------------------------------------------------------------
 
-bool DayPlan::depart(int second, std::string& why) {
+std::optional<Lacks> DayPlan::depart(int second) {
     std::vector<std::size_t> ready;
     for (std::size_t i = 0; i < stays.size(); ++i)
         if (stays[i].leftAt == forever && stays[i].ready <= second) ready.push_back(i);
@@ -219,7 +215,7 @@ bool DayPlan::depart(int second, std::string& why) {
                      [&](std::size_t a, std::size_t b) { return stays[a].ready < stays[b].ready; });
     if (dice.oneIn(2)) // those that landed do not wait for all that stood there before
         std::stable_partition(ready.begin(), ready.end(), [&](std::size_t i) { return stays[i].landed; });
-    why = ready.empty() ? "aircraft" : "way";
+    if (ready.empty()) return Lacks::aircraft;
     constexpr std::size_t tried = 3;
     if (ready.size() > tried) ready.resize(tried);
     // The first push back that is free, and a few later ones when it then does not get through.
@@ -232,10 +228,10 @@ bool DayPlan::depart(int second, std::string& why) {
             if (!leaveStand(stays[i], at, 25 + dice.below(50), track, move)) continue;
             ++ways;
             const std::size_t hold = holds[static_cast<std::size_t>(holdTurn++) % holds.size()];
-            if (departAt(stays[i], at, hold, std::move(track), move)) return true;
+            if (departAt(stays[i], at, hold, std::move(track), move)) return std::nullopt;
         }
     }
-    return false;
+    return Lacks::way;
 }
 
 // The push back and the pause behind it, or the pause alone.
@@ -261,12 +257,7 @@ bool DayPlan::leaveStand(const Stay& stay, int second, int pauseS, GroundTrack& 
         const double heading = stand.heading * degToRad;
         track = {{second, at, heading, heading, 0}};
     }
-    for (int i = 0; i < pauseS; ++i) {
-        GroundFix fix = track.back();
-        ++fix.second;
-        fix.mps = 0;
-        track.push_back(fix);
-    }
+    standOn(track, track.back().second + pauseS);
     return traffic.isFree(track, stay.who.by->spanM / 2, marginM, stay.standing);
 }
 
@@ -371,7 +362,7 @@ bool DayPlan::tow(int second) {
         TrueMove move;
         if (free.empty() || stand.leave != Leave::push || !leaveStand(stay, second, 20, track, move))
             continue;
-        const std::size_t to = free[static_cast<std::size_t>(dice.below(static_cast<int>(free.size())))];
+        const std::size_t to = dice.oneOf(free);
         std::vector<Corner> corners;
         if (!addNodes(corners, stand.to, plan.stands[to].node, towMps)) continue;
         corners.push_back({standSpot(to), standMps});

@@ -6,6 +6,7 @@
 
 #include "groundtraffic.h"
 
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -25,6 +26,8 @@ struct Stay { // of an aircraft on a stand
     int inbound = -1, outbound = -1; // places in the list of flights
     std::size_t move = 0;            // the one that leaves, in the list of moves
 };
+
+enum class Lacks { stand, aircraft, way };
 
 struct RunwayUse { // from the holding point until it is off the ground
     GroundTrack onto, roll;
@@ -58,10 +61,10 @@ class DayPlan {
     void addTrack(Flight& flight, const GroundTrack& track) const;
     GroundTrack groundPart(const std::vector<TrueFix>& fixes, double belowFt) const;
 
-    // Movements; false: not at that time
-    bool land(int second, std::string& why);
+    // Movements; false, or what they lack: not at that time
+    std::optional<Lacks> land(int second);
     bool landAt(const Flight& who, std::size_t stand, const PlanEdge& exit, int second);
-    bool depart(int second, std::string& why);
+    std::optional<Lacks> depart(int second);
     bool departAt(Stay& stay, int second, std::size_t hold, GroundTrack track, TrueMove move);
     bool takeOff(const Stay& stay, std::size_t hold, const Driven& taxi, RunwayUse& use);
     bool leaveStand(const Stay& stay, int second, int pauseS, GroundTrack& track, TrueMove& move) const;

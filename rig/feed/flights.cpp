@@ -48,9 +48,7 @@ void FlightDesk::nameFlight(Flight& flight) {
     if (*flight.by->iata) flight.flightNumber = fmt::format("{}{}", flight.by->iata, number);
 }
 
-Flight FlightDesk::newFlight(const std::vector<Operator>& fleet) {
-    return newFlight(fleet[static_cast<std::size_t>(dice.below(static_cast<int>(fleet.size())))]);
-}
+Flight FlightDesk::newFlight(const std::vector<Operator>& fleet) { return newFlight(dice.oneOf(fleet)); }
 
 Flight FlightDesk::newFlight(const Operator& by) {
     Flight flight;

@@ -5,6 +5,7 @@
 #include "generator.h"
 
 #include <random>
+#include <utility>
 
 namespace rig {
 
@@ -15,6 +16,13 @@ class Dice {
     double between(double low, double high) { return low + (high - low) * (engine() * (1.0 / 4294967296.0)); }
     int below(int count) { return static_cast<int>(between(0, count)); }
     bool oneIn(double count) { return between(0, count) < 1; }
+    template <typename List> auto& oneOf(List& list) {
+        return list[index(list.size())];
+    } // not of an empty one
+    template <typename List> void shuffle(List& list) {
+        for (std::size_t i = list.size(); i > 1; --i) std::swap(list[i - 1], list[index(i)]);
+    }
+    std::size_t index(std::size_t count) { return static_cast<std::size_t>(below(static_cast<int>(count))); }
 
   private:
     std::mt19937 engine;

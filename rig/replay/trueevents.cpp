@@ -39,13 +39,12 @@ class Comparison {
             return e.hexid == hexid && std::fabs(e.time - shownTime(trueTime)) < lateS;
         });
     }
-    void parking(const TrueMove& move, json& part, const char* kind);
+    void parking(const TrueMove& move, json& part);
     void push(const TrueMove& move, json& part);
     void ghost(const TrueMove& move, json& part);
 
     static constexpr double firstShownS = 50; // replay seconds: lead and delay
     const TrueEventsInput& in;
-    std::size_t pushesFound = 0;
 };
 
 double Comparison::leavesAgain(const TrueMove& after) const {
@@ -55,7 +54,7 @@ double Comparison::leavesAgain(const TrueMove& after) const {
 }
 
 // Where it stood on a stand between the end of the way and the next departure.
-void Comparison::parking(const TrueMove& move, json& part, const char* kind) {
+void Comparison::parking(const TrueMove& move, json& part) {
     const double from = shownTime(move.start), to = shownTime(leavesAgain(move));
     std::string outcome = "not_parked", stand;
     for (const Stood& stood : in.watch.stood) {
@@ -67,7 +66,7 @@ void Comparison::parking(const TrueMove& move, json& part, const char* kind) {
         if (stood.stand == move.to) break;
     }
     const auto isIts = [&](const Vanish& v) { return v.hexid == move.hexid && v.time > from && v.time < to; };
-    if (outcome == "not_parked" && kind == std::string_view("landings") &&
+    if (outcome == "not_parked" && move.kind == MoveKind::landing &&
         shown(in.watch.touchDowns, move.hexid, move.start) == in.watch.touchDowns.end() &&
         std::none_of(in.watch.vanished.begin(), in.watch.vanished.end(), isIts))
         outcome = "not_shown";
@@ -91,7 +90,6 @@ void Comparison::push(const TrueMove& move, json& part) {
     const auto add = [&](const char* name) { part[name] = part[name].get<int>() + 1; };
     std::string outcome = "not_shown";
     if (found != in.watch.pushBacks.end()) {
-        ++pushesFound;
         const double off =
             std::fabs(gf_headingDiff(found->endHeading, move.pushHeading * degToRad)) * radToDeg;
         constexpr double asMeantDeg = 45, wrongDeg = 135;
@@ -147,11 +145,11 @@ json Comparison::result() {
         switch (move.kind) {
         case MoveKind::landing:
             count(landings);
-            parking(move, landings, "landings");
+            parking(move, landings);
             break;
         case MoveKind::tow:
             count(tows);
-            parking(move, tows, "tows");
+            parking(move, tows);
             break;
         case MoveKind::ghost: ghost(move, ghosts); break;
         case MoveKind::departure:

@@ -50,6 +50,15 @@ class Roads : public Ground {
         for (; t < fromS + forS; t += 2) line(t, hex, callsign, north, east, 0, 0, 0);
         return t;
     }
+    // Flies, lands, taxies and parks; nullptr: it is not there at the end.
+    const rig::SimObject* arrive(const Stand& home) {
+        run(feed(hex, "DLH1AB", arrival, 5) + 60);
+        const rig::SimObject* o = object("DLH1AB");
+        EXPECT_EQ(state(hex), FlightState::parked) << story(hex);
+        if (!o) return nullptr;
+        EXPECT_LT(metersFrom(*o, home), 0.5) << story(hex);
+        return o;
+    }
     double north(const rig::SimObject& o) { return (o.lat - fieldLat) * metersPerLatDegree; }
     double east(const rig::SimObject& o) {
         return (o.lon - fieldLon) * metersPerLatDegree * std::cos(fieldLat * degToRad);
@@ -57,14 +66,9 @@ class Roads : public Ground {
 };
 
 TEST_F(Roads, AnArrivalLandsTaxiesAndParksOnItsStand) {
-    Stand& home = stand("A1", 2200, 700, 90, 18);
-    const double end = feed(hex, "DLH1AB", arrival, 5);
-    run(end + 60);
-    SCOPED_TRACE(story(hex));
-    rig::SimObject* o = object("DLH1AB");
+    const Stand& home = stand("A1", 2200, 700, 90, 18);
+    const rig::SimObject* o = arrive(home);
     ASSERT_TRUE(o);
-    EXPECT_EQ(state(hex), FlightState::parked);
-    EXPECT_LT(metersFrom(*o, home), 0.5);
     EXPECT_LT(degreesOff(*o, 90), 3);
     EXPECT_EQ(o->lights & ~rig::lightCabin, rig::lightNav | rig::lightLogo);
     EXPECT_FALSE(o->engineRunning);
@@ -131,14 +135,8 @@ class SlopingGround : public Roads {
 
 TEST_F(SlopingGround, WheelsStayOnItFromTheTouchdownToTheStand) {
     hub.world.settings.slope = rig::parseSlope("2,30", fieldLat, fieldLon);
-    Stand& home = stand("A1", 2200, 700, 90, 18);
-    const double end = feed(hex, "DLH1AB", arrival, 5);
-    run(end + 60);
-    SCOPED_TRACE(story(hex));
-    rig::SimObject* o = object("DLH1AB");
+    const rig::SimObject* o = arrive(stand("A1", 2200, 700, 90, 18));
     ASSERT_TRUE(o);
-    EXPECT_EQ(state(hex), FlightState::parked);
-    EXPECT_LT(metersFrom(*o, home), 0.5);
     EXPECT_GT(hub.world.groundFt(o->lat, o->lon), fieldFt + 100); // 2.3 km up the slope
     EXPECT_NEAR(hub.world.heightFt(*o), o->staticCg, 0.05);
     EXPECT_LE(worstFt, 0);
