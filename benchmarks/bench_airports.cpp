@@ -82,6 +82,9 @@ void readAirport(benchmark::State& state) {
 }
 BENCHMARK(readAirport)->Unit(benchmark::kMillisecond);
 
+constexpr int visits =
+    100; // each reads the airport anew, outside the time: as many as the clock asks for take minutes
+
 void takeOver(benchmark::State& state) { // what a parking step does with it
     prepare();
     for (auto _ : state) {
@@ -94,7 +97,7 @@ void takeOver(benchmark::State& state) { // what a parking step does with it
         state.ResumeTiming();
     }
 }
-BENCHMARK(takeOver)->Unit(benchmark::kMicrosecond);
+BENCHMARK(takeOver)->Unit(benchmark::kMicrosecond)->Iterations(visits);
 
 void giveUpWithChanges(benchmark::State& state) { // the worker's part of a save
     prepare();
@@ -110,7 +113,7 @@ void giveUpWithChanges(benchmark::State& state) { // the worker's part of a save
         state.ResumeTiming();
     }
 }
-BENCHMARK(giveUpWithChanges)->Unit(benchmark::kMicrosecond);
+BENCHMARK(giveUpWithChanges)->Unit(benchmark::kMicrosecond)->Iterations(visits);
 
 void closestAirport(benchmark::State& state) { // of 44,000
     prepare();
