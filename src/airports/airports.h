@@ -156,7 +156,8 @@ void lf_giveUpParkAirport();
 double gf_firstParkAirportNm(double lat, double lon); // distance to the first park airport; 10000 without one
 void gf_storeUserStand();
 void lf_setDestination(const Airport& airport); // makes it the first of the list
-void lf_newDestination(const Airport& airport); // and stores and shows it
+void lf_newDestination(const Airport& airport); // stores and shows it, and asks for the above; any thread
+void lf_serveDestination();                     // the request for it, or for none
 
 // ---- the loader thread (loader.cpp) ---------------------------------------------------------------------------------
 void lf_serveLoader(); // by hand: all that waits for it, on the caller's thread; for a test and the replay

@@ -43,24 +43,7 @@ bool lf_setParkAirport(const std::string& code) {
 static void lf_showMaxFit() {
     constexpr float hoursPerStep = 0.5f; // the fit counts half hours, from the first on
     MAX_FIT_FL.value = static_cast<float>(MAX_FIT.value) * hoursPerStep + hoursPerStep;
-    plat::setText(MAX_FIT_FL.control.controlId, fmt::format("{}", MAX_FIT_FL.value.load()));
-}
-
-static void lf_setRange(std::int32_t nm) {
-    LATERAL_RANGE.value = LATERAL_RANGE.limited(nm);
-    gf_setRange(LATERAL_RANGE.value);
-    gf_showParameter(LATERAL_RANGE);
-}
-
-// The automatic range keeps the user's own, and gives it back.
-static void lf_followAutoRange() {
-    const bool on = AUTO_RANGE.value;
-    plat::setEnabled(LATERAL_RANGE.control.controlId, !on);
-    plat::setEnabled(AUTO_RANGE_ABOVE_HEIGHT.control.controlId, on);
-    if (on)
-        app.savedRange = LATERAL_RANGE.value.load();
-    else
-        lf_setRange(app.savedRange);
+    gf_showParameter(MAX_FIT_FL);
 }
 
 static void lf_takeStep(const ReadingStep& step) {
@@ -68,12 +51,12 @@ static void lf_takeStep(const ReadingStep& step) {
     case ReadingStep::Kind::log: return gf_logLine(step.text);
     case ReadingStep::Kind::show: return gf_showMessage(step.text, true);
     case ReadingStep::Kind::setFlag:
+        if (step.flag == &AUTO_RANGE) return gf_setAutoRange(step.value != 0);
         step.flag->value = step.value != 0;
         gf_showParameter(*step.flag);
-        if (step.flag == &AUTO_RANGE) lf_followAutoRange();
         return;
     case ReadingStep::Kind::setNumber:
-        if (step.number == &LATERAL_RANGE) return lf_setRange(step.value);
+        if (step.number == &LATERAL_RANGE) return gf_setUserRange(step.value);
         step.number->value = step.value;
         gf_showParameter(*step.number);
         return;
@@ -135,6 +118,7 @@ static void lf_showLoaded() {
     display.airportLoaded = airports.park.loaded;
     display.airportHandmade = file.handmade;
     display.standCount = static_cast<std::uint32_t>(file.stands.size());
+    display.trafficWeeks = file.trafficWeeks;
     gf_setDisplayText(DisplayText::airportName, file.airportName);
     gf_setDisplayText(DisplayText::publisher, file.publisher);
     gf_setDisplayText(DisplayText::quality,

@@ -223,9 +223,11 @@ void lf_newDestination(const Airport& airport) {
     gf_setAndSave(DESTINATION, airport.code);
     gf_showParameter(DESTINATION);
     gf_showMessage(fmt::format("New destination: {}", airport.code), true);
-    lf_setDestination(airport);
     plat::setEnabled(RE_READ.control.controlId, false);
+    app.destinationRequest.set();
 }
+
+void lf_serveDestination() { lf_keepDestinationFirst(); }
 
 // ---- the button "Re-read" ---------------------------------------------------------------------------------------
 

@@ -44,6 +44,7 @@ struct AppProcess {
         tickCount; // passes of the motion step, 10 ms each; worker writes; not reset by a run
     Flag
         newLiveriesRequest; // the window: what is known of the liveries is void; taken by the next run's start
+    Flag newAirportsRequest;        // the same of the scan of add-on airports
     Relaxed<bool> realTrafficLocal; // RealTraffic is installed on this computer; worker, once per run
     bool dbaseRead = false;         // worker
 };
@@ -69,13 +70,21 @@ struct AppRun {
 
     Relaxed<double> rangeNm{40}; // the range in force, nautical miles; see gf_setRange
     Relaxed<std::int32_t> rangeMeters{74080};
-    Relaxed<std::int32_t> savedRange{40}; // LATERAL_RANGE that AUTO_RANGE replaced; worker, message loop
+    Relaxed<std::int32_t> savedRange{40}; // LATERAL_RANGE that AUTO_RANGE replaced; written under its lock
     std::int32_t liveLimit = -1;          // MAX_LIVE in force at the start; worker
 
-    // Requests of the window, each taken by the cycle.
-    Flag reReadRequest, flushRequest, blockRequest, objectIdRequest, forgetTypesRequest, navLightsRequest,
-        trimLiveRequest;
-    Flag reparkRequest; // a renewal of static parking; served in two visits of the 15-second schedule
+    // Requests of the window, served by lf_serveRequests. Each is taken before it is served, and what it is about is
+    // then read from the parameters, so that one that comes in meanwhile is served the next time.
+    Flag reReadRequest;      // the list of park airports
+    Flag flushRequest;       // all static aircraft go
+    Flag blockRequest;       // BLOCK_CALLSIGN is new
+    Flag objectIdRequest;    // CALLSIGN_2_OBJECTID is new
+    Flag forgetTypesRequest; // MATCHING_DEPTH reaches further
+    Flag navLightsRequest;   // NAV_LIGHTS_WHILE_PARKED is new
+    Flag trimLiveRequest;    // MAX_LIVE is new
+    Flag destinationRequest; // DESTINATION is new, or empty
+    Flag autoRangeRequest;   // AUTO_RANGE is on
+    Flag reparkRequest;      // a renewal of static parking; served in two visits of the 15-second schedule
     bool reparkFirstPhase = false;   // worker
     Relaxed<bool> parametersChanged; // a parking setting, since the learned file was last saved
 };
@@ -93,7 +102,11 @@ bool gf_sleepUnlessStopped(std::int64_t ms); // false as soon as a stop is seen,
 // A thread that a run starts says so first, so that its stops count for that run alone.
 void gf_joinRun(std::uint32_t runNumber);
 
-void gf_setRange(double nm); // both forms of the range
+// The range (range.cpp). LATERAL_RANGE, AUTO_RANGE and the saved range change together under one lock; any thread.
+void gf_setRange(double nm);            // both forms of the range
+void gf_setUserRange(std::int32_t nm);  // LATERAL_RANGE, limited and shown, and both forms
+void gf_setAutoRange(bool on);          // on: saves the user's range; off: gives it back. With both boxes
+void gf_takeAutoRange(std::int32_t nm); // what the automatic range has found; nothing while it is off
 
 // Runs ---------------------------------------------------------------------------------------------------------
 void gf_startRunThread(); // message 32769: makes the worker

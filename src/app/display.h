@@ -25,6 +25,7 @@ enum class DisplayText {
     publisher,
     quality,
     reservedStand,
+    objectId, // of the aircraft that the user asked for: "= 123"
     count
 };
 
@@ -42,11 +43,17 @@ struct Display {
     Relaxed<std::uint32_t> mySimaddonCount{0}, myThirdpartyCount{0}; // airports; 0: not yet known
     Relaxed<bool> airportLoaded, airportHandmade;                    // airports: of the park airport's file
     Relaxed<bool> reservedStandKnown;                                // airports: its file has that stand
-    Relaxed<std::uint32_t> standCount;                               // airports
-    Relaxed<std::uint32_t> parkedLive{0}, parkedStatic{0};           // engine
+    Relaxed<bool> softParking;                                       // airports: soft stands were filled
+    Relaxed<bool>
+        staticWork; // airports: busy with static aircraft, from lf_beginStaticWork to lf_endStaticWork
+    Relaxed<std::int32_t> trafficWeeks;                // airports: weeks of traffic behind what was learned
+    Relaxed<std::int32_t> maxParked, parkedPercentage; // airports: aircraft that are to stand, of its stands
+    Relaxed<std::int32_t> tbloCount;                   // airportscan: entries of its folder TBLO
+    Relaxed<std::uint32_t> standCount;                 // airports
+    Relaxed<std::uint32_t> parkedLive{0}, parkedStatic{0}; // engine
     Relaxed<float> liveFit{-1},
         staticFit{-1}; // engine: hours that those have stood on average; -1: not yet known
-    Relaxed<std::int32_t> minutesToSummary{0}; // worker
+    Relaxed<std::int32_t> minutesToSummary{0}; // to the next renewal and summary; worker; 0: not yet known
 };
 extern Display display;
 

@@ -75,7 +75,6 @@ void lf_secondStep() {
     lf_serveRequests();
     lf_userConflicts();
     lf_parkedConflicts();
-    lf_serveBlockRequest();
 }
 
 SecondJobs lf_jobsOfSecond(std::int32_t second) {
@@ -100,7 +99,6 @@ static bool runSecond() {
     if (due.slowSchedule) {
         tellReaderWhere();
         if (controlLink.rtProfessional) lf_sendSimTime(sim.simTimeEpoch);
-        if (app.reReadRequest.take()) lf_rereadParkAirports();
         lf_slowSchedule(app.secondCount);
     }
     return true;
@@ -116,10 +114,8 @@ void lf_pausedStep() {
         gf_logLine(fmt::format("{} Flight not running", gf_shortTimeText()));
     }
     lf_handleSimMessages();
-    if (--app.pauseCount % passesPerSecond == 0) {
-        if (app.reReadRequest.take()) lf_rereadParkAirports();
-        sendPosition();
-    }
+    lf_serveRequests();
+    if (--app.pauseCount % passesPerSecond == 0) sendPosition();
     if (app.pauseCount < 1) {
         app.pauseCount = passesPerSecond;
         lf_refreshCounts();
@@ -149,7 +145,6 @@ void lf_beginCycle() {
     app.lastSecondTick = plat::steadyNow();
     lf_workOutWeekSlot();
     gf_enableTraffic(true);
-    plat::setEnabled(FLUSH_STATIC.control.controlId, true);
     plat::setEnabled(CALLSIGN_2_OBJECTID.control.controlId, true);
 }
 

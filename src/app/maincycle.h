@@ -16,7 +16,7 @@ void lf_mainCycle();
 void lf_beginCycle(); // the part of lf_mainCycle before its loop, without the timer resolution
 bool lf_cycleStep();  // one pass; true to go on
 void lf_secondStep();
-void lf_serveRequests(); // the window's requests, from the second step
+void lf_serveRequests(); // the window's requests, from the second step and the paused one
 void lf_firstPosition(); // before the cycle: the position to RealTraffic and to the traffic reader
 void lf_pausedStep();
 void lf_slowSchedule(int second);

@@ -3,6 +3,7 @@
 
 #include "app/parameters.h"
 
+#include "app/display.h"
 #include "app/log.h"
 #include "platform/text.h"
 #include "platform/window.h"
@@ -103,18 +104,33 @@ void gf_setAndSave(BoolParameter& p, bool on) {
     gf_showParameter(p);
 }
 
-void gf_showParameter(const BoolParameter& p) {
-    if (p.control.controlId != 0) plat::setChecked(p.control.controlId, p.value);
+std::string gf_floatText(float value) { return fmt::format("{:.1f}", value); }
+
+// Two threads may show a parameter at once: the last look at its value is behind the last change of the control.
+template <class P, class Show> static void lf_showNumber(const P& p, Show show) {
+    if (p.control.controlId == 0) return;
+    for (auto shown = p.value.load();; shown = p.value) {
+        show(p.control.controlId, shown);
+        if (p.value == shown) break;
+    }
+    gf_repaint(Band::settings);
 }
 
+void gf_showParameter(const BoolParameter& p) { lf_showNumber(p, plat::setChecked); }
+
 void gf_showParameter(const IntParameter& p) {
-    if (p.control.controlId != 0) plat::setText(p.control.controlId, std::to_string(p.value));
+    lf_showNumber(p, [](int id, std::int32_t number) { plat::setText(id, std::to_string(number)); });
+}
+
+void gf_showParameter(const FloatParameter& p) {
+    lf_showNumber(p, [](int id, float number) { plat::setText(id, gf_floatText(number)); });
 }
 
 void gf_showParameter(const StringParameter& p) {
     if (p.control.controlId == 0) return;
     try {
         plat::setText(p.control.controlId, p.value());
+        gf_repaint(Band::settings);
     } catch (const win32::Utf8ConversionException& e) { // the control keeps its former text
         gf_logLine(fmt::format("{} conversion exception {}, error code: {}", "gf_showParameter", e.what(),
                                e.errorCode()));

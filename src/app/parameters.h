@@ -89,9 +89,11 @@ void gf_saveParameter(const IntParameter& p);
 void gf_saveParameter(const StringParameter& p);
 void gf_setAndSave(StringParameter& p, const std::string& text);
 void gf_setAndSave(BoolParameter& p, bool on); // with its check box
-void gf_showParameter(const BoolParameter& p); // value to the control
+void gf_showParameter(const BoolParameter& p); // value to the control, and its labels anew
 void gf_showParameter(const IntParameter& p);
+void gf_showParameter(const FloatParameter& p);
 void gf_showParameter(const StringParameter& p);
+std::string gf_floatText(float value); // one decimal, with a point
 
 // The window's place alone, before the full reading: an axis on a limit of its range goes back to the value before.
 void gf_readWindowPosition();

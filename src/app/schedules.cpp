@@ -1,5 +1,4 @@
-// The slower work of the main cycle: the requests of the window, the schedule of each 15 seconds, and the watch over
-// both readers. Worker.
+// The slower work of the main cycle: the schedule of each 15 seconds, and the watch over both readers. Worker.
 
 #include "app/maincycle.h"
 
@@ -10,28 +9,6 @@
 #include "engine/engine.h"
 #include "feed/feed.h"
 #include "liveries/liveries.h"
-
-static void setNavLightsOfParked() {
-    const bool on = NAV_LIGHTS_WHILE_PARKED.value;
-    for (const ParkedAc& ac : engine.parked)
-        if (ac.st == SimState::active) gf_setNavLights(ac.objectId, on);
-    for (const LiveAc& ac : engine.live)
-        if (ac.st == SimState::active && ac.fs == FlightState::parked) gf_setNavLights(ac.objectId, on);
-}
-
-void lf_serveRequests() {
-    if (app.objectIdRequest.take()) lf_findObjectId();
-    if (app.flushRequest.take()) {
-        gf_flushStatics();
-        INITIAL_LOAD_ONLY.value = true; // what was flushed does not come back by itself
-        gf_showParameter(INITIAL_LOAD_ONLY);
-    }
-    if (app.navLightsRequest.take()) setNavLightsOfParked();
-    if (app.trimLiveRequest.take()) {
-        if (!airports.park.loaded) app.liveLimit = MAX_LIVE.value;
-        lf_trimLive();
-    }
-}
 
 // Two visits 15 seconds apart: the first begins to collect the callsigns that the feed shows, the second renews the
 // static aircraft by them.
@@ -66,7 +43,6 @@ void lf_slowSchedule(int second) {
     if (display.trafficMark == ReaderMark::silent || display.weatherMark == ReaderMark::silent)
         lf_readerWatch();
     if (second % 30 != 0) return;
-    if (app.forgetTypesRequest.take()) lf_forgetTypesWithoutLivery();
     if (AUTO_RANGE) lf_autoRange();
     if (second % 60 != 0) return;
     display.minutesToSummary = summaryMinutes - second / 60 % summaryMinutes;

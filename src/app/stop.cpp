@@ -116,8 +116,3 @@ bool gf_sleepUnlessStopped(std::int64_t ms) {
     }
     return !gf_stopping();
 }
-
-void gf_setRange(double nm) {
-    app.rangeNm = nm;
-    app.rangeMeters = static_cast<std::int32_t>(nm * metersPerNm);
-}

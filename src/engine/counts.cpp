@@ -78,12 +78,7 @@ static std::int32_t lf_wantedRange() {
     return static_cast<std::int32_t>(std::lround(distanceNm) + std::lround(beyondAirport));
 }
 
-void lf_autoRange() {
-    const std::int32_t range = lf_wantedRange();
-    const std::int32_t limited = LATERAL_RANGE.limited(range);
-    gf_setRange(range);
-    if (LATERAL_RANGE.value.exchange(limited) != limited) gf_showParameter(LATERAL_RANGE);
-}
+void lf_autoRange() { gf_takeAutoRange(lf_wantedRange()); }
 
 // ---- limits --------------------------------------------------------------------------------------------------------
 
@@ -139,8 +134,7 @@ void lf_removeOldestParked(std::size_t count) {
     }
 }
 
-void lf_serveBlockRequest() {
-    if (!app.blockRequest.take()) return;
+void lf_removeBlocked() {
     const std::string blocked = BLOCK_CALLSIGN.value();
     if (blocked.empty()) return;
     for (LiveAc& ac : engine.live)

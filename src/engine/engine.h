@@ -233,8 +233,8 @@ void lf_serveNewArrival();     // one entry of the list of new arrivals
 void lf_userConflicts();       // aircraft in the way of the user
 void lf_parkedConflicts();     // static aircraft in the way of live ones
 void lf_removeStaticDoubles(); // every 61 seconds
-void lf_serveBlockRequest();
-void lf_findObjectId(); // none yet
+void lf_removeBlocked();       // the first aircraft with BLOCK_CALLSIGN
+void lf_findObjectId();        // none yet
 void lf_forgetObjectId(const AcBase& ac,
                        bool respawns); // its object goes: the look-up's answer is void: none yet
 void lf_writeCallsignFile();           // none yet

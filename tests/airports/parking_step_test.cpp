@@ -323,7 +323,7 @@ TEST_F(ParkStep, ParametersOfTheLearnedFileAreSetInTheirOrder) {
     EXPECT_EQ(app.rangeNm, 2);
     EXPECT_FALSE(enabled(LATERAL_RANGE));
     EXPECT_EQ(parking_percentage.value, 150) << "not limited";
-    EXPECT_EQ(plat::getText(MAX_FIT_FL.control.controlId), "5");
+    EXPECT_EQ(plat::getText(MAX_FIT_FL.control.controlId), "5.0");
     EXPECT_THAT(logText(),
                 HasSubstr(fmt::format("{:24}: 9 (max number of half hours, is 5 hrs decimal)\n", "MAX_FIT")));
     EXPECT_THAT(logText(),

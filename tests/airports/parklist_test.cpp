@@ -78,6 +78,8 @@ TEST_F(ParkList, ADestinationIsTheFirst) {
     writeFile(folders.myParkAirports, "EDFF\nEDNN,5\n");
     lf_readMyParkAirports();
     lf_newDestination(*gf_findAirport("EDNN"));
+    ASSERT_TRUE(app.destinationRequest.take()) << "of a thread to which the list does not belong";
+    lf_serveDestination();
     EXPECT_THAT(entries(), ElementsAre("EDNN,5", "EDFF,"));
     EXPECT_EQ(DESTINATION.value(), "EDNN");
     EXPECT_FALSE(plat::isEnabled(RE_READ.control.controlId));
@@ -91,6 +93,7 @@ TEST_F(ParkList, ADestinationIsTheFirst) {
 
 TEST_F(ParkList, ADestinationStaysTheFirstWhenTheAirportOfDepartureIsRead) {
     lf_newDestination(*gf_findAirport("EDNN"));
+    lf_serveDestination();
     bringUp(stand("A", 0, 20));
     EXPECT_THAT(entries(), ElementsAre("EDNN,", "EDTT,A"));
     EXPECT_EQ(airports.reservedStand, "A");

@@ -245,9 +245,8 @@ TEST_F(CycleTest, APausedCycleStillLooksAroundOnceASecond) {
     addAircraft(20001, 500);
     clock.setUtcSeconds(1685923169); // Sunday, a second before Monday's first half hour begins early
     ASSERT_TRUE(tick());
-    EXPECT_TRUE(app.reReadRequest);
+    EXPECT_FALSE(app.reReadRequest) << "the user waits for it";
     for (int i = 1; i < 100; ++i) ASSERT_TRUE(tick());
-    EXPECT_FALSE(app.reReadRequest);
     EXPECT_EQ(display.liveCount, 1u);
     EXPECT_EQ(app.weekSlot.load(), (WeekSlot{1, 0}));
     EXPECT_EQ(app.pauseCount, 100);

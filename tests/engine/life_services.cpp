@@ -2,6 +2,7 @@
 
 #include "life_fixture.h"
 
+#include "app/maincycle.h"
 #include "support.h"
 
 namespace {
@@ -131,10 +132,10 @@ TEST_F(Life, ANewLimitAndABlockTakeTheirAircraftAtOnce) {
 
     engine.live[1].callsign = "BAW1234";
     BLOCK_CALLSIGN.set("BAW1234");
-    lf_serveBlockRequest(); // nobody asked
+    lf_serveRequests(); // nobody asked
     EXPECT_EQ(engine.live[1].st, SimState::active);
     app.blockRequest.set();
-    lf_serveBlockRequest();
+    lf_serveRequests();
     EXPECT_EQ(engine.live[1].st, SimState::removingFromSim);
     EXPECT_FALSE(app.blockRequest);
 }
