@@ -12,6 +12,7 @@ const std::vector<Command>& commands() {
         {"refdata", "builds a download tree from plain tables", runRefdata},
         {"fleet", "an installed simulator with livery packages", runFleet},
         {"liveries", "what the program's scan makes of a folder", runLiveries},
+        {"bgl", "what the program's decoder makes of a scenery file", runBgl},
         {"replay", "a whole flight in virtual time, with a report", runReplay},
     };
     return table;
