@@ -1,9 +1,9 @@
 // Sceneries of a fleet: packages in the habits of real ones, with an airport of the directory each. Who made one is told
 // by its folder, by its manifest in one of several ways, or by nothing.
 
+#include "files.h"
 #include "fleet/bgl.h"
 #include "fleet/parts.h"
-#include "files.h"
 #include "platform/files.h"
 
 #include <fmt/format.h>
@@ -43,10 +43,11 @@ static std::string lowerCase(std::string text) {
 
 static std::string manifestText(const std::string& title, const std::string& manufacturer,
                                 const std::string& creator) {
-    return fmt::format("{{\r\n  \"dependencies\": [],\r\n  \"content_type\": \"SCENERY\",\r\n  \"title\": \"{}\",\r\n"
-                       "  \"manufacturer\": \"{}\",\r\n  \"creator\": \"{}\",\r\n"
-                       "  \"package_version\": \"1.0.0\",\r\n  \"minimum_game_version\": \"1.18.9\"\r\n}}",
-                       title, manufacturer, creator);
+    return fmt::format(
+        "{{\r\n  \"dependencies\": [],\r\n  \"content_type\": \"SCENERY\",\r\n  \"title\": \"{}\",\r\n"
+        "  \"manufacturer\": \"{}\",\r\n  \"creator\": \"{}\",\r\n"
+        "  \"package_version\": \"1.0.0\",\r\n  \"minimum_game_version\": \"1.18.9\"\r\n}}",
+        title, manufacturer, creator);
 }
 
 static BglPosition positionAt(const SceneryPlace& place, double east, double north) {
@@ -71,7 +72,8 @@ static std::vector<BglPosition> positionsOf(const SceneryPlace& place, Chance& c
         p.name = gate ? chance.of(letters) : chance.of(ramp);
         p.type = static_cast<int>(gate ? 8 + chance.below(4) : 1 + chance.below(7));
         p.number = static_cast<int>(1 + i - (chance.percent(8) ? std::min<std::size_t>(i, 1) : 0));
-        p.radius = gate ? 16 + static_cast<float>(chance.below(30)) : 5 + static_cast<float>(chance.below(12));
+        p.radius =
+            gate ? 16 + static_cast<float>(chance.below(30)) : 5 + static_cast<float>(chance.below(12));
         p.heading = static_cast<float>(chance.below(360));
         p.airlineCodes = gate && chance.percent(30) ? static_cast<int>(1 + chance.below(5)) : 0;
         positions.push_back(p);
@@ -132,7 +134,8 @@ void SceneryWriter::airportFile(const fs::path& path, const SceneryPlace& place,
                                      {names, 1, {bglRecord(0x19, noise(54, chance))}},
                                      {models, 1, {noise(200 + chance.below(3000), chance)}},
                                      {objects, 1, {noise(400 + chance.below(3000) / 4 * 4, chance)}}};
-    std::rotate(sections.begin(), sections.begin() + static_cast<std::ptrdiff_t>(chance.below(3)), sections.end());
+    std::rotate(sections.begin(), sections.begin() + static_cast<std::ptrdiff_t>(chance.below(3)),
+                sections.end());
     std::swap(sections.front(), sections[chance.below(2)]);
     for (BglSection& section : sections) // records start on whole words
         for (std::string& subsection : section.subsections)
@@ -165,8 +168,9 @@ SceneryWriter::Publisher SceneryWriter::publisherOf(std::size_t number, const Sc
 void SceneryWriter::writeOfficial(std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
         const SceneryPlace& place = places[nextPlace++];
-        const fs::path package = official / fmt::format("{}-airport-{}-city", i % 2 == 0 ? "microsoft" : "Asobo",
-                                                        lowerCase(place.code));
+        const fs::path package =
+            official /
+            fmt::format("{}-airport-{}-city", i % 2 == 0 ? "microsoft" : "Asobo", lowerCase(place.code));
         FleetWriter::file(package / "manifest.json", manifestText(place.code, "Asobo Studio", "Microsoft"));
         airportFile(package / "scenery" / "world" / "scenery" / (lowerCase(place.code) + ".bgl"), place,
                     "simaddon");
@@ -187,7 +191,8 @@ void SceneryWriter::writePackages(std::size_t count) {
         if (!publisher.manifest.empty())
             FleetWriter::file((publisher.deep ? package / "scenery" : package) / "manifest.json",
                               publisher.manifest);
-        airportFile(scenery / (chance.percent(50) ? place.code + ".bgl" : "objects.BGL"), place, publisher.name);
+        airportFile(scenery / (chance.percent(50) ? place.code + ".bgl" : "objects.BGL"), place,
+                    publisher.name);
         for (std::size_t n = 0; n < others; ++n)
             file(scenery / fmt::format("CVX{:04}.BGL", n),
                  bglFile({{shapes, 1, {noise(100 + chance.below(500), chance)}}}));

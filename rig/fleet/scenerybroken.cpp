@@ -64,13 +64,14 @@ void SceneryWriter::writeBroken(std::size_t round) {
     broken("two-airports.bgl", fileOf(bglAirport(airportOf(a, 2)) + bglAirport(airportOf(b, 3))),
            {{a, 2}, {b, 3}});
     a = code(), b = code();
-    broken("two-subsections.bgl", bglFile({{3, 1, {bglAirport(airportOf(a, 2)), bglAirport(airportOf(b, 1))}}}),
-           {{a, 2}, {b, 1}});
+    broken("two-subsections.bgl",
+           bglFile({{3, 1, {bglAirport(airportOf(a, 2)), bglAirport(airportOf(b, 1))}}}), {{a, 2}, {b, 1}});
     a = code();
     broken("odd-size.bgl", fileOf(bglAirport(airportOf(a, 1)), "end"), {{a, 1}});
     a = code(), b = code();
     broken("short-identifiers.bgl",
-           fileOf(bglAirport(airportOf("YBF", 2)) + bglAirport(airportOf(a, 2)) + bglAirport(airportOf("QXABC", 2))),
+           fileOf(bglAirport(airportOf("YBF", 2)) + bglAirport(airportOf(a, 2)) +
+                  bglAirport(airportOf("QXABC", 2))),
            {{a, 2}});
     BglAirport below = airportOf(a = code(), 1), high = airportOf(b = code(), 1);
     below.altitudeMm = static_cast<std::uint32_t>(-2500);
@@ -97,8 +98,8 @@ void SceneryWriter::writeBroken(std::size_t round) {
     broken("no-stands.bgl", fileOf(bglAirport(airportOf(code(), 0))), {});
     const std::string back = bglRecord(0x32, std::string(38, '\0'), -44);
     a = code();
-    broken("backward-record.bgl", fileOf(bglAirport(airportOf(a, 1)) + back + bglAirport(airportOf(code(), 1))),
-           {{a, 1}});
+    broken("backward-record.bgl",
+           fileOf(bglAirport(airportOf(a, 1)) + back + bglAirport(airportOf(code(), 1))), {{a, 1}});
     BglAirport sizeless = airportOf(a = code(), 0);
     sizeless.helipads = {{50, 8, 20}};
     sizeless.behind = bglRecord(0x33, std::string(30, '\0'), 0) + bglParking(gates(2));
@@ -132,16 +133,17 @@ void SceneryWriter::writeBroken(std::size_t round) {
 
     // What a scan does not look into.
     const std::string unseen = fileOf(bglAirport(airportOf(code(), 1)));
-    for (const char* name :
-         {"mixed-case.Bgl", "AFCAD Updates/seen.bgl", "statics/seen.bgl", "my_heliports.bgl",
-          "aircraft/seen.bgl", "bgl", "seen.bgl.off"})
+    for (const char* name : {"mixed-case.Bgl", "AFCAD Updates/seen.bgl", "statics/seen.bgl",
+                             "my_heliports.bgl", "aircraft/seen.bgl", "bgl", "seen.bgl.off"})
         broken(name, unseen, {});
     a = code();
     broken("Aircraft/seen.BGL", fileOf(bglAirport(airportOf(a, 1))), {{a, 1}}); // the case matters
     // Packages whose manifest says nothing, and one that has none.
     const std::pair<const char*, const char*> manifests[] = {
-        {"array", "[{\"manufacturer\": \"orbx\"}]"},   {"number", "{\"manufacturer\": 12, \"creator\": null}"},
-        {"cut", "{\"manufacturer\": \"orb"},           {"nested", "{\"x\": {\"manufacturer\": \"orbx\"}}"},
+        {"array", "[{\"manufacturer\": \"orbx\"}]"},
+        {"number", "{\"manufacturer\": 12, \"creator\": null}"},
+        {"cut", "{\"manufacturer\": \"orb"},
+        {"nested", "{\"x\": {\"manufacturer\": \"orbx\"}}"},
         {"blank", "{\"manufacturer\": \"\", \"creator\": \" \"}"}};
     for (const auto& [name, text] : manifests) {
         brokenFolder = out.summary.packages / "Community" / fmt::format("odd-manifest-{}-{}", name, round);
