@@ -162,10 +162,8 @@ class Player {
 
     void deliver(double feedTime) {
         for (; next < lines.size() && lines[next].time <= feedTime; ++next) {
-            LineFates& fates = decisions.lines[measure.tracks.add(lines[next].line)];
-            fates.count(-1);
+            measure.tracks.add(lines[next].line);
             trafficReader.takeDatagram(lines[next].line);
-            fates.count(1);
         }
     }
 

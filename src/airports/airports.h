@@ -74,6 +74,14 @@ struct ParkAirportEntry {    // one line of the user's list
     double distanceNm = 0;   // from the user; 0 until worked out
 };
 
+struct StaticCandidate { // a static aircraft to be placed
+    std::int32_t standSeq = 0;
+    std::int32_t fit = 0;   // half hours before now at which its option matched
+    std::string airl, type; // as in the option, and so the next three
+    std::string cs, cs2, reg;
+    bool staysOn = true; // shown as the flight that has come; false: as the one that leaves
+};
+
 // The airport whose stands are in use. Published as a whole to the feed reader.
 struct ParkAirport : Airport {
     bool loaded = false; // its file is read; without it no aircraft appears on the ground there
@@ -90,6 +98,9 @@ struct AirportsRun {
     bool learnAllowed = false;          // soft learning, by the quality of what is known
     bool pending = false;               // the park airport's file is being read
     std::int32_t maxParked = 0; // aircraft that may stand parked, live and static; 0 or below: no limit
+    std::vector<StaticCandidate> staticQueue; // to be placed, the best fit last
+    std::int32_t realFit = -1, softFit = -1; // half hours back that the last calculation went; -1: not at all
+    std::uint32_t staticSerial = 0;          // number of the last static aircraft
     std::list<ParkAirportEntry> parkAirports;
     std::string reservedStand; // id; "" for none
     LatLon sortedFor;          // user position of the last sort
@@ -163,10 +174,15 @@ void lf_serveDestination();                     // the request for it, or for no
 void lf_serveLoader(); // by hand: all that waits for it, on the caller's thread; for a test and the replay
 void lf_endLoader();   // joins it; what must still be written is written, the rest dropped. For the closing
 
-// ---- static parking: none yet ---------------------------------------------------------------------------------------
-void gf_flushStatics();
-void lf_beginStaticWork();
+// ---- static parking (statics.h has the insides); worker ------------------------------------------------------------
+std::int32_t gf_wantedParked(); // aircraft that are to stand parked; publishes it and the percentage
+void lf_calculateStatics();     // for an airport that has just been read
+void lf_adjustStatics();        // the renewal
+void lf_placeNextStatic();      // one from the end of the queue, for the creation queue
+void lf_dropPlanned(std::uint32_t standId); // nothing more is to be placed there
+void gf_flushStatics();                     // all static aircraft go, and those that wait
+enum class WorkText { disabled, calculating, none };
+void lf_beginStaticWork(WorkText text = WorkText::disabled); // the busy flag; its controls are disabled
 void lf_endStaticWork();
-void lf_calculateStatics();
-void lf_adjustStatics();
-void lf_fillStaticQueue(); // one more static aircraft for the creation queue
+void gf_collectCallsigns(); // anew, for the next calculation
+void lf_cancelRenewal();

@@ -170,6 +170,12 @@ void lf_giveUpParkAirport() {
     airports.learnAllowed = false;
     airports.learnedWhole.clear();
     airports.maxParked = 0;
+    airports.staticQueue.clear();
+    airports.realFit = airports.softFit = -1;
+    lf_cancelRenewal();
+    display.maxParked = 0;
+    display.parkedPercentage = 0;
+    display.softParking = false;
     airports.file = {};
     gf_publishParkAirport({});
     lf_reserveStand({});

@@ -4,6 +4,7 @@
 #include "airports/airports.h"
 
 #include "airports/reading.h"
+#include "app/display.h"
 #include "app/log.h"
 #include "app/parameters.h"
 #include "engine/engine.h"
@@ -17,10 +18,11 @@ static bool lf_lowEnough() { return engine.user.agl <= AIRPORT_HEIGHT.value; }
 
 static void lf_enableReRead() { plat::setEnabled(RE_READ.control.controlId, true); }
 
-static void lf_bringUp() { // the park airport that has just been set
+static void lf_bringUp(WorkText text) { // the park airport that has just been set
     airports.pending = true;
     lf_startLoading(airports.park.code);
-    lf_beginStaticWork();
+    gf_collectCallsigns();
+    lf_beginStaticWork(text);
 }
 
 static void lf_takePending() {
@@ -46,16 +48,17 @@ static void lf_lookFromAir() {
     const double nm = gf_firstParkAirportNm(engine.user.lat, engine.user.lon);
     if (nm > AIRPORT_RANGE.value || !lf_lowEnough() || !lf_setParkAirport(code)) return;
     gf_showMessage(fmt::format("{} in sight at {:.1F} nm", gf_airportLabel(airports.park), nm), true);
-    lf_bringUp();
+    lf_bringUp(WorkText::none);
 }
 
-static void lf_useGroundAnswer(const GroundAnswer& answer) {
+static void lf_useGroundAnswer(const GroundAnswer& answer, bool firstTime) {
     if (!answer.airport) return gf_showMessage("User aircraft on the ground, no airport in sight", false);
     const std::string where =
         fmt::format("User aircraft on the ground at {}", gf_airportLabel(*answer.airport));
     if (!answer.hasFile) return gf_showMessage(where + ", no airport file found", false);
     gf_logLine(where);
-    if (lf_setParkAirport(answer.airport->code)) lf_bringUp();
+    if (lf_setParkAirport(answer.airport->code))
+        lf_bringUp(firstTime ? WorkText::calculating : WorkText::none);
 }
 
 // Which airport the user stands at may hang on airport files: the loader thread answers, and the step after uses the
@@ -68,7 +71,7 @@ static void lf_lookFromGround(bool firstTime) {
     }
     GroundAnswer answer;
     if (lf_takeGroundAnswer(answer) && gf_distanceNm(answer.asked, lf_user()) <= sameAirportNm)
-        lf_useGroundAnswer(answer);
+        lf_useGroundAnswer(answer, firstTime);
     if (!airports.park.known()) lf_askGround(lf_user());
 }
 
@@ -92,7 +95,16 @@ static void lf_checkPresent() {
     lf_removeAllParked();
 }
 
+// All that was to be placed has been placed, or has gone.
+static void lf_noteEndOfPlacing() {
+    if (!display.staticWork || !airports.staticQueue.empty()) return;
+    lf_endStaticWork();
+    gf_clearMessage();
+    lf_refreshCounts();
+}
+
 void lf_parkingStep(bool firstTime) {
+    lf_noteEndOfPlacing();
     if (airports.pending) return lf_takePending();
     if (gf_isNoPosition(engine.user.lat, engine.user.lon)) return;
     lf_sortParkAirports();

@@ -16,6 +16,7 @@ static void setNavLightsOfParked() {
 
 static void flush() {
     gf_flushStatics();
+    lf_cancelRenewal();             // what is under way would bring them back
     INITIAL_LOAD_ONLY.value = true; // what was flushed does not come back by itself
     gf_showParameter(INITIAL_LOAD_ONLY);
 }

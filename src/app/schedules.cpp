@@ -17,18 +17,16 @@ static void visitRepark() {
     if (!app.reparkFirstPhase) {
         app.reparkFirstPhase = true;
         lf_beginStaticWork();
-        {
-            const LockGuard hold(trafficReader.callsignLock);
-            trafficReader.seenCallsigns.clear();
-        }
-        trafficReader.collectCallsigns.set();
-        return;
+        return gf_collectCallsigns();
     }
     app.reparkFirstPhase = false;
     gf_clearError();
     gf_clearMessage();
     app.reparkRequest.clear();
-    if (airports.park.loaded) lf_adjustStatics();
+    if (airports.park.loaded)
+        lf_adjustStatics();
+    else if (!airports.pending)
+        trafficReader.collectCallsigns.clear();
 }
 
 static void endOfSimDay() {
@@ -50,7 +48,7 @@ void lf_slowSchedule(int second) {
     gf_repaint(Band::settings);
     if (second % 1200 != 0) return;
     gf_logNoMatches();
-    if (!engine.parked.empty() && !INITIAL_LOAD_ONLY) app.reparkRequest.raise();
+    if (airports.park.loaded && !INITIAL_LOAD_ONLY) app.reparkRequest.raise();
     if (second % 86400 == 0) endOfSimDay();
 }
 

@@ -131,6 +131,10 @@ static void lf_staticWaitStep(SimMessage& wait) {
     lf_shutDownAtStand(*ac);
     gf_logLine(fmt::format("{:8}: {:8} parked", lf_standName(ac->standId), ac->callsign));
     lf_removalAskedMeanwhile(*ac);
+    // A live aircraft that came while the object was being made did not find it.
+    for (const LiveAc& live : engine.live)
+        if (live.st != SimState::buffer && live.st != SimState::removingFromSim && lf_sameAircraft(live, *ac))
+            return removeAircraftFromSim(*ac, Removed::conflict);
 }
 
 static void lf_waitStep() {

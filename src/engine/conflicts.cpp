@@ -128,7 +128,7 @@ void lf_makeWay(const LiveAc& ac, const Stand& stand) {
     const auto onStand = std::find_if(engine.parked.begin(), engine.parked.end(),
                                       [&](const ParkedAc& parked) { return parked.standId == standId; });
     if (onStand != engine.parked.end()) lf_clearStaticFrom(ac, *onStand);
-    std::erase_if(engine.parked, [](const ParkedAc& parked) { return parked.eraseFromQueue; });
+    lf_compactParked();
     for (const std::int32_t seq : stand.adjacent) {
         const auto nextId = static_cast<std::uint32_t>(seq);
         const auto beside =
@@ -157,8 +157,17 @@ static std::string_view lf_realCallsign(const LiveAc& ac) { // that of a ghost l
     return callsign;
 }
 
+static bool lf_isSameFlight(const LiveAc& ac, const ParkedAc& parked) {
+    return lf_isFlightOf(parked, ac.callsign) || lf_isFlightOf(parked, ac.coupledCallsign) ||
+           lf_isFlightOf(parked, lf_realCallsign(ac));
+}
+
+bool lf_isImage(const LiveAc& ac, const ParkedAc& parked) {
+    return lf_sameText(ac.regcode, parked.regcode) || lf_isSameFlight(ac, parked);
+}
+
 bool lf_sameAircraft(const LiveAc& ac, const ParkedAc& parked) {
-    if (parked.st != SimState::active) return false;
+    if (parked.st != SimState::active || !lf_isImage(ac, parked)) return false;
     if (lf_sameText(ac.regcode, parked.regcode)) {
         if (LOG)
             gf_logLine(fmt::format("{:8}: {:8} {} removed, new {} {} has same regcode {}",
@@ -166,9 +175,6 @@ bool lf_sameAircraft(const LiveAc& ac, const ParkedAc& parked) {
                                    lf_whereabouts(ac), ac.callsign, ac.regcode));
         return true;
     }
-    if (!lf_isFlightOf(parked, ac.callsign) && !lf_isFlightOf(parked, ac.coupledCallsign) &&
-        !lf_isFlightOf(parked, lf_realCallsign(ac)))
-        return false;
     if (LOG) {
         std::string_view shown = parked.callsign; // that of a static aircraft ends in "*"
         if (shown.ends_with('*')) shown.remove_suffix(1);

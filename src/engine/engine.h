@@ -207,6 +207,7 @@ enum class Removed {
     standClaimed, // another aircraft has its stand, or parks too close to it
     feedJumped,   // away from its stand
     maxParked,
+    stale, // parked, and not reported for too long
     ghost,
     other,
     count
@@ -266,6 +267,7 @@ LiveAc lf_makeLiveAc(const TrafficRecord& record); // fields from the type and t
 LiveAc& lf_appendLive(LiveAc&& ac);
 void lf_eraseLive(std::size_t place); // the last record moves into its place
 void lf_compactLive();                // drops what is flagged eraseNow or eraseFromQueue; keeps the order
+void lf_compactParked();              // the same of the static list
 void lf_setObjectId(LiveAc& ac, std::uint32_t id); // the one writer of a live aircraft's objectId
 LiveAc* lf_findByHexid(std::uint32_t hexid);       // nullptr: not known
 LiveAc* lf_findByObjectId(std::uint32_t objectId); // nullptr: not known, or 0

@@ -233,6 +233,7 @@ void lf_parkedAtCreation(LiveAc& ac) {
     if (ac.standId == 0) return;
     const std::string_view place = lf_standName(ac.standId);
     gf_logLine(fmt::format("{:8}: {:8} parks", place, ac.callsign));
+    if (lf_standOf(ac)) lf_dropPlanned(ac.standId);
     for (ParkedAc& parked : engine.parked) {
         if (parked.standId != ac.standId || parked.st != SimState::active) continue;
         gf_logLine(fmt::format("{:8}: {:8} parks over static {} ? static will be removed ...", place,

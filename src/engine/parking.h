@@ -73,10 +73,11 @@ void lf_giveUp(LiveAc& ac, NotSpawned why);     // spawn.cpp; the record is drop
 
 // ---- who makes way (conflicts.cpp, counts.cpp) -----------------------------------------------------------------------
 
-void lf_makeWay(const LiveAc& ac, const Stand& stand); // static aircraft leave a stand and its neighbours
-bool lf_sameAircraft(const LiveAc& ac, const ParkedAc& parked);
-bool lf_userAirConflict(LiveAc& ac);        // true: it was removed
-void lf_enforceMaxPark(std::int32_t extra); // 1 when an aircraft is about to be added
+void lf_makeWay(const LiveAc& ac, const Stand& stand);     // static aircraft leave a stand and its neighbours
+bool lf_isImage(const LiveAc& ac, const ParkedAc& parked); // both show one real aircraft or one flight
+bool lf_sameAircraft(const LiveAc& ac, const ParkedAc& parked); // the same, of an active one; tells why
+bool lf_userAirConflict(LiveAc& ac);                            // true: it was removed
+void lf_enforceMaxPark(std::int32_t extra);                     // 1 when an aircraft is about to be added
 void lf_removeOldestParked(std::size_t count);
 
 // ---- learning (learning.cpp) -----------------------------------------------------------------------------------------

@@ -23,7 +23,7 @@ const char* const notSpawnedNames[] = {"empty_stream", "single_point", "ghost", 
 const char* const removedNames[] = {
     "stream_end",    "range",       "conflict",    "farthest",      "stuck",        "feed_gone",
     "holding_over",  "object_lost", "sim_removed", "livery_failed", "airport_left", "user_conflict",
-    "stand_claimed", "feed_jumped", "max_parked",  "ghost",         "other"};
+    "stand_claimed", "feed_jumped", "max_parked",  "stale",         "ghost",        "other"};
 static_assert(std::size(notSpawnedNames) == static_cast<std::size_t>(NotSpawned::count));
 static_assert(std::size(removedNames) == static_cast<std::size_t>(Removed::count));
 
@@ -139,6 +139,10 @@ void lf_compactLive() {
         if (isDropped(ac) && ac.standId != 0) lf_freeStand(ac);
     std::erase_if(engine.live, isDropped);
     lf_renumber();
+}
+
+void lf_compactParked() {
+    std::erase_if(engine.parked, [](const ParkedAc& ac) { return ac.eraseNow || ac.eraseFromQueue; });
 }
 
 void lf_setObjectId(LiveAc& ac, std::uint32_t id) {

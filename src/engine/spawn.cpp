@@ -265,6 +265,7 @@ void lf_serveSpawnRequest() {
 void lf_paceQueues() {
     constexpr std::int32_t removalTicks = 10, creationTicks = 50;
     if (lf_now() % removalTicks != 0) return;
+    lf_compactParked();
     if (!engine.removalQueue.empty()) {
         gf_queueRemoval(engine.removalQueue.front());
         engine.removalQueue.pop_front();
@@ -276,5 +277,5 @@ void lf_paceQueues() {
         gf_queueCreation(std::move(queue.front()));
         queue.pop_front();
     }
-    if (!live && !engine.parked.empty()) lf_fillStaticQueue();
+    if (!live) lf_placeNextStatic();
 }

@@ -115,6 +115,8 @@ class UdpReader {
     std::array<char, bufferSize> buffer;
 };
 
+extern Lock trafficLock; // the feed queue, whether reports are taken, and the callsigns seen
+
 class TrafficReader : public UdpReader {
   public:
     void onDatagram() override;
@@ -125,8 +127,7 @@ class TrafficReader : public UdpReader {
         userPosition;                       // latitude, longitude in degrees, as the worker last copied them
     SeqLocked<ParkAirportView> parkAirport; // airports publishes, reader reads
     Flag collectCallsigns;
-    Lock callsignLock;
-    std::set<std::string> seenCallsigns GUARDED_BY(callsignLock);
+    std::set<std::string> seenCallsigns GUARDED_BY(trafficLock); // while collectCallsigns is on
     Relaxed<double> latestFeedTime; // seconds since 1970 of the latest line; 0 until one has come
     Relaxed<std::uint64_t> kept;
     std::array<Relaxed<std::uint64_t>, static_cast<std::size_t>(Drop::count)> dropped;
@@ -151,12 +152,11 @@ class QnhReader : public UdpReader {
 extern TrafficReader trafficReader;
 extern QnhReader qnhReader;
 
-// Guarded by trafficLock: the queue of tested reports, and whether new ones are taken.
+// The queue of tested reports, and whether new ones are taken.
 struct FeedQueue {
     std::deque<TrafficRecord> records;
     bool trafficEnabled = false;
 };
-extern Lock trafficLock;
 extern FeedQueue feedQueue GUARDED_BY(trafficLock);
 
 void gf_enableTraffic(bool on);

@@ -39,10 +39,6 @@ static void lf_resetReader(UdpReader& reader) {
 void lf_resetReaders() {
     lf_resetReader(trafficReader);
     lf_resetReader(qnhReader);
-    {
-        const LockGuard guard(trafficReader.callsignLock);
-        trafficReader.seenCallsigns.clear();
-    }
     trafficReader.latestFeedTime = 0.0;
     trafficReader.kept = 0;
     for (auto& counter : trafficReader.dropped) counter = 0;
@@ -53,6 +49,7 @@ void lf_resetReaders() {
     std::deque<TrafficRecord> old; // freed outside the lock
     const LockGuard guard(trafficLock);
     old.swap(feedQueue.records);
+    trafficReader.seenCallsigns.clear();
 }
 
 void gf_stopReaders() {

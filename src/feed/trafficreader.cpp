@@ -185,7 +185,7 @@ Drop TrafficReader::testLine() {
     std::string_view callsign = fields[callsignField];
     const bool anonymised = callsign.find('@') != std::string_view::npos;
     if (collectCallsigns && !callsign.empty() && !lf_isNull(callsign) && !anonymised) {
-        const LockGuard guard(callsignLock);
+        const LockGuard guard(trafficLock);
         seenCallsigns.emplace(callsign);
     }
 

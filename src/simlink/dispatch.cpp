@@ -188,7 +188,7 @@ static bool lf_takePending(std::string_view tailNumber, PendingCreation& found) 
     auto best = sim.pending.end();
     for (auto i = sim.pending.begin(); i != sim.pending.end(); ++i) {
         if (i->tailNumber != tailNumber) continue;
-        if (best == sim.pending.end() || best->hexid == 0) best = i;
+        if (best == sim.pending.end() || best->givenUp) best = i;
     }
     if (best == sim.pending.end()) return false;
     found = std::move(*best);
@@ -202,7 +202,7 @@ static void lf_onNewObject(DWORD id, const InRangeBlock& block, std::string_view
     {
         LockGuard hold(simLock);
         ours = lf_takePending(tailNumber, creation);
-        if (ours && creation.hexid != 0) {
+        if (ours && !creation.givenUp) {
             SimConnect_AIReleaseControl(sim.handle, id, reqRelease);
             for (const SimEvent freeze : {evFreezeLatLon, evFreezeAltitude, evFreezeAttitude})
                 sim.events.push_back({id, freeze, 1});
@@ -217,7 +217,7 @@ static void lf_onNewObject(DWORD id, const InRangeBlock& block, std::string_view
                         double{block.groundAltitude}));
         return;
     }
-    if (creation.hexid == 0) return;
+    if (creation.givenUp) return;
     SimMessage message;
     message.objectId = id;
     message.hexid = creation.hexid;
@@ -348,15 +348,17 @@ static void lf_onObjectData(const SIMCONNECT_RECV_SIMOBJECT_DATA* answer, DWORD 
 // A creation that the simulator will not answer any more, whatever the reason, ends here.
 static void lf_endRefusedCreation(DWORD sendId, DWORD number) {
     SimMessage message;
+    bool givenUp = false;
     {
         LockGuard hold(simLock);
         const auto place = std::find_if(sim.pending.begin(), sim.pending.end(),
                                         [&](const PendingCreation& p) { return p.packetId == sendId; });
         if (sendId == 0 || place == sim.pending.end()) return;
         message.hexid = place->hexid;
+        givenUp = place->givenUp;
         lf_dropPlace(sim.pending, place);
     }
-    if (message.hexid == 0) return;
+    if (givenUp) return;
     const bool titleRefused =
         number == exCreateObjectFailed || (number >= exOutsideRealityBubble && number <= exObjectSchedule);
     message.counter = titleRefused ? 1 : 0;

@@ -107,22 +107,22 @@ static void lf_sendRemovals(HANDLE handle, FrameReport& report) {
     sim.removals.clear();
 }
 
-// An entry that is given up stays for a while without its hexid: its object is removed should it turn up late.
+// An entry that is given up stays for a while: its object is removed should it turn up late.
 static void lf_giveUpCreations(FrameReport& report) {
     const std::int64_t now = plat::steadyNow();
     const std::int64_t sinceLastFrame = sim.lastFrameAt == 0 ? 0 : now - sim.lastFrameAt;
     sim.lastFrameAt = now;
     for (PendingCreation& pending : sim.pending) {
         if (!app.simRunning) pending.sentAt += sinceLastFrame; // nobody asks for answers meanwhile
-        if (pending.hexid == 0 || now - pending.sentAt < creationPatienceNs) continue;
+        if (pending.givenUp || now - pending.sentAt < creationPatienceNs) continue;
         SimMessage message;
         message.hexid = pending.hexid;
         message.kind = SimMessageKind::creationFailed;
         report.messages.push_back(message);
-        pending.hexid = 0;
+        pending.givenUp = true;
     }
     std::erase_if(sim.pending, [&](const PendingCreation& pending) {
-        return pending.hexid == 0 && now - pending.sentAt >= lateObjectNs;
+        return pending.givenUp && now - pending.sentAt >= lateObjectNs;
     });
 }
 

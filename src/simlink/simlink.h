@@ -102,7 +102,8 @@ struct CreationRecord {
 };
 struct PendingCreation {
     DWORD packetId = 0;
-    std::uint32_t hexid = 0; // 0: given up, and its object is removed should it still turn up
+    std::uint32_t hexid = 0;
+    bool givenUp = false;    // its object is removed should it still turn up
     std::string tailNumber;  // as the simulator gives it back, at most 12 bytes
     std::int64_t sentAt = 0; // steady nanoseconds; given up after 60 s
 };

@@ -56,7 +56,6 @@ TEST_F(ParkStep, TheAirportUnderTheUserIsBroughtUpWithoutAFileReadInAStep) {
     EXPECT_TRUE(display.airportLoaded && display.standCount == 2);
     EXPECT_EQ(gf_displayText(DisplayText::airportName), "Testfield");
     EXPECT_TRUE(enabled(FLUSH_STATIC) && enabled(RE_READ) && enabled(LEARN_SOFT));
-    EXPECT_FALSE(enabled(parking_percentage)) << "nothing was learned yet";
     EXPECT_EQ(airports.reservedStand, "A");
     lf_serveLoader();
     EXPECT_EQ(readFile(folders.myParkAirports), "EDTT,A\n");

@@ -56,7 +56,7 @@ class CycleTest : public VirtualAppTest {
         return feedQueue.trafficEnabled;
     }
     static std::size_t callsignsSeen() {
-        const LockGuard hold(trafficReader.callsignLock);
+        const LockGuard hold(trafficLock);
         return trafficReader.seenCallsigns.size();
     }
     static void placeUser(double lat, double lon) {
@@ -152,9 +152,9 @@ TEST_F(CycleTest, TheRangeFollowsTheUserEachThirtySeconds) {
 }
 
 TEST_F(CycleTest, StaticAircraftAreRenewedInTwoVisitsEachTwentyMinutes) {
-    engine.parked.push_back({});
+    airports.park.loaded = true; // with or without static aircraft
     {
-        const LockGuard hold(trafficReader.callsignLock);
+        const LockGuard hold(trafficLock);
         trafficReader.seenCallsigns.insert("OLD1");
     }
     lf_beginCycle();

@@ -257,7 +257,7 @@ TEST_F(FeedTest, TellsANorthHeadingAMissingOneAndAnUnknownRollApart) {
 
 TEST_F(FeedTest, CollectsCallsignsOnlyWhileAsked) {
     const auto seen = [] {
-        const LockGuard guard(trafficReader.callsignLock);
+        const LockGuard guard(trafficLock);
         return trafficReader.seenCallsigns;
     };
     trafficReader.takeDatagram(feedLine({{9, "EARLY1"}}));
