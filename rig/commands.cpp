@@ -10,8 +10,9 @@ const std::vector<Command>& commands() {
         {"feed", "a RealTraffic that plays a recording or makes traffic", runFeed},
         {"server", "a download server for a folder", runServer},
         {"refdata", "builds a download tree from plain tables", runRefdata},
-        {"fleet", "an installed simulator with livery packages", runFleet},
+        {"fleet", "an installed simulator with livery packages and sceneries", runFleet},
         {"liveries", "what the program's scan makes of a folder", runLiveries},
+        {"bgl", "what the program's decoder makes of a scenery file", runBgl},
         {"replay", "a whole flight in virtual time, with a report", runReplay},
     };
     return table;

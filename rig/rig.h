@@ -21,6 +21,7 @@ int runFeed(const std::vector<std::string>& arguments);
 int runServer(const std::vector<std::string>& arguments);
 int runRefdata(const std::vector<std::string>& arguments);
 int runFleet(const std::vector<std::string>& arguments);
+int runBgl(const std::vector<std::string>& arguments);
 int runLiveries(const std::vector<std::string>& arguments);
 int runReplay(const std::vector<std::string>& arguments);
 

@@ -59,6 +59,44 @@ class FleetWriter {
     std::array<std::filesystem::path, 5> packages; // by Family
 };
 
+// scenery.cpp: packages with an airport each, and files without one beside it.
+struct SceneryPlace { // of an airport of the directory
+    std::string code;
+    double lat = 0, lon = 0; // degrees
+    double elevationFt = 0;
+};
+std::vector<SceneryPlace> readSceneryPlaces(); // of the directory that ships with the program
+class SceneryWriter {
+  public:
+    SceneryWriter(FleetWriter& out, const RefTables& tables, std::filesystem::path official,
+                  std::size_t leastBytes, Chance& chance);
+    void writePackages(std::size_t count);
+    // scenerybroken.cpp: one of every defect that real files have, and of each that a reader of files must expect.
+    void writeBroken(std::size_t round);
+
+  private:
+    struct Publisher {
+        std::string package, name, manifest; // the folder's name; "" for no manifest
+        bool deep = false;                   // the manifest lies below the package's top folder
+    };
+    Publisher publisherOf(std::size_t number, const SceneryPlace& place);
+    void writeOfficial(std::size_t count);
+    void airportFile(const std::filesystem::path& path, const SceneryPlace& place,
+                     const std::string& publisher);
+    void file(const std::filesystem::path& path, std::string bytes);
+    void broken(const std::string& name, const std::string& bytes,
+                const std::vector<std::pair<std::string, std::size_t>>& airports, bool read = true);
+
+    FleetWriter& out;
+    const RefTables& tables;
+    const std::filesystem::path official; // of the simulator's own packages
+    const std::size_t leastBytes;
+    Chance& chance;
+    std::vector<SceneryPlace> places;
+    std::size_t nextPlace = 0;
+    std::filesystem::path brokenFolder;
+};
+
 // broken.cpp: one of every kind of file that a scan reports or passes over.
 void writeBroken(FleetWriter& out, const RefTables& tables, std::size_t round);
 

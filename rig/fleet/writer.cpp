@@ -172,6 +172,13 @@ FleetSummary writeFleet(const RefTables& tables, const FleetOptions& wanted) {
     if (!place.userCfg.empty()) FleetWriter::file(place.userCfg, userCfgText(place.packages));
     writeLiveries(out, planLiveries(tables, options.liveries, chance), chance);
     for (std::size_t round = 0; round < options.brokenRounds; ++round) writeBroken(out, tables, round);
+    if (options.sceneries > 0) {
+        SceneryWriter sceneries(out, tables,
+                                options.is2020 ? place.packages / own / place.distributor : fs::path(),
+                                options.sceneryBytes, chance);
+        sceneries.writePackages(options.sceneries);
+        for (std::size_t round = 0; round < options.brokenRounds; ++round) sceneries.writeBroken(round);
+    }
 
     std::string titles;
     for (const auto& title : out.titles) (titles += title) += '\n';

@@ -162,8 +162,10 @@ class Player {
 
     void deliver(double feedTime) {
         for (; next < lines.size() && lines[next].time <= feedTime; ++next) {
-            measure.tracks.add(lines[next].line);
+            LineFates& fates = decisions.lines[measure.tracks.add(lines[next].line)];
+            fates.count(-1);
             trafficReader.takeDatagram(lines[next].line);
+            fates.count(1);
         }
     }
 

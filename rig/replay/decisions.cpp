@@ -5,6 +5,8 @@
 #include "engine/trace.h"
 #include "replay/alloc_count.h"
 
+#include <fmt/format.h>
+
 #include <chrono>
 #include <string_view>
 
@@ -38,13 +40,31 @@ Decisions::~Decisions() {
     listener = nullptr;
 }
 
+void LineFates::count(int sign) {
+    kept += sign * static_cast<std::int64_t>(trafficReader.kept.load());
+    for (std::size_t i = 0; i < dropped.size(); ++i)
+        dropped[i] += sign * static_cast<std::int64_t>(trafficReader.dropped[i].load());
+}
+
+std::string LineFates::whyDropped() const {
+    std::string text;
+    for (std::size_t i = 0; i < dropped.size(); ++i)
+        if (dropped[i] > 0)
+            text += fmt::format("{}{} {}", text.empty() ? "" : ", ", dropNames[i], dropped[i]);
+    return text;
+}
+
 std::string Decisions::whyRemoved(std::uint32_t hexid, double time) const {
     constexpr double longestS = 2; // from the decision to the object's end as the report sees it
+    return lastRemoval(hexid, time - longestS, time);
+}
+
+std::string Decisions::lastRemoval(std::uint32_t hexid, double from, double to) const {
     const auto found = of.find(hexid);
     if (found == of.end()) return {};
     for (auto d = found->second.rbegin(); d != found->second.rend(); ++d) {
-        if (d->time > time) continue;
-        if (d->time < time - longestS) break;
+        if (d->time > to) continue;
+        if (d->time < from) break;
         if (d->what.starts_with(respawnWord)) return "respawn";
         if (d->what.starts_with(removedWord)) return d->what.substr(removedWord.size());
     }

@@ -35,7 +35,7 @@ double metersBetween(double lat1, double lon1, double lat2, double lon2) {
     return std::hypot(way.north, way.east);
 }
 
-void FeedTracks::add(std::string_view line) {
+std::uint32_t FeedTracks::add(std::string_view line) {
     std::array<std::string_view, 15> fields;
     std::size_t count = 0, from = 0;
     while (count < fields.size() && from <= line.size()) {
@@ -43,16 +43,17 @@ void FeedTracks::add(std::string_view line) {
         fields[count++] = line.substr(from, comma - from);
         from = comma + 1;
     }
-    if (count < fields.size()) return;
+    if (count < fields.size()) return 0;
     std::uint32_t hexid = 0;
     const auto parsed = std::from_chars(fields[1].data(), fields[1].data() + fields[1].size(), hexid);
     FeedFix fix{};
     if (parsed.ec != std::errc() || !gf_parseDouble(fields[2], fix.lat) ||
         !gf_parseDouble(fields[3], fix.lon) || !gf_parseDouble(fields[4], fix.alt) ||
         !gf_parseDouble(fields[8], fix.speed) || !gf_parseDouble(fields[14], fix.time))
-        return;
+        return 0;
     fix.onGround = fields[6] == "1" || fix.alt <= 0;
     add(hexid, fix);
+    return hexid;
 }
 
 void FeedTracks::add(std::uint32_t hexid, const FeedFix& fix) {

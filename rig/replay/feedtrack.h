@@ -31,7 +31,7 @@ struct TrackOffset {
 
 class FeedTracks {
   public:
-    void add(std::string_view line);                   // a line of the feed; others are ignored
+    std::uint32_t add(std::string_view line); // a line of the feed, its aircraft; others are ignored, 0
     void add(std::uint32_t hexid, const FeedFix& fix); // ignored when it is not later than the last one
     bool empty() const { return tracks.empty(); }
     const std::vector<FeedFix>* of(std::uint32_t hexid) const;

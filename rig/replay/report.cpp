@@ -94,7 +94,8 @@ json makeReport(const ReportInput& input) {
                            {"taxi", fidelityOf(m.taxiTruth)},
                            {"left_behind_s", m.leftBehindSeconds}};
     if (input.events)
-        report["truth"]["events"] = trueEventsReport({*input.events, input.ground.watch, input.endFeedTime});
+        report["truth"]["events"] =
+            trueEventsReport({*input.events, input.ground.watch, input.ground.decisions, input.endFeedTime});
     report["smooth"] = {{"moves_over_5m", m.movesOver5m},
                         {"moves_over_50m", m.movesOver50m},
                         {"altitude_step_ft_max", m.altitudeStepMax},

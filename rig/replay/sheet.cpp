@@ -321,6 +321,14 @@ std::string listDecisions(const Sheet& sheet) {
     return out + "</table>\n";
 }
 
+std::string tellLines(const Sheet& sheet) {
+    const auto found = sheet.input.decisions.lines.find(sheet.hexid);
+    const LineFates fates = found == sheet.input.decisions.lines.end() ? LineFates{} : found->second;
+    const std::string dropped = fates.whyDropped();
+    return fmt::format("<p>Lines of the feed: {} taken, dropped: {}.</p>\n", fates.kept,
+                       dropped.empty() ? "none" : dropped);
+}
+
 std::string legend() {
     std::string out;
     for (int i = 0; i <= static_cast<int>(FlightState::birth); ++i) {
@@ -340,7 +348,7 @@ std::string sheetPage(const Sheet& sheet) {
         "div{{overflow-x:auto}}</style>\n<h2>{0}</h2><p>{1}</p>\n",
         escaped(title), legend());
     if (sheet.track.points.empty()) {
-        out += fmt::format("<p>It never appeared. The feed has {} reports of it.</p>\n", sheet.feed.size());
+        out += "<p>It never appeared.</p>\n" + tellLines(sheet);
         return out + listDecisions(sheet);
     }
     constexpr double waysHeight = 580, plotsHeight = 520, leastWidth = 1300, most = 8000, pixelsPerS = 1;

@@ -33,7 +33,8 @@ class Comparison {
     bool counts(const TrueMove& move) const {
         return shownTime(move.start) > firstShownS + leadInS && move.end < in.endFeedTime - leadOutS;
     }
-    double leavesAgain(const TrueMove& after) const; // true time; huge when it stays
+    json why(const TrueMove& move, double from, double to) const; // replay seconds
+    double leavesAgain(const TrueMove& after) const;              // true time; huge when it stays
     template <typename List> auto shown(const List& list, std::uint32_t hexid, double trueTime) const {
         return std::find_if(list.begin(), list.end(), [&](const auto& e) {
             return e.hexid == hexid && std::fabs(e.time - shownTime(trueTime)) < lateS;
@@ -42,6 +43,7 @@ class Comparison {
     void parking(const TrueMove& move, json& part);
     void push(const TrueMove& move, json& part);
     void ghost(const TrueMove& move, json& part);
+    void takeOff(const TrueMove& move, json& part);
 
     static constexpr double firstShownS = 50; // replay seconds: lead and delay
     const TrueEventsInput& in;
@@ -51,6 +53,17 @@ double Comparison::leavesAgain(const TrueMove& after) const {
     for (const TrueMove& move : in.events.moves)
         if (move.hexid == after.hexid && move.start > after.start) return move.start;
     return std::numeric_limits<double>::max();
+}
+
+// Why an aircraft is not shown as it should be: none of its lines was taken, or it was removed in that time.
+json Comparison::why(const TrueMove& move, double from, double to) const {
+    const auto lines = in.decisions.lines.find(move.hexid);
+    const bool dropped = lines != in.decisions.lines.end() && lines->second.kept == 0;
+    return {{"callsign", move.callsign},
+            {"hexid", move.hexid},
+            {"feed_time", move.start},
+            {"dropped", dropped ? lines->second.whyDropped() : ""},
+            {"removed", in.decisions.lastRemoval(move.hexid, from, to)}};
 }
 
 // Where it stood on a stand between the end of the way and the next departure.
@@ -71,13 +84,12 @@ void Comparison::parking(const TrueMove& move, json& part) {
         std::none_of(in.watch.vanished.begin(), in.watch.vanished.end(), isIts))
         outcome = "not_shown";
     part[outcome] = part[outcome].get<int>() + 1;
-    if (outcome != "on_its_stand")
-        part["list"].push_back({{"callsign", move.callsign},
-                                {"hexid", move.hexid},
-                                {"feed_time", move.start},
-                                {"true_stand", move.to},
-                                {"stand", stand},
-                                {"outcome", outcome}});
+    if (outcome == "on_its_stand") return;
+    json one = why(move, from, to);
+    one["true_stand"] = move.to;
+    one["stand"] = stand;
+    one["outcome"] = outcome;
+    part["list"].push_back(std::move(one));
 }
 
 void Comparison::push(const TrueMove& move, json& part) {
@@ -116,6 +128,20 @@ void Comparison::ghost(const TrueMove& move, json& part) {
     if (seconds == 0) return;
     part["shown"] = part["shown"].get<int>() + 1;
     part["shown_s"] = part["shown_s"].get<double>() + seconds;
+    if (move.callsign == "null") part["shown_unnamed_s"] = part["shown_unnamed_s"].get<double>() + seconds;
+    part["list"].push_back({{"callsign", move.callsign}, {"hexid", move.hexid}, {"shown_s", seconds}});
+}
+
+// One that is not shown has lines of which none is taken, or was removed on its way and came back in the air.
+void Comparison::takeOff(const TrueMove& move, json& part) {
+    if (shown(in.watch.takeOffs, move.hexid, move.end) != in.watch.takeOffs.end()) {
+        part["shown"] = part["shown"].get<int>() + 1;
+        return;
+    }
+    json one = why(move, shownTime(move.start), shownTime(move.end) + lateS);
+    one["feed_time"] = move.end;
+    if (one["dropped"] != "") part["dropped"] = part["dropped"].get<int>() + 1;
+    part["list"].push_back(std::move(one));
 }
 
 json Comparison::result() {
@@ -136,8 +162,9 @@ json Comparison::result() {
                    {"not_shown", 0},
                    {"not_reported_in_time", 0},
                    {"list", json::array()}};
-    json takeOffs = {{"true", 0}, {"shown", 0}, {"list", json::array()}};
-    json ghosts = {{"true", 0}, {"shown", 0}, {"shown_s", 0.0}};
+    json takeOffs = {{"true", 0}, {"shown", 0}, {"dropped", 0}, {"list", json::array()}};
+    json ghosts = {
+        {"true", 0}, {"shown", 0}, {"shown_s", 0.0}, {"shown_unnamed_s", 0.0}, {"list", json::array()}};
     const auto count = [](json& part) { part["true"] = part["true"].get<int>() + 1; };
     int turnRounds = 0;
     for (const TrueMove& move : in.events.moves) {
@@ -155,11 +182,7 @@ json Comparison::result() {
         case MoveKind::departure:
             turnRounds += move.turnRound;
             count(takeOffs);
-            if (shown(in.watch.takeOffs, move.hexid, move.end) != in.watch.takeOffs.end())
-                takeOffs["shown"] = takeOffs["shown"].get<int>() + 1;
-            else
-                takeOffs["list"].push_back(
-                    {{"callsign", move.callsign}, {"hexid", move.hexid}, {"feed_time", move.end}});
+            takeOff(move, takeOffs);
             break;
         }
         if (move.push == PushSide::none) continue;
@@ -211,10 +234,18 @@ void trueEventsTable(const json& part,
                     number(pushes, "straight"), number(pushes, "wrong_side"),
                     number(pushes, "wrong_side_tail_first"), number(pushes, "not_reported_in_time"),
                     number(pushes, "not_shown"), number(pushes, "without_a_true_one")));
-    row("true take-offs", fmt::format("{}: {} shown; {} after a turn-round", number(part["takeoffs"], "true"),
-                                      number(part["takeoffs"], "shown"), number(part, "turn_rounds")));
-    row("true ghosts", fmt::format("{}: {} shown, {:.0f} s", number(part["ghosts"], "true"),
-                                   number(part["ghosts"], "shown"), part["ghosts"]["shown_s"].get<double>()));
+    const json& takeOffs = part["takeoffs"];
+    row("true take-offs",
+        fmt::format(
+            "{}: {} shown, {} of which no line was taken, {} removed on their way; {} after a turn-round",
+            number(takeOffs, "true"), number(takeOffs, "shown"), number(takeOffs, "dropped"),
+            std::count_if(takeOffs["list"].begin(), takeOffs["list"].end(),
+                          [](const json& one) { return one["removed"] != ""; }),
+            number(part, "turn_rounds")));
+    const json& ghosts = part["ghosts"];
+    row("true ghosts", fmt::format("{}: {} shown, {:.0f} s, {:.0f} of them without callsign and registration",
+                                   number(ghosts, "true"), number(ghosts, "shown"),
+                                   ghosts["shown_s"].get<double>(), ghosts["shown_unnamed_s"].get<double>()));
 }
 
 } // namespace rig

@@ -2,6 +2,7 @@
 // What generated aircraft truly did on the ground, held against what the program showed of it: worked out after a replay.
 
 #include "feed/generator.h"
+#include "replay/decisions.h"
 #include "replay/groundwatch.h"
 
 #include <nlohmann/json_fwd.hpp>
@@ -15,6 +16,7 @@ namespace rig {
 struct TrueEventsInput {
     const TrueEvents& events;
     const GroundWatch& watch;
+    const Decisions& decisions;
     double endFeedTime = 0; // the feed's last line; what truly ends in the minute before it is left out
 };
 

@@ -96,7 +96,7 @@ static void lf_goAround(LiveAc& ac) {
     lf_narrowElasticity(ac);
     lf_setThrottle(ac, 4);
     lf_setGear(ac, false);
-    lf_trace(ac.hexid, "goes around");
+    lf_trace(ac.hexid, "{}", ac.landing ? "goes around" : "climbs: gear and flaps up");
     ac.goingAround = true;
     ac.landing = false;
     lf_setFlaps(ac, 0);

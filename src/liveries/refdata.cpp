@@ -4,7 +4,7 @@
 #include "liveries/refdata.h"
 
 #include <algorithm>
-#include <cctype>
+#include <cstddef>
 
 RefData refData;
 
@@ -42,16 +42,26 @@ double gf_halfWingspanNm(std::string_view model) {
     return refData.wingspanByCategory[static_cast<std::size_t>(gf_modelCategory(model))];
 }
 
-static bool lf_containsIgnoringCase(std::string_view text, std::string_view part) {
-    const auto lower = [](char c) { return std::tolower(static_cast<unsigned char>(c)); };
-    return std::search(text.begin(), text.end(), part.begin(), part.end(),
-                       [&](char a, char b) { return lower(a) == lower(b); }) != text.end();
+static char lf_lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+// The text is in lower case already. Jumps from one place of the first letter to the next: a scan of sceneries looks for
+// thousands of names in each path.
+static bool lf_containsIgnoringCase(std::string_view lowerText, std::string_view part) {
+    const char first = lf_lower(part.front());
+    for (auto at = lowerText.find(first); at != lowerText.npos && part.size() <= lowerText.size() - at;
+         at = lowerText.find(first, at + 1))
+        if (std::equal(part.begin(), part.end(), lowerText.begin() + static_cast<std::ptrdiff_t>(at),
+                       [](char a, char b) { return lf_lower(a) == b; }))
+            return true;
+    return false;
 }
 
 std::string gf_publisherOf(std::string_view text) {
+    std::string lower(text);
+    std::transform(lower.begin(), lower.end(), lower.begin(), lf_lower);
     for (const auto& group : refData.publisherGroups)
         for (const auto& name : group)
-            if (name.empty() || lf_containsIgnoringCase(text, name)) return group.front();
+            if (name.empty() || lf_containsIgnoringCase(lower, name)) return group.front();
     return "unknown";
 }
 

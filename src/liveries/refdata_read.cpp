@@ -63,8 +63,9 @@ static void lf_readPublishers(const pugi::xml_document& document) {
     for (const auto node : lf_section(document, "publishers").children("pub"))
         lists.insert(node.attribute("names").value());
     for (const auto& names : lists) {
-        // An empty text has no names, and a group without a name has no canonical one.
-        if (!names.empty()) refData.publisherGroups.push_back(gf_splitAtCommas(names));
+        auto group = gf_splitAtCommas(names);
+        std::erase(group, ""); // it would be in every text
+        if (!group.empty()) refData.publisherGroups.push_back(std::move(group));
     }
     refData.publisherGroups.shrink_to_fit();
 }

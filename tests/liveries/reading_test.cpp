@@ -19,7 +19,8 @@ static std::string thrownBy(const std::function<void()>& act) {
 
 TEST_F(DbaseReading, FillsEveryStore) {
     auto tables = smallTables();
-    tables.publishers = {{"orbx", "orbx simulations"}, {"aerosoft"}, {"orbx", "orbx simulations"}};
+    tables.publishers = {
+        {"orbx", "orbx simulations"}, {"aerosoft"}, {"orbx", "orbx simulations"}, {"", "gaya", ""}, {"", ""}};
     read(rig::dbaseXml(tables));
     EXPECT_EQ(refData.allModels.size(), 9u);
     EXPECT_EQ(refData.largeModels, (TextSet{"A320", "A321"}));
@@ -32,8 +33,8 @@ TEST_F(DbaseReading, FillsEveryStore) {
     EXPECT_EQ(refData.cargoOperators, (TextSet{"FDX"}));
     EXPECT_EQ(refData.similarGroups, (std::vector<std::vector<std::string>>{{"A320", "A321"}})) << "sorted";
     EXPECT_EQ(refData.publisherGroups,
-              (std::vector<std::vector<std::string>>{{"aerosoft"}, {"orbx", "orbx simulations"}}))
-        << "sorted, once each";
+              (std::vector<std::vector<std::string>>{{"gaya"}, {"aerosoft"}, {"orbx", "orbx simulations"}}))
+        << "sorted by their texts, once each, without empty names";
     EXPECT_EQ(refData.modelFixes.at("A32N"), "A320");
     EXPECT_EQ(refData.simaddonAirports20, (TextSet{"EGLL"}));
     EXPECT_EQ(refData.dbaseRegcodes.size(), 3u);

@@ -3,6 +3,7 @@
 
 #include "fleet/parts.h"
 
+#include "airportscan/bgl.h"
 #include "app/app.h"
 #include "app/folders.h"
 #include "app/log.h"
@@ -47,6 +48,7 @@ class Fleet : public testing::Test {
         rig::FleetOptions options;
         options.folder = folder;
         options.liveries = liveries;
+        options.sceneries = broken;
         options.brokenRounds = broken;
         options.seed = seed;
         return rig::writeFleet(tables(), options);
@@ -147,6 +149,44 @@ TEST_F(Fleet, OfTheUsualSizeServesEveryCategoryAndTheAirlinesOfTheRegistrations)
         if (!row.airl.empty() && !row.type.empty()) {
             EXPECT_TRUE(made.contains({row.airl, row.type})) << row.reg;
         }
+}
+
+TEST_F(Fleet, ItsSceneriesAreReadAsItSays) {
+    for (const bool is2020 : {true, false}) {
+        fs::remove_all("config");
+        rig::FleetOptions options;
+        options.folder = ".";
+        options.is2020 = is2020;
+        options.liveries = 1;
+        options.sceneries = 24;
+        const auto summary = rig::writeFleet(tables(), options);
+        const BglRules rules{is2020,
+                             [](AirportFile&, std::vector<std::string>&) { return AirportIdentity{}; }};
+        const auto decode = [&](const fs::path& path) {
+            BglFile file(path);
+            std::vector<std::uint32_t> words;
+            EXPECT_TRUE(file.hasAirportSection() && file.read(words)) << path;
+            return gf_decodeBgl(words, plat::pathText(path), rules);
+        };
+        std::set<std::string> publishers;
+        std::size_t oddSizes = 0;
+        for (const auto& airport : summary.airports) {
+            publishers.insert(airport.publisher);
+            oddSizes += fs::file_size(airport.file) % 4 != 0;
+            std::size_t stands = 0;
+            for (const auto& found : decode(airport.file).airports)
+                if (found.file.code == airport.code) stands = found.file.stands.size();
+            EXPECT_EQ(stands, airport.stands) << airport.file << " " << airport.code;
+        }
+        EXPECT_EQ(publishers.contains("simaddon"), is2020);
+        EXPECT_GT(publishers.size(), 4u);
+        EXPECT_GT(oddSizes, 5u);
+        EXPECT_EQ(summary.notRead.size(), is2020 ? 4u : 5u);
+        for (const auto& path : summary.notRead) {
+            const auto found = decode(path);
+            EXPECT_NE(found.failure.empty(), !found.notRecognised) << path;
+        }
+    }
 }
 
 TEST_F(Fleet, TheCommandRefusesWhatItDoesNotKnow) {

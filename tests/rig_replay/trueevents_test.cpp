@@ -13,6 +13,7 @@ constexpr double delay = 30;
 struct Scene {
     rig::TrueEvents events;
     rig::GroundWatch watch;
+    rig::Decisions decisions;
     std::uint32_t next = 1;
     Scene() { watch.startFeedTime = start; }
 
@@ -26,10 +27,29 @@ struct Scene {
         events.moves.push_back(move);
         return events.moves.back();
     }
-    nlohmann::json report() const { return rig::trueEventsReport({events, watch, start + 2000}); }
+    nlohmann::json report() const { return rig::trueEventsReport({events, watch, decisions, start + 2000}); }
 };
 
 } // namespace
+
+TEST(TrueEvents, TellsWhyATakeOffIsNotShown) {
+    Scene scene;
+    const auto shown = scene.move(rig::MoveKind::departure, 300, 900).hexid;
+    const auto dropped = scene.move(rig::MoveKind::departure, 300, 900).hexid;
+    const auto removed = scene.move(rig::MoveKind::departure, 300, 900).hexid;
+    rig::Event seen;
+    seen.time = 900 + delay;
+    seen.hexid = shown;
+    scene.watch.takeOffs.push_back(seen);
+    scene.decisions.lines[dropped].dropped[static_cast<std::size_t>(Drop::type)] = 7;
+    scene.decisions.of[removed] = {{200, "removed: range"}, {700, "removed: conflict"}};
+    const auto takeOffs = scene.report()["takeoffs"];
+    EXPECT_EQ(3, takeOffs["true"]);
+    EXPECT_EQ(1, takeOffs["shown"]);
+    ASSERT_EQ(2u, takeOffs["list"].size());
+    EXPECT_EQ("type 7", takeOffs["list"][0]["dropped"]);
+    EXPECT_EQ("conflict", takeOffs["list"][1]["removed"]);
+}
 
 TEST(TrueEvents, TellsWhereLandingsParked) {
     struct Row {

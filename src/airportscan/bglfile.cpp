@@ -1,0 +1,50 @@
+// The bytes of a BGL file: a look at its head, and the whole. Any thread, never in a Tick.
+
+#include "airportscan/bgl.h"
+
+#include "airportscan/bglformat.h"
+#include "app/app.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <system_error>
+
+static_assert(std::endian::native == std::endian::little, "words are taken as they lie in the file");
+
+static char* lf_bytesOf(std::uint32_t* words) { return reinterpret_cast<char*>(words); }
+
+BglFile::BglFile(const std::filesystem::path& path) {
+    in.rdbuf()->pubsetbuf(nullptr, 0); // what is read is read in one piece, and seldom more than the head
+    in.open(path, std::ios::binary);
+    std::error_code failed;
+    size = std::filesystem::file_size(path, failed);
+    if (failed) size = 0;
+}
+
+bool BglFile::hasAirportSection() {
+    constexpr std::uint64_t shortest = 15; // bytes
+    std::array<std::uint32_t, bgl::headerWords> head;
+    if (!in || size < shortest || !in.read(lf_bytesOf(head.data()), sizeof head)) return false;
+    const std::uint64_t sections = head[bgl::sectionCountAt];
+    if (sections == 0 || (bgl::headerWords + sections * bgl::sectionWords) * 4 >= size) return false;
+    std::vector<std::uint32_t> table(sections * bgl::sectionWords);
+    if (!in.read(lf_bytesOf(table.data()), static_cast<std::streamsize>(table.size() * 4))) return false;
+    for (std::size_t i = 0; i < table.size(); i += bgl::sectionWords)
+        if (table[i] == bgl::airportSection) return true;
+    return false;
+}
+
+bool BglFile::read(std::vector<std::uint32_t>& words) {
+    constexpr std::size_t piece = 1 << 20; // words; a stop waits for no more
+    words.resize(size / 4);
+    in.clear();
+    in.seekg(0);
+    for (std::size_t done = 0; done < words.size(); done += piece) {
+        const std::size_t count = std::min(piece, words.size() - done);
+        if (gf_stopping() ||
+            !in.read(lf_bytesOf(words.data() + done), static_cast<std::streamsize>(count * 4)))
+            return false;
+    }
+    return true;
+}
