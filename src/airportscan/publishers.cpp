@@ -40,7 +40,8 @@ std::optional<ManifestInfo> lf_parseManifest(const std::string& text) {
     return ManifestInfo{textOf("manufacturer"), textOf("creator"), textOf("title")};
 }
 
-static std::optional<ManifestInfo> lf_parseManifestFile(const fs::path& path, std::vector<std::string>& lines) {
+static std::optional<ManifestInfo> lf_parseManifestFile(const fs::path& path,
+                                                        std::vector<std::string>& lines) {
     constexpr std::uintmax_t longest = 16 * 1024 * 1024; // bytes; release notes are long, but not so long
     lines.push_back(plat::pathText(path) + " found");
     std::error_code failed;
@@ -112,8 +113,8 @@ PublisherResult gf_identifyPublisher(const std::string& bglPath, std::vector<std
         lines.push_back(fmt::format("from manifest.json: manufacturer \"{}\" => publisher \"{}\"",
                                     manufacturer, result.publisher));
     else if (!creator.empty() && known(creator))
-        lines.push_back(fmt::format("from manifest.json creator \"{}\" => publisher \"{}\"", creator,
-                                    result.publisher));
+        lines.push_back(
+            fmt::format("from manifest.json creator \"{}\" => publisher \"{}\"", creator, result.publisher));
     else
         lines.push_back(fmt::format("no valid info found in manifest about publisher, manufacturer:\"{}\", "
                                     "creator:\"{}\" {}",

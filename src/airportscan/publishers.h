@@ -11,8 +11,9 @@ struct ManifestInfo {
 };
 
 struct PublisherResult {
-    std::string publisher = "unknown"; // the first name of its group; "simaddon" for the simulator's own extra airports
-    ManifestInfo manifest;             // where it was needed, and there is one
+    std::string publisher =
+        "unknown";         // the first name of its group; "simaddon" for the simulator's own extra airports
+    ManifestInfo manifest; // where it was needed, and there is one
 };
 
 // What was tried and found is added to the lines. Throws std::filesystem::filesystem_error for a folder that cannot be
@@ -21,4 +22,5 @@ PublisherResult gf_identifyPublisher(const std::string& bglPath, std::vector<std
 
 // The manifest of the package that the file belongs to.
 std::optional<ManifestInfo> lf_readManifest(const std::string& bglPath, std::vector<std::string>& lines);
-std::optional<ManifestInfo> lf_parseManifest(const std::string& text); // of a whole file; for the fuzz target too
+std::optional<ManifestInfo>
+lf_parseManifest(const std::string& text); // of a whole file; for the fuzz target too

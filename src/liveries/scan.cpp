@@ -4,18 +4,22 @@
 #include "liveries/scan.h"
 
 #include "app/app.h"
+#include "app/folderwalk.h"
 #include "app/log.h"
+#include "app/orderedpool.h"
 #include "app/parameters.h"
-#include "liveries/scanpool.h"
+#include "liveries/scanfile.h"
 #include "platform/files.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
-#include <thread>
+#include <memory>
 
 namespace fs = std::filesystem;
+
+using ScanPool = OrderedPool<FileFindings>;
 
 ScanReports scanReports;
 std::vector<std::string> dontUseTitles;
@@ -92,107 +96,39 @@ static bool lf_collect(ScanPool& pool, std::vector<Livery>& liveries) {
 
 // Walk -----------------------------------------------------------------------------------------------------------
 
-namespace {
-
 constexpr std::size_t longestPath = 250; // characters; from this length on the walk does not go below
 // Names of sceneries and of other packages without traffic. Case matters.
 constexpr std::array<std::string_view, 9> excludedWords{
     "airport", "lvfr", "mkstudios", "simwings", "fsdreamteam", "navigraph", "flytampa", "inibuilds", "_CVT_"};
 
-bool holdsExcludedWord(std::string_view text) {
+static bool lf_holdsExcludedWord(std::string_view text) {
     return std::any_of(excludedWords.begin(), excludedWords.end(),
                        [&](std::string_view word) { return text.find(word) != text.npos; });
 }
 
-std::size_t characterCount(std::string_view utf8) {
-    return static_cast<std::size_t>(std::count_if(
-        utf8.begin(), utf8.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
-}
-
-// An entry that matters: a folder or an aircraft.cfg.
-struct Entry {
-    std::string name; // of the last part, as text: what is sorted by
-    fs::path path;
-    bool isFolder = false, isLink = false;
-};
-
-class Walk {
-  public:
-    Walk(const fs::path& start, ScanPool& scanPool, std::vector<Livery>& result)
-        : pool(scanPool), liveries(result) {
-        std::error_code failed;
-        followed.push_back(plat::realPath(start, failed));
-    }
-
-    // A folder whose own path text is known, with whether that text keeps the walk from going below.
-    void folder(const fs::path& path, bool excluded) {
-        for (auto& entry : sortedEntries(path)) {
-            if (gf_stopping()) return;
-            if (!entry.isFolder) {
-                file(std::move(entry.path));
-            } else if (!excluded && !holdsExcludedWord(entry.name) &&
-                       characterCount(plat::pathText(entry.path)) < longestPath) {
-                if (!entry.isLink || mayFollow(entry.path)) folder(entry.path, false);
-            }
-        }
-    }
-
-  private:
-    std::vector<Entry> sortedEntries(const fs::path& path) const;
-    bool mayFollow(const fs::path& link);
-    void file(fs::path path) {
-        pool.add(std::move(path));
-        if (pool.full()) lf_collect(pool, liveries);
-    }
-
-    ScanPool& pool;
-    std::vector<Livery>& liveries;
-    std::vector<fs::path> followed; // the real folder of the start and those of the links
-};
-
-void logUnreadable(const fs::path& path, const std::error_code& error) {
-    gf_logLine(fmt::format("cannot read folder {}: {}", plat::pathText(path), error.message()));
-}
-
-std::vector<Entry> Walk::sortedEntries(const fs::path& path) const {
-    std::vector<Entry> entries;
-    std::error_code failed;
-    for (const plat::FolderEntry& found : plat::readFolder(path, failed)) {
-        std::string name = plat::pathText(found.name);
-        if (found.isFolder || (found.isFile && gf_sameButCase(name, "aircraft.cfg")))
-            entries.push_back({std::move(name), path / found.name, found.isFolder, found.isLink});
-    }
-    if (failed) logUnreadable(path, failed);
-    std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.name < b.name; });
-    return entries;
-}
-
-// Not into what has been or will be walked: that is how loops of links end.
-bool Walk::mayFollow(const fs::path& link) {
-    std::error_code failed;
-    const fs::path target = plat::realPath(link, failed);
-    if (failed) {
-        logUnreadable(link, failed);
-        return false;
-    }
-    const auto holds = [](const fs::path& outer, const fs::path& inner) {
-        return std::mismatch(outer.begin(), outer.end(), inner.begin(), inner.end()).first == outer.end();
-    };
-    for (const auto& walked : followed) {
-        if (!holds(walked, target) && !holds(target, walked)) continue;
-        gf_logLine(
-            fmt::format("link {} leads to a folder of this search, not followed", plat::pathText(link)));
-        return false;
-    }
-    followed.push_back(target);
-    return true;
-}
-
-} // namespace
-
 void gf_searchFolder(std::int32_t priority, const fs::path& folder, std::vector<Livery>& liveries) {
     const ScanRules rules = gf_scanRules(priority);
-    ScanPool pool(scanThreads > 0 ? scanThreads : std::max(1u, std::thread::hardware_concurrency()), rules);
-    Walk(folder, pool, liveries).folder(folder, holdsExcludedWord(plat::pathText(folder)));
+    ScanPool pool(scanThreads > 0 ? scanThreads : gf_scanThreadCount(), [&rules] {
+        return [&rules, memory = std::make_shared<ScanMemory>()](const fs::path& path) {
+            return gf_scanFile(path, rules, *memory);
+        };
+    });
+    const bool startExcluded =
+        lf_holdsExcludedWord(plat::pathText(folder)); // its own files are read all the same
+    FolderWalk walk;
+    walk.wanted = [](const std::string& name) { return gf_sameButCase(name, "aircraft.cfg"); };
+    walk.enters = [&](const std::string& name, const fs::path& path) {
+        return !startExcluded && !lf_holdsExcludedWord(name) &&
+               gf_characterCount(plat::pathText(path)) < longestPath;
+    };
+    walk.file = [&](fs::path path) {
+        pool.add(std::move(path));
+        if (pool.full()) lf_collect(pool, liveries);
+    };
+    walk.unreadable = [](const fs::path& path, const std::error_code& error) {
+        gf_logLine(fmt::format("cannot read folder {}: {}", plat::pathText(path), error.message()));
+    };
+    walk.tell = [](const std::string& line) { gf_logLine(line); };
+    gf_walkFolder(folder, walk);
     while (lf_collect(pool, liveries)) {}
 }

@@ -27,7 +27,8 @@ class Publishers : public testing::Test {
         test::writeFile(path, text);
     }
     static std::string manifest(const std::string& manufacturer, const std::string& creator = "") {
-        return "{\"title\": \"T\", \"manufacturer\": \"" + manufacturer + "\",\r\n \"creator\": \"" + creator + "\"}";
+        return "{\"title\": \"T\", \"manufacturer\": \"" + manufacturer + "\",\r\n \"creator\": \"" +
+               creator + "\"}";
     }
     // The publisher, and the last line that was told, with plain separators.
     std::string publisher(const fs::path& bgl, bool absolute = true) {
@@ -39,7 +40,8 @@ class Publishers : public testing::Test {
         for (std::string* text : {&all, &last}) {
             std::replace(text->begin(), text->end(), '\\', '/');
             const std::string root = scratch.path.generic_string();
-            for (auto at = text->find(root); at != text->npos; at = text->find(root)) text->replace(at, root.size(), "~");
+            for (auto at = text->find(root); at != text->npos; at = text->find(root))
+                text->replace(at, root.size(), "~");
         }
         return result.publisher + "|" + last;
     }
@@ -91,7 +93,8 @@ TEST_F(Publishers, WhichManifestItIs) {
                    deep = "Community/eddm/scenery/manifest.json";
     write(deep, manifest("orbx"));
     EXPECT_EQ(publisher(bgl).substr(0, 5), "orbx|") << "none in the package's top folder";
-    for (const char* broken : {"[{\"manufacturer\": \"orbx\"}]", "\"orbx\"", "{\"manufacturer\": \"orb", ""}) {
+    for (const char* broken :
+         {"[{\"manufacturer\": \"orbx\"}]", "\"orbx\"", "{\"manufacturer\": \"orb", ""}) {
         write(top, broken);
         EXPECT_EQ(publisher(bgl), "unknown|===> No publisher found") << "a broken one there ends the search";
     }
@@ -110,6 +113,7 @@ TEST_F(Publishers, WhichManifestItIs) {
 
     // The word is only part of the last names of a path.
     write("here/manifest.json", manifest("orbx"));
-    for (const char* name : {"here/Community", "here/Community.bgl", "here/Community/x.bgl", "here/MyCommunity/"})
+    for (const char* name :
+         {"here/Community", "here/Community.bgl", "here/Community/x.bgl", "here/MyCommunity/"})
         EXPECT_EQ(publisher(name).substr(0, 5), "orbx|") << name;
 }
