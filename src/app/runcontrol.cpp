@@ -85,13 +85,14 @@ void lf_readSetup() {
     gf_setRange(LATERAL_RANGE.value);
     gf_repaint(Band::settings);
     lf_stripCommunity(gf_installPathParameter());
+    const bool simaddonMissing = gf_simaddonMissing(); // the folder is about to be made
     lf_makeFolders();
     app.liveLimit = MAX_LIVE.value;
     const bool restarted = appLife.restartAfterClose.isSet();
     if (!restarted) gf_checkProgramVersion();
     if (!MSFS_2020) {
-        if (!std::filesystem::exists(folders.mySimaddon)) gf_checkAddonDownload();
-        if (!restarted) gf_checkAddonDownload();
+        if (simaddonMissing) gf_checkSimaddon();
+        if (!restarted) gf_checkSimaddon();
     }
     rememberProgramFolder();
     lf_workOutWeekSlot();

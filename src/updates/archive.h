@@ -14,6 +14,7 @@ class ZipArchive {
     ~ZipArchive();
     ZipArchive(const ZipArchive&) = delete;
     ZipArchive& operator=(const ZipArchive&) = delete;
+    bool isOpen() const { return inside != nullptr; }
     std::int64_t entryCount() const;                 // 0 when it could not be opened
     std::string entryName(std::int64_t index) const; // "" when it cannot be read
     // Hands the content on in blocks. False when it is damaged, larger than limit, or when take gives false.

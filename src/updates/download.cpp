@@ -33,22 +33,34 @@ std::string gf_simFolderUrl(bool force2020) {
     return gf_downloadBaseUrl() + (MSFS_2020 || force2020 ? "MSFS/" : "MSFS2024/");
 }
 
-static std::size_t lf_writeBlock(char* data, std::size_t size, std::size_t count, void* stream) {
-    auto& out = *static_cast<std::ofstream*>(stream);
-    return out.write(data, static_cast<std::streamsize>(size * count)) ? size * count : 0;
+namespace {
+
+struct Received {
+    std::ofstream stream;
+    std::uint64_t bytes = 0;
+};
+
+} // namespace
+
+static std::size_t lf_writeBlock(char* data, std::size_t size, std::size_t count, void* target) {
+    auto& to = *static_cast<Received*>(target);
+    to.bytes += size * count;
+    if (to.bytes > transferLimits.fileBytes) return 0; // ends the transfer
+    return to.stream.write(data, static_cast<std::streamsize>(size * count)) ? size * count : 0;
 }
 
 static int lf_transferProgress(void*, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
     return gf_stopping() ? 1 : 0;
 }
 
-static void lf_setOptions(CURL* handle, const std::string& url, std::ofstream& stream) {
+static void lf_setOptions(CURL* handle, const std::string& url, Received& to) {
     curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
     curl_easy_setopt(handle, CURLOPT_USERAGENT, programName);
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, lf_writeBlock);
-    curl_easy_setopt(handle, CURLOPT_WRITEDATA, &stream);
+    curl_easy_setopt(handle, CURLOPT_WRITEDATA, &to);
     curl_easy_setopt(handle, CURLOPT_FAILONERROR, 1L);
     curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, transferLimits.connectSeconds);
+    curl_easy_setopt(handle, CURLOPT_TIMEOUT, transferLimits.wholeSeconds);
     curl_easy_setopt(handle, CURLOPT_LOW_SPEED_TIME, transferLimits.stallSeconds);
     curl_easy_setopt(handle, CURLOPT_LOW_SPEED_LIMIT, transferLimits.stallBytes);
     curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, lf_transferProgress);
@@ -77,15 +89,15 @@ static bool lf_perform(CURL* handle) {
 bool gf_downloadFile(TransferHandle handle, const std::string& url, const std::filesystem::path& file,
                      bool binary) {
     if (!handle) return false;
-    std::ofstream stream(file, binary ? std::ios::out | std::ios::binary : std::ios::out);
-    if (!stream) {
+    Received to{std::ofstream(file, binary ? std::ios::out | std::ios::binary : std::ios::out)};
+    if (!to.stream) {
         gf_logLine(fmt::format("could not open output file: {}", plat::pathText(file)));
         return false;
     }
-    lf_setOptions(handle, url, stream);
+    lf_setOptions(handle, url, to);
     const bool transferred = lf_perform(handle);
-    stream.close();
-    return transferred && stream;
+    to.stream.close();
+    return transferred && to.stream;
 }
 
 Fetched gf_fetchFile(const std::string& url, const std::filesystem::path& file) {

@@ -20,8 +20,10 @@ struct TransferLimits {
     long connectSeconds = 20;                 // until a connection stands
     long stallSeconds = 20;                   // with fewer bytes a second than stallBytes
     long stallBytes = 16;                     // a second
+    long wholeSeconds = 30 * 60;              // of one file, however it trickles in
     long stopTestMillis = 250;                // how often a stop is looked for, at most
-    std::uint64_t unpackedBytes = 1ull << 30; // of one entry of an archive
+    std::uint64_t fileBytes = 1ull << 30;     // of one file
+    std::uint64_t unpackedBytes = 1ull << 30; // of one entry of an archive; of all files of a data set
 };
 extern TransferLimits transferLimits; // owner: updates; worker
 
@@ -40,6 +42,18 @@ bool gf_dbaseUnzip(const std::filesystem::path& target);
 VersionData gf_fetchVersion(TransferHandle handle, const std::string& url); // 0.0.0 when there is none
 std::string gf_simFolderUrl(bool force2020); // the folder of the selected simulator's files
 
-// The version checks come with the update flow; until then they find nothing.
+// ---- newer versions of the program and of the data set of airport lists (versions.cpp; worker, at the start of a run) ----
+
+VersionData gf_latestProgramVersion();                        // on the server; 0.0.0 when it tells none
+VersionData gf_latestPackageVersion(const std::string& name); // likewise
+// Fetches the installer of a newer program and then throws orvo::UserErrorException 99, whose text says what to run.
+// A failure costs a message, and the start goes on.
 void gf_checkProgramVersion();
-void gf_checkAddonDownload();
+// Writes "install_new_version.exe" beside the program; an older one stays whole until the new one is. False with a
+// message or log line.
+bool gf_downloadInstaller(const VersionData& version);
+// Replaces "airports/my_simaddon" by a newer data set, whole or not at all, and keeps its version in
+// MYSIMADDON24_VERSION. True when it did.
+bool gf_checkSimaddon();
+// The folder is missing, or nothing is in it.
+bool gf_simaddonMissing();

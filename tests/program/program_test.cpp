@@ -8,6 +8,7 @@
 #include "feed/feed.h"
 #include "platform/clock.h"
 #include "platform/sockets.h"
+#include "refdata/refdata.h"
 #include "simulator/server.h"
 
 #include <atomic>
@@ -265,6 +266,29 @@ TEST(Program, StartsANewRunAfterAReaderFindsItsPortInUse) {
     program.ask();
     EXPECT_EQ(0, program.ends(5));
     EXPECT_TRUE(Program::logged("Exiting: USER CLOSED SIM"));
+}
+
+TEST(Program, FetchesANewerVersionOfItselfAndSaysHowToInstallIt) {
+    Program program;
+    test::writeFile("download/release/version.json", "99.0.0\n");
+    rig::writeZip("download/release/setup_Velloray_d_v99.0.0.zip", {{"setup.exe", "an installer"}});
+    program.run();
+    const std::string text = fmt::format("New version 99.0.0 available, exit Velloray. Run as administrator: "
+                                         "\"{}\"",
+                                         plat::pathText(fs::absolute("install_new_version.exe")));
+    ASSERT_TRUE(within(10, [&] { return Program::logged(text); })) << test::readFile("Log.txt");
+    EXPECT_EQ("an installer", test::readFile("install_new_version.exe"));
+    EXPECT_EQ(-1, program.ends(1)); // the text stays until the user closes the window
+    program.ask();
+    EXPECT_EQ(0, program.ends(5));
+    EXPECT_FALSE(Program::logged("Processing")) << "nothing else was begun";
+
+    fs::remove("download/release/setup_Velloray_d_v99.0.0.zip"); // not there: the old version does its work
+    program.run();
+    ASSERT_TRUE(within(10, [] { return Program::logged("Waiting for MSFS"); })) << test::readFile("Log.txt");
+    EXPECT_TRUE(Program::logged("Downloading program installer file version 99.0.0 failed"));
+    program.ask();
+    EXPECT_EQ(0, program.ends(5));
 }
 
 TEST(Program, TellsWhatIsMissingAndWaitsForTheUser) {
