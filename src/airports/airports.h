@@ -7,6 +7,7 @@
 #include <bitset>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <list>
 #include <optional>
 #include <string>
@@ -172,7 +173,10 @@ void lf_serveDestination();                     // the request for it, or for no
 
 // ---- the loader thread (loader.cpp) ---------------------------------------------------------------------------------
 void lf_serveLoader(); // by hand: all that waits for it, on the caller's thread; for a test and the replay
-void lf_endLoader();   // joins it; what must still be written is written, the rest dropped. For the closing
+// File work that is done in any case, in the order in which it is given: at the end at the latest, on the caller's
+// thread when the loader has ended. Worker.
+void lf_postFileWork(std::function<void()> work);
+void lf_endLoader(); // joins it; what must still be written is written, the rest dropped. For the closing
 
 // ---- static parking (statics.h has the insides); worker ------------------------------------------------------------
 std::int32_t gf_wantedParked(); // aircraft that are to stand parked; publishes it and the percentage

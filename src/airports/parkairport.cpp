@@ -40,12 +40,6 @@ bool lf_setParkAirport(const std::string& code) {
 
 // ---- what the reading asks for ----------------------------------------------------------------------------------
 
-static void lf_showMaxFit() {
-    constexpr float hoursPerStep = 0.5f; // the fit counts half hours, from the first on
-    MAX_FIT_FL.value = static_cast<float>(MAX_FIT.value) * hoursPerStep + hoursPerStep;
-    gf_showParameter(MAX_FIT_FL);
-}
-
 static void lf_takeStep(const ReadingStep& step) {
     switch (step.kind) {
     case ReadingStep::Kind::log: return gf_logLine(step.text);
@@ -130,7 +124,8 @@ static void lf_enableLearned(bool percentageToo) {
     plat::setEnabled(FLUSH_STATIC.control.controlId, true);
     plat::setEnabled(MAX_FIT_FL.control.controlId, true);
     plat::setEnabled(parking_percentage.control.controlId, percentageToo);
-    lf_showMaxFit();
+    gf_takeMaxFit();
+    gf_showParameter(MAX_FIT_FL);
 }
 
 std::string lf_readParkedFile() {

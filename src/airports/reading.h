@@ -121,10 +121,6 @@ void lf_askGround(LatLon position); // nothing when a question is under way
 bool lf_takeGroundAnswer(GroundAnswer& answer);
 void lf_awaitGroundAnswer(); // a moment, and not for a Tick
 
-// File work that is done in any case, in the order in which it is given: at the end at the latest, on the caller's
-// thread when the loader has ended.
-void lf_postFileWork(std::function<void()> work);
-
 // ---- the list and the reserved stand (parklist.cpp, parkairport.cpp); worker ------------------------------------------
 void lf_reserveStand(const std::string& id); // and shows it
 bool lf_isParkAirport(std::string_view code);

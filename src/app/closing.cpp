@@ -72,9 +72,9 @@ static void prepareRestart(RunState state) {
     gf_clearMessage();
     showAndLog("Prepare for a restart ...");
     if (state != RunState::newSettings) {
-        // A run that failed for the sake of a link does not repeat its scans.
-        gf_setAndSave(SCAN_LIVERIES, false);
-        gf_setAndSave(SCAN_AIRPORTS, false);
+        // A run that failed for the sake of a link does not repeat its scans, unless the user has just asked for one.
+        if (!appLife.newLiveriesRequest) gf_setAndSave(SCAN_LIVERIES, false);
+        if (!appLife.newAirportsRequest) gf_setAndSave(SCAN_AIRPORTS, false);
     }
     lf_restartCountdown();
     lf_resetForRestart();
@@ -155,6 +155,7 @@ void lf_resetForRestart() {
     trafficReader.userPosition.store({});
     trafficReader.collectCallsigns.clear();
     resetDisplay();
+    gf_removeCallsignFile();
     LATERAL_RANGE.value = LATERAL_RANGE.limited(LATERAL_RANGE.value);
     lf_freshRun();
 }

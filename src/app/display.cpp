@@ -2,6 +2,7 @@
 
 #include "app/display.h"
 
+#include "app/parameters.h"
 #include "platform/lock.h"
 
 #include <array>
@@ -32,6 +33,13 @@ void gf_setDisplayText(DisplayText which, std::string_view text) {
 std::string gf_displayText(DisplayText which) {
     const LockGuard held(textLock);
     return texts[static_cast<std::size_t>(which)];
+}
+
+bool gf_renewalShown() {
+    constexpr std::int32_t most = 19; // 20: one has just begun
+    const std::int32_t minutes = display.minutesToSummary;
+    return display.airportLoaded && !display.staticWork && !INITIAL_LOAD_ONLY && minutes >= 1 &&
+           minutes <= most;
 }
 
 void gf_clearDisplayTexts() {

@@ -60,3 +60,4 @@ extern Display display;
 void gf_setDisplayText(DisplayText which, std::string_view text); // any thread; under a lock of its own
 std::string gf_displayText(DisplayText which);
 void gf_clearDisplayTexts();
+bool gf_renewalShown(); // the minutes to the next renewal stand in the settings band

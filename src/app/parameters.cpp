@@ -93,6 +93,13 @@ void StringParameter::set(const std::string& newText) {
     text = newText;
 }
 
+bool StringParameter::replace(const std::string& oldText, const std::string& newText) {
+    const LockGuard hold(lock);
+    if (text != oldText) return false;
+    text = newText;
+    return true;
+}
+
 void gf_setAndSave(StringParameter& p, const std::string& text) {
     p.set(text);
     gf_saveParameter(p);
@@ -102,6 +109,11 @@ void gf_setAndSave(BoolParameter& p, bool on) {
     p.value = on;
     gf_saveParameter(p);
     gf_showParameter(p);
+}
+
+void gf_takeMaxFit() {
+    constexpr float hoursPerStep = 0.5f; // the fit counts half hours, from the first on
+    MAX_FIT_FL.value = static_cast<float>(MAX_FIT.value) * hoursPerStep + hoursPerStep;
 }
 
 std::string gf_floatText(float value) { return fmt::format("{:.1f}", value); }
@@ -129,7 +141,11 @@ void gf_showParameter(const FloatParameter& p) {
 void gf_showParameter(const StringParameter& p) {
     if (p.control.controlId == 0) return;
     try {
-        plat::setText(p.control.controlId, p.value());
+        for (std::string shown = p.value();; shown = p.value()) {
+            plat::utf16FromUtf8(shown); // a text that the window system could not take
+            plat::setText(p.control.controlId, shown);
+            if (p.value() == shown) break;
+        }
         gf_repaint(Band::settings);
     } catch (const win32::Utf8ConversionException& e) { // the control keeps its former text
         gf_logLine(fmt::format("{} conversion exception {}, error code: {}", "gf_showParameter", e.what(),

@@ -54,6 +54,7 @@ struct StringParameter : Parameter {
         : Parameter(key, c, inFile), defaultValue(start), text(start) {}
     std::string value() const; // a copy
     void set(const std::string& newText);
+    bool replace(const std::string& oldText, const std::string& newText); // false: it had another text
 
   private:
     mutable Lock lock;
@@ -93,6 +94,7 @@ void gf_showParameter(const BoolParameter& p); // value to the control, and its 
 void gf_showParameter(const IntParameter& p);
 void gf_showParameter(const FloatParameter& p);
 void gf_showParameter(const StringParameter& p);
+void gf_takeMaxFit();                  // MAX_FIT_FL, hours, becomes what MAX_FIT, half hours, says
 std::string gf_floatText(float value); // one decimal, with a point
 
 // The window's place alone, before the full reading: an axis on a limit of its range goes back to the value before.

@@ -18,6 +18,7 @@
 #include "platform/window.h"
 #include "simlink/simlink.h"
 #include "updates/updates.h"
+#include "window/window.h"
 
 #include <filesystem>
 #include <fmt/format.h>
@@ -94,6 +95,7 @@ void lf_readSetup() {
         if (simaddonMissing) gf_checkSimaddon();
         if (!restarted) gf_checkSimaddon();
     }
+    lf_controlsToStartState();
     rememberProgramFolder();
     lf_workOutWeekSlot();
     if (!appLife.dbaseRead) {
@@ -119,6 +121,7 @@ static void readLiveries() {
 }
 
 static void readAirports() {
+    appLife.newAirportsRequest.clear();
     if (SCAN_AIRPORTS) {
         display.mySimaddonCount = 0;
         display.myThirdpartyCount = 0;

@@ -43,9 +43,9 @@ void lf_slowSchedule(int second) {
     if (second % 30 != 0) return;
     if (AUTO_RANGE) lf_autoRange();
     if (second % 60 != 0) return;
+    const bool wasShown = gf_renewalShown();
     display.minutesToSummary = summaryMinutes - second / 60 % summaryMinutes;
-    gf_repaint(Band::status);
-    gf_repaint(Band::settings);
+    if (wasShown || gf_renewalShown()) gf_repaint(Band::settings);
     if (second % 1200 != 0) return;
     gf_logNoMatches();
     if (airports.park.loaded && !INITIAL_LOAD_ONLY) app.reparkRequest.raise();

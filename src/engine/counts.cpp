@@ -159,9 +159,5 @@ void lf_forgetTypesWithoutLivery() {
 void lf_endEngineRun() {
     engine.ghosts.clear();
     gf_removeFlightPlanFolder();
+    gf_removeCallsignFile();
 }
-
-// The look-up of an object by callsign and the file of callsigns come with the commands.
-void lf_findObjectId() {}
-void lf_forgetObjectId(const AcBase&, bool) {}
-void lf_writeCallsignFile() {}

@@ -140,6 +140,11 @@ struct WaitRecord { // an object that appeared and gets its lights and start sta
     SimMessage message;
 };
 
+struct ShownObject {      // the answer to the user's question for a callsign
+    std::string callsign; // "" for none
+    std::uint32_t objectId = 0;
+};
+
 // What lives for a run; reset by assignment. owner: engine; worker
 struct EngineRun {
     std::vector<LiveAc> live;
@@ -160,6 +165,7 @@ struct EngineRun {
     std::vector<TrafficRecord> taken;                                        // reports of this Tick
     std::vector<SimMessage> messages;                                        // of this Tick
     std::vector<LearnedAc> learned; // the last sighting of each aircraft
+    ShownObject shownObject;        // in the window
     UserBlock user;                 // the worker's copy of the user's aircraft
     LatLon userCheckedAt;           // its place at the last conflict check on the ground
 };
@@ -230,15 +236,15 @@ void lf_fileFeedRecords();    // at most 2 reports
 void lf_serveSpawnRequest();  // one entry of the spawn requests to the creation queue
 
 // ---- called by the second step and the schedules ----------------------------------------------------------------
-void lf_serveNewArrival();     // one entry of the list of new arrivals
-void lf_userConflicts();       // aircraft in the way of the user
-void lf_parkedConflicts();     // static aircraft in the way of live ones
-void lf_removeStaticDoubles(); // every 61 seconds
-void lf_removeBlocked();       // the first aircraft with BLOCK_CALLSIGN
-void lf_findObjectId();        // none yet
-void lf_forgetObjectId(const AcBase& ac,
-                       bool respawns); // its object goes: the look-up's answer is void: none yet
-void lf_writeCallsignFile();           // none yet
+void lf_serveNewArrival();                               // one entry of the list of new arrivals
+void lf_userConflicts();                                 // aircraft in the way of the user
+void lf_parkedConflicts();                               // static aircraft in the way of live ones
+void lf_removeStaticDoubles();                           // every 61 seconds
+void lf_removeBlocked();                                 // the first aircraft with BLOCK_CALLSIGN
+void lf_findObjectId();                                  // of CALLSIGN_2_OBJECTID, for the window
+void lf_forgetObjectId(const AcBase& ac, bool respawns); // its object goes: the look-up's answer is void
+void lf_writeCallsignFile();                             // every 62 seconds; the loader thread writes
+void gf_removeCallsignFile();                            // a failure is logged
 void lf_trimLive();
 void lf_autoRange();
 void lf_refreshCounts();

@@ -10,4 +10,5 @@ void lf_buildIndex(std::vector<Livery> liveries, bool withRegcodeFiles); // the 
 void lf_buildSimilarMaps();                                              // of the models that have liveries
 void lf_fillModelPools();                                                // likewise
 void lf_reportGenericModels();
+void lf_switchCategories(); // the boxes alone, for a run that builds nothing
 void lf_reportCategories(); // switches the traffic off for which there are no liveries

@@ -3,6 +3,7 @@
 
 #include "liveries/building.h"
 
+#include "app/display.h"
 #include "app/log.h"
 #include "app/parameters.h"
 #include "platform/window.h"
@@ -68,6 +69,7 @@ struct CategorySwitch { // of the traffic that a user can have or not
 
 static void lf_switch(const CategorySwitch& s, bool installed) {
     plat::setEnabled(s.parameter.control.controlId, installed);
+    gf_repaint(Band::settings); // its label is grey or not
     if (installed || !s.parameter) return;
     gf_setAndSave(s.parameter, false);
     gf_logLine(fmt::format("{} temporary switched off because you do not have {} installed", s.parameter.name,
@@ -83,12 +85,19 @@ static void lf_reportCategory(AcCategory category, const Installed& installed) {
     gf_logLine(line + lf_modelList(installed.models));
 }
 
+static const CategorySwitch switches[] = {
+    {AcCategory::light, LIGHT_AIRCRAFT, "light aircraft"},
+    {AcCategory::highPerf, HIGH_PERF_AIRCRAFT, "High Perf aircraft"},
+    {AcCategory::rotorcraft, HELICOPTERS, "Helicopters"},
+};
+
+void lf_switchCategories() {
+    const Categories categories = lf_installed();
+    for (const auto& s : switches)
+        lf_switch(s, !categories[static_cast<std::size_t>(s.category)].models.empty());
+}
+
 void lf_reportCategories() {
-    const CategorySwitch switches[] = {
-        {AcCategory::light, LIGHT_AIRCRAFT, "light aircraft"},
-        {AcCategory::highPerf, HIGH_PERF_AIRCRAFT, "High Perf aircraft"},
-        {AcCategory::rotorcraft, HELICOPTERS, "Helicopters"},
-    };
     const Categories categories = lf_installed();
     for (std::size_t c = 0; c < categoryCount; ++c) {
         const auto category = static_cast<AcCategory>(c);

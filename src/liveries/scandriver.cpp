@@ -210,8 +210,7 @@ bool lf_scanInstalledLiveries() {
                                        "Automatic scan has not found any liveries, switch off automatic and "
                                        "set lfolder parameter(-s), Manual 5.1");
     if (!found) throw orvo::UserErrorException(errorNothingFound, "no liveries found");
-    gf_setAndSave(SCAN_LIVERIES, false);
-    gf_repaint(Band::settings);
+    gf_setAndSave(SCAN_LIVERIES, appLife.newLiveriesRequest.isSet()); // asked for again just now
     gf_logLine(lf_scanHeadline("ends") + "\n");
     return true;
 }

@@ -49,8 +49,10 @@ void gf_readLiveriesFile(std::vector<Livery>& liveries) {
 }
 
 void gf_processScannedLiveries() {
-    if (liveryStore.processed)
+    if (liveryStore.processed) {
+        lf_switchCategories();
         return gf_logLine("Processing scanned liveries skipped; already done in previous start-up");
+    }
     std::vector<Livery> liveries;
     gf_readLiveriesFile(liveries);
     gf_clearLiveryStores();

@@ -6,6 +6,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace plat {
 
@@ -42,6 +43,9 @@ void setTopMost(bool on);
 void addCheckBox(int id, int x, int y, int w, int h, bool checked);
 void addPushButton(int id, int x, int y, int w, int h, const char* text); // starts disabled
 void addEditBox(int id, int x, int y, int w, int h);                      // starts disabled
+void setTabOrder(const std::vector<int>& ids); // Tab goes round them, and passes over what is disabled
+
+// An edit box that gets the focus has its text selected; Escape in it brings back the text last set.
 
 // Controls, from any thread; none waits for the loop. A read gives the value last set or typed. An unknown id is
 // ignored. A text that the system cannot take changes nothing; that and a typed one that is none in UTF-8 throw

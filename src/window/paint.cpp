@@ -19,14 +19,11 @@
 #include <string_view>
 
 using plat::Colour;
-
-static constexpr Colour red = 255, blue = 16764057, black = 0, green = 3329330, yellow = 65535,
-                        white = 0xFFFFFF;
+using namespace colours;
 
 static constexpr plat::Rect simBox{397, 30, 425, 112}, feedBox{425, 30, 453, 112};
 
-// Every text of the window goes through here.
-static void lf_drawText(int x, int y, std::string_view text, Colour colour) {
+void lf_drawText(int x, int y, std::string_view text, Colour colour) {
     try {
         plat::utf16FromUtf8(text); // a text that the window system could not take is left out
         plat::drawText(x, y, text, colour);
@@ -131,12 +128,6 @@ static void lf_paintSettingsLines() {
     plat::drawLine(0, 308, 880, 308, black);
     plat::drawLine(642, 140, 642, 308, black);
 }
-
-static void lf_paintSettings() { // labels stand beside their controls
-    lf_drawText(25, ALL_INSTALL_PATH.control.row, "Install path:", black);
-}
-
-static void lf_paintParking() {} // the park airport; none is chosen yet
 
 static void lf_paintMessage() {
     const std::string error = gf_shownError();

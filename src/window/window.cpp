@@ -19,6 +19,7 @@ bool lf_createMainWindow() {
     plat::WindowHandlers handlers;
     handlers.create = lf_createControls;
     handlers.paint = lf_paintAll;
+    handlers.command = lf_HandleWMCOMMAND;
     handlers.enter = lf_enterPressed;
     handlers.posted = lf_onPosted;
     handlers.close = gf_userClosesWindow;

@@ -102,6 +102,52 @@ TEST_F(CycleTest, TellsTheReaderThePositionEachFifteenSecondsAndTheHeaderEachMin
     EXPECT_EQ(display.minutesToSummary, 20);
 }
 
+TEST_F(CycleTest, AQuietSystemPaintsNothing) {
+    ASSERT_TRUE(plat::openWindow("Test", 0, 0, 880, 516, {}));
+    const auto bandsOf = [this](int seconds) {
+        std::size_t bands = 0;
+        for (int i = 0; i < seconds; ++i) {
+            EXPECT_TRUE(second());
+            bands += plat::headless::takeInvalid().size();
+        }
+        return bands;
+    };
+    lf_beginCycle();
+    bandsOf(15);
+    EXPECT_EQ(bandsOf(600), 0u) << "no airport is loaded";
+    display.airportLoaded = true;
+    EXPECT_EQ(bandsOf(600), 10u) << "the minutes to the next renewal, once each";
+    addAircraft(20001, 500);
+    EXPECT_EQ(bandsOf(1), 1u) << "the live count";
+    EXPECT_EQ(bandsOf(30), 0u);
+    app.simRunning.clear();
+    for (int i = 0; i < 1000; ++i) ASSERT_TRUE(tick());
+    EXPECT_TRUE(plat::headless::takeInvalid().empty());
+}
+
+TEST_F(CycleTest, APausedCycleServesEachRequestOfTheWindow) {
+    std::filesystem::create_directories(folders.myThirdparty);
+    lf_beginCycle();
+    app.simRunning.clear();
+    addAircraft(20001, 500).callsign = "BAW1";
+    addAircraft(20002, 501).callsign = "BAW2";
+    CALLSIGN_2_OBJECTID.set("BAW1");
+    BLOCK_CALLSIGN.set("BAW2");
+    engine.noLivery.insert("B738");
+    AUTO_RANGE.value = sim.userOnGround = true; // for which there is an answer of its own
+    for (Flag* const request : {&app.objectIdRequest, &app.blockRequest, &app.forgetTypesRequest,
+                                &app.flushRequest, &app.navLightsRequest, &app.trimLiveRequest,
+                                &app.destinationRequest, &app.reReadRequest, &app.autoRangeRequest}) {
+        request->set();
+        ASSERT_TRUE(tick());
+        EXPECT_FALSE(*request);
+    }
+    EXPECT_EQ(gf_displayText(DisplayText::objectId), "= 500");
+    EXPECT_EQ(engine.removalQueue.size(), 1u);
+    EXPECT_TRUE(engine.noLivery.empty());
+    EXPECT_EQ(app.rangeNm, 10);
+}
+
 TEST_F(CycleTest, WatchesTheReadersAndGivesASilentOneAnotherLookSoon) {
     display.feedConnected = true;
     display.trafficMark = display.weatherMark = ReaderMark::live;

@@ -5,6 +5,8 @@
 #include "app/maincycle.h"
 #include "support.h"
 
+#include <fmt/format.h>
+
 namespace {
 
 constexpr std::uint32_t hex = 4242424;
@@ -138,6 +140,77 @@ TEST_F(Life, ANewLimitAndABlockTakeTheirAircraftAtOnce) {
     lf_serveRequests();
     EXPECT_EQ(engine.live[1].st, SimState::removingFromSim);
     EXPECT_FALSE(app.blockRequest);
+}
+
+// ---- callsigns and object ids --------------------------------------------------------------------------------------
+
+TEST_F(Life, ACallsignIsLookedUpAndItsAnswerGoesWithTheAircraft) {
+    active(20001, 4711, 50, 8).callsign = "BAW1";
+    active(20002, 4712, 51, 8).callsign = "BAW2";
+    active(20003, 4713, 51, 8).callsign = "BAW3";
+    engine.live[2].st = SimState::removingFromSim;
+    const auto ask = [](const char* callsign) {
+        CALLSIGN_2_OBJECTID.set(callsign);
+        app.objectIdRequest.set();
+        lf_serveRequests();
+        return gf_displayText(DisplayText::objectId);
+    };
+    EXPECT_EQ(ask("BAW2"), "= 4712");
+    removeAircraftFromSim(engine.live[0], Removed::other); // another
+    EXPECT_EQ(gf_displayText(DisplayText::objectId), "= 4712");
+    engine.live[1].callsign = "BAW2X"; // its livery changes with its name
+    liveryRespawn(engine.live[1]);
+    EXPECT_EQ(gf_displayText(DisplayText::objectId), "");
+    EXPECT_EQ(CALLSIGN_2_OBJECTID.value(), "BAW2X") << "so that the user can ask again";
+
+    engine.live[1].st = SimState::active;
+    EXPECT_EQ(ask("BAW2X"), "= 4712");
+    CALLSIGN_2_OBJECTID.set("BAW7"); // the user is already at the next, when the aircraft goes
+    removeAircraftFromSim(engine.live[1], Removed::other);
+    EXPECT_EQ(CALLSIGN_2_OBJECTID.value(), "BAW7");
+    for (const char* const unknown : {"BAW7", "BAW3"}) {
+        EXPECT_EQ(ask(unknown), "");
+        EXPECT_EQ(gf_shownMessage(), fmt::format("callsign \"{}\" is unknown", unknown));
+    }
+    gf_clearMessage();
+    EXPECT_EQ(ask(""), "") << "the box was emptied";
+    EXPECT_EQ(gf_shownMessage(), "");
+}
+
+TEST_F(Life, TheCallsignFileListsWhatFliesAndGoesWithTheRun) {
+    const test::ScratchFolder scratch;
+    scratch.enter();
+    gf_buildFolders();
+    airportsLife.loaderByHand = true;
+    const auto add = [](std::uint32_t hexid, std::uint32_t objectId, double alt, const char* callsign) {
+        LiveAc& ac = active(hexid, objectId, 50, 8, alt);
+        ac.callsign = callsign;
+        ac.airline = "BAW";
+        ac.acType = "A320";
+        return &ac;
+    };
+    add(20001, 4711, 5000, "BAW1");
+    LiveAc* const parked = add(20002, 4712, 0, "BAW22222");
+    parked->fs = FlightState::parked;
+    parked->standId = 1;
+    add(20003, 4713, 0, "BAW3");
+    add(20004, 4714, 0, "BAW4")->st = SimState::buffer;
+    airports.file.stands.resize(1);
+    airports.file.stands[0].seq = 1;
+    airports.file.stands[0].id = "B24";
+    test::writeFile(folders.callsignFile,
+                    "an old one that is longer than what comes now, whatever comes now, I hope so, "
+                    "and if not then let this line be still longer");
+    lf_writeCallsignFile();
+    lf_serveLoader();
+    EXPECT_EQ(test::readFile("Callsign2ObjectId.txt"), "Air BAW1      BAW A320: 4711 \n"
+                                                       "Gnd BAW22222  BAW A320: 4712 Parked at B24\n"
+                                                       "Gnd BAW3      BAW A320: 4713 \n");
+    lf_endEngineRun();
+    EXPECT_FALSE(std::filesystem::exists(folders.callsignFile));
+    std::filesystem::create_directories(folders.callsignFile / "no file");
+    gf_removeCallsignFile(); // and a failure ends nothing
+    airports.file = {};
 }
 
 TEST_F(Life, AnArrivalWhoseAircraftIsGoneDoesNotBlockTheNext) {

@@ -27,6 +27,7 @@ struct State {
     std::map<int, headless::Control> controls;
     std::vector<headless::Drawn> drawn;
     std::vector<Rect> invalid;
+    std::vector<int> tabOrder;
     std::deque<std::function<void()>> jobs; // of the loop, in order
 };
 std::mutex stateLock; // held for table work alone, never while a handler runs
@@ -154,13 +155,17 @@ void setTopMost(bool on) {
 // ---- controls --------------------------------------------------------------------------------------------------
 
 void addCheckBox(int id, int x, int y, int w, int h, bool checked) {
-    addControl(id, {'c', {x, y, x + w, y + h}, true, checked, ""});
+    addControl(id, {'c', {x, y, x + w, y + h}, true, checked, "", ""});
 }
 void addPushButton(int id, int x, int y, int w, int h, const char* text) {
-    addControl(id, {'b', {x, y, x + w, y + h}, false, false, text});
+    addControl(id, {'b', {x, y, x + w, y + h}, false, false, text, text});
 }
 void addEditBox(int id, int x, int y, int w, int h) {
-    addControl(id, {'e', {x, y, x + w, y + h}, false, false, ""});
+    addControl(id, {'e', {x, y, x + w, y + h}, false, false, "", ""});
+}
+
+void setTabOrder(const std::vector<int>& ids) {
+    locked([&] { state.tabOrder = ids; });
 }
 
 void setEnabled(int id, bool on) {
@@ -180,7 +185,7 @@ bool isChecked(int id) {
     return result;
 }
 void setText(int id, std::string_view utf8) {
-    withControl(id, [&](headless::Control& c) { c.text = utf8; });
+    withControl(id, [&](headless::Control& c) { c.text = c.shown = utf8; });
 }
 std::string getText(int id) {
     std::string result;
@@ -226,9 +231,19 @@ void click(int id) {
     });
 }
 
+void type(int id, std::string_view text) {
+    withControl(id, [&](Control& c) {
+        if (c.enabled && c.kind == 'e') c.text = text;
+    });
+}
+
+void escape(int id) {
+    withControl(id, [](Control& c) { c.text = c.shown; });
+}
+
 void enter(int id, std::string_view text) {
     if (!isEnabled(id)) return;
-    setText(id, text);
+    type(id, text);
     runOnLoop([id] {
         if (const auto handler = handlersNow().enter) handler(id);
     });
@@ -247,6 +262,10 @@ void setPosition(int x, int y) {
 Control control(int id) {
     const std::lock_guard held(stateLock);
     return state.controls.at(id);
+}
+
+std::vector<int> tabOrder() {
+    return locked([] { return state.tabOrder; });
 }
 
 bool isTopMost() {

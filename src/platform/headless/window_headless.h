@@ -13,6 +13,7 @@ struct Control {
     Rect place;
     bool enabled, checked;
     std::string text;
+    std::string shown; // what the program has set last
 };
 struct Drawn {
     char kind; // 'f' fill, 'l' line, 't' text
@@ -24,10 +25,13 @@ struct Drawn {
 std::vector<Drawn> repaint();
 std::vector<Rect> takeInvalid();
 void click(int id);
-void enter(int id, std::string_view text);
+void type(int id, std::string_view text); // in the place of what the box has
+void escape(int id);
+void enter(int id, std::string_view text); // types, and presses Enter
 void close();
 void setPosition(int x, int y);
 Control control(int id);
+std::vector<int> tabOrder();
 bool isTopMost();
 void reset(); // as before openWindow
 

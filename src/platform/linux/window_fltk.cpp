@@ -55,6 +55,7 @@ Fl_Color colourOf(Colour c) {
 struct Mirror { // of a control, as other threads set and read it
     bool enabled = false, checked = false;
     std::string text;
+    std::string shown;           // the text that the program has set last
     Fl_Widget* widget = nullptr; // loop's thread
 };
 
@@ -163,7 +164,7 @@ void addControl(int id, Fl_Widget* widget, bool enabled, bool checked) {
     widget->argument(id);
     if (!enabled) widget->deactivate();
     const LockGuard held(queueLock);
-    mirrors[id] = {enabled, checked, "", widget};
+    mirrors[id] = {enabled, checked, "", "", widget};
 }
 
 // Changes the mirror at once and the control when the loop comes to it. An unknown id is ignored.
@@ -445,6 +446,12 @@ void addEditBox(int id, int x, int y, int w, int h) {
     addControl(id, box, false, false);
 }
 
+void setTabOrder(const std::vector<int>& ids) { // the toolkit goes by the order of the children
+    const LockGuard held(queueLock);
+    for (const int id : ids)
+        if (const auto found = mirrors.find(id); found != mirrors.end()) window->add(found->second.widget);
+}
+
 void setEnabled(int id, bool on) {
     changeControl(
         id, [on](Mirror& m) { m.enabled = on; },
@@ -470,7 +477,7 @@ bool isChecked(int id) {
 
 void setText(int id, std::string_view utf8) {
     changeControl(
-        id, [&](Mirror& m) { m.text = utf8; },
+        id, [&](Mirror& m) { m.text = m.shown = utf8; },
         [text = std::string(utf8)](Fl_Widget* widget) {
             if (auto* const box = dynamic_cast<EditBox*>(widget)) {
                 box->value(text.c_str());

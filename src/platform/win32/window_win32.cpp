@@ -8,6 +8,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <map>
@@ -36,6 +37,7 @@ std::wstring className;
 std::atomic<HWND> window{nullptr};
 HDC canvas = nullptr; // inside the paint handler
 HWND lastFocus = nullptr;
+std::vector<HWND> tabOrder; // loop's thread
 bool showing = false;       // the loop's thread is changing a control itself
 bool sessionEnding = false; // inside the wait for the closing
 
@@ -49,7 +51,7 @@ std::wstring wide(std::string_view utf8) {
 struct Mirror { // of a control, as other threads set and read it
     HWND control = nullptr;
     bool enabled = false, checked = false;
-    std::wstring text;
+    std::wstring text, shown; // what it has; what the program has set last
     bool enabledChanged = false, checkedChanged = false, textChanged = false; // not yet shown
 };
 
@@ -126,12 +128,30 @@ void onEdited(int id, HWND control) {
         found->second.text.assign(typed.data(), static_cast<std::size_t>(length));
 }
 
+void showAgain(HWND box) { // the text that the program has set
+    std::wstring text;
+    {
+        const LockGuard held(mirrorLock);
+        text = mirrors[GetDlgCtrlID(box)].shown;
+    }
+    SetWindowTextW(box, text.c_str());
+    SendMessageW(box, EM_SETSEL, 0, -1);
+}
+
 LRESULT CALLBACK editProcedure(HWND box, UINT message, WPARAM w, LPARAM l) noexcept {
     if (message == WM_CHAR && w == enterCharacter) {
         if (handlers.enter) handlers.enter(GetDlgCtrlID(box));
         return 0;
     }
-    if (message == WM_CHAR && w == escapeCharacter) return 0; // the box would only beep
+    if (message == WM_CHAR && w == escapeCharacter) {
+        showAgain(box);
+        return 0;
+    }
+    if (message == WM_LBUTTONDOWN && GetFocus() != box) { // the first click selects, the next sets the caret
+        SetFocus(box);
+        return 0;
+    }
+    if (message == WM_SETFOCUS) PostMessageW(box, EM_SETSEL, 0, -1); // behind what the box does at it
     const auto former = reinterpret_cast<WNDPROC>(GetWindowLongPtrW(box, GWLP_USERDATA));
     return CallWindowProcW(former, box, message, w, l);
 }
@@ -144,34 +164,30 @@ HWND addControl(int id, const wchar_t* kind, DWORD style, const Rect& place, con
     if (!control) return nullptr;
     if (!enabled) EnableWindow(control, FALSE);
     const LockGuard held(mirrorLock);
-    mirrors[id] = {.control = control, .enabled = enabled, .text = text};
+    mirrors[id] = {.control = control, .enabled = enabled, .text = text, .shown = text};
     return control;
 }
 
-// ---- keyboard: Tab goes round the enabled controls in the order in which they were made -------------------------
+// ---- keyboard: Tab goes round the enabled controls ------------------------------------------------------------
 
+// The next enabled one; nullptr when there is none but itself.
 HWND neighbourOf(HWND control, bool backwards) {
-    const HWND next = control ? GetWindow(control, backwards ? GW_HWNDPREV : GW_HWNDNEXT) : nullptr;
-    if (next) return next;
-    const HWND first = GetWindow(window, GW_CHILD);
-    return first && backwards ? GetWindow(first, GW_HWNDLAST) : first;
+    const std::size_t count = tabOrder.size();
+    const auto at =
+        static_cast<std::size_t>(std::find(tabOrder.begin(), tabOrder.end(), control) - tabOrder.begin());
+    // From outside the list it begins at its first, or last.
+    std::size_t place = at < count ? at : backwards ? 0 : count - 1;
+    for (std::size_t n = 0; n < count; ++n) {
+        place = (place + (backwards ? count - 1 : 1)) % count;
+        if (tabOrder[place] != control && IsWindowEnabled(tabOrder[place])) return tabOrder[place];
+    }
+    return nullptr;
 }
 
 bool movesFocus(const MSG& message) {
     if (message.message != WM_KEYDOWN || message.wParam != VK_TAB || GetKeyState(VK_CONTROL) < 0)
         return false;
-    const bool backwards = GetKeyState(VK_SHIFT) < 0;
-    const HWND focus = GetFocus();
-    const HWND start = focus && IsChild(window, focus) ? focus : nullptr;
-    HWND next = neighbourOf(start, backwards);
-    for (const HWND first = next; next && !IsWindowEnabled(next);) {
-        next = neighbourOf(next, backwards);
-        if (next == first) return true; // no control is enabled
-    }
-    if (!next) return true;
-    SetFocus(next);
-    if (GetWindowLongPtrW(next, GWLP_WNDPROC) == reinterpret_cast<LONG_PTR>(editProcedure))
-        SendMessageW(next, EM_SETSEL, 0, -1);
+    if (const HWND next = neighbourOf(GetFocus(), GetKeyState(VK_SHIFT) < 0)) SetFocus(next);
     return true;
 }
 
@@ -330,6 +346,7 @@ void tellFailure(const char* title, std::string_view text) {
 bool openWindow(const char* title, int x, int y, int outerWidth, int outerHeight, WindowHandlers h) {
     handlers = std::move(h);
     sessionEnding = false;
+    tabOrder.clear();
     const HWND made =
         CreateWindowExW(0, className.c_str(), wide(title).c_str(), windowStyle, x, y, outerWidth, outerHeight,
                         nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
@@ -391,6 +408,12 @@ void addEditBox(int id, int x, int y, int w, int h) {
     SetWindowLongPtrW(box, GWLP_USERDATA, former);
 }
 
+void setTabOrder(const std::vector<int>& ids) {
+    tabOrder.clear();
+    for (const int id : ids)
+        if (const HWND control = mirrorOf(id).control) tabOrder.push_back(control);
+}
+
 void setEnabled(int id, bool on) {
     changeControl(id, [on](Mirror& m) {
         m.enabled = on;
@@ -411,7 +434,7 @@ bool isChecked(int id) { return mirrorOf(id).checked; }
 
 void setText(int id, std::string_view utf8) {
     changeControl(id, [text = wide(utf8)](Mirror& m) {
-        m.text = text;
+        m.text = m.shown = text;
         m.textChanged = true;
     });
 }
