@@ -13,6 +13,7 @@ const std::vector<Command>& commands() {
         {"fleet", "an installed simulator with livery packages and sceneries", runFleet},
         {"liveries", "what the program's scan makes of a folder", runLiveries},
         {"bgl", "what the program's decoder makes of a scenery file", runBgl},
+        {"learn", "weeks at an airport in virtual time: a learned file, and how good it is", runLearn},
         {"replay", "a whole flight in virtual time, with a report", runReplay},
     };
     return table;

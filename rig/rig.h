@@ -23,6 +23,7 @@ int runRefdata(const std::vector<std::string>& arguments);
 int runFleet(const std::vector<std::string>& arguments);
 int runBgl(const std::vector<std::string>& arguments);
 int runLiveries(const std::vector<std::string>& arguments);
+int runLearn(const std::vector<std::string>& arguments);
 int runReplay(const std::vector<std::string>& arguments);
 
 } // namespace rig

@@ -2,6 +2,8 @@
 
 #include "airportmoves.h"
 
+#include "planways.h"
+
 #include <algorithm>
 #include <cmath>
 #include <iterator>
@@ -11,9 +13,6 @@ namespace rig {
 namespace {
 
 constexpr double metersPerSecondPerKnot = metersPerNm / 3600;
-constexpr double taxiMps = 9, laneMps = 5, exitMps = 12, entryMps = 7, standMps = 2.5, pushMps = 1.6,
-                 towMps = 4;
-constexpr double turnRadiusM = 40, pushRadiusM = 28;
 
 bool fitsBetween(const std::set<int>& times, int second, int spacing) {
     const auto next = times.lower_bound(second);
@@ -37,22 +36,6 @@ GroundTrack shifted(GroundTrack track, int seconds) {
 } // namespace
 
 // ---- ways ------------------------------------------------------------------------------------------------------------
-
-// The shortest way from a node to another; the first corner stands already when it is not empty.
-bool DayPlan::addNodes(std::vector<Corner>& corners, std::size_t from, std::size_t to, double mostMps) const {
-    const std::vector<std::size_t> nodes = shortestWay(plan, from, to);
-    if (nodes.empty()) return false;
-    if (corners.empty()) corners.push_back({spotOf(from), 0});
-    for (std::size_t i = 1; i < nodes.size(); ++i) {
-        const auto& edges = plan.edgesFrom[nodes[i - 1]];
-        const auto edge = std::find_if(edges.begin(), edges.end(),
-                                       [&](std::size_t e) { return plan.edges[e].to == nodes[i]; });
-        const EdgeKind kind = plan.edges[*edge].kind;
-        if (kind == EdgeKind::exit || kind == EdgeKind::entry) return false;
-        corners.push_back({spotOf(nodes[i]), std::min(mostMps, kind == EdgeKind::lane ? laneMps : taxiMps)});
-    }
-    return true;
-}
 
 std::vector<Pause> DayPlan::taxiPauses(const GroundWay& way) {
     constexpr double oneIn = 9;
@@ -101,15 +84,6 @@ GroundTrack DayPlan::groundPart(const std::vector<TrueFix>& fixes, double belowF
     return track;
 }
 
-KnownAirport DayPlan::runwayAirport(const PlanRunway& runway, const LatLon& threshold) const {
-    KnownAirport result = home;
-    result.thresholdLat = threshold.lat;
-    result.thresholdLon = threshold.lon;
-    result.runwayBearing = runway.heading;
-    result.runwayLengthM = runway.lengthM;
-    return result;
-}
-
 // ---- landings --------------------------------------------------------------------------------------------------------
 
 std::optional<Lacks> DayPlan::land(int second) {
@@ -136,20 +110,9 @@ std::optional<Lacks> DayPlan::land(int second) {
     constexpr std::size_t standsTried = 2;
     if (stands.size() > standsTried) stands.resize(standsTried);
 
-    std::vector<const PlanEdge*> exits;
     const PlanRunway& runway = plan.runways[landingRunway];
-    const double mps = who.by->performance.approachKt * metersPerSecondPerKnot;
-    for (const PlanEdge& edge : plan.edges) {
-        if (edge.kind != EdgeKind::exit || edge.runway != runway.name) continue;
-        constexpr double softest = 0.6, hardest = 2.0; // m/s²
-        const double meters = gf_distanceNm(runway.threshold, plan.nodes[edge.from].place) * metersPerNm;
-        const double braking = (mps * mps - exitMps * exitMps) / 2 / (meters - touchDownPointM);
-        if (meters > touchDownPointM && braking > softest && braking < hardest) exits.push_back(&edge);
-    }
-    std::sort(exits.begin(), exits.end(), [&](const PlanEdge* a, const PlanEdge* b) {
-        return gf_distanceNm(runway.threshold, plan.nodes[a->from].place) <
-               gf_distanceNm(runway.threshold, plan.nodes[b->from].place);
-    });
+    std::vector<const PlanEdge*> exits =
+        usableExits(plan, runway, who.by->performance.approachKt * metersPerSecondPerKnot);
     constexpr std::size_t exitsTried = 2;
     if (exits.size() > exitsTried) exits.resize(exitsTried);
     constexpr int latest = 90, step = 6;
@@ -167,7 +130,7 @@ bool DayPlan::landAt(const Flight& who, std::size_t stand, const PlanEdge& exit,
     const double halfSpanM = who.by->spanM / 2;
     constexpr double beforeExitM = 60, overFt = 60;
     std::vector<Corner> corners{{{}, 0}, {spotOf(exit.from), exitMps}, {spotOf(exit.to), exitMps}};
-    if (!addNodes(corners, exit.to, plan.stands[stand].node, taxiMps)) return false;
+    if (!addPlanNodes(plan, plane, corners, exit.to, plan.stands[stand].node, taxiMps)) return false;
     corners.push_back({standSpot(stand), standMps});
     const Spot exitSpot = corners[1].at;
     corners.front().at = moved(exitSpot, runway.heading * degToRad + pi, beforeExitM);
@@ -175,7 +138,7 @@ bool DayPlan::landAt(const Flight& who, std::size_t stand, const PlanEdge& exit,
 
     Flight flight = who;
     const double toExit = gf_distanceNm(runway.threshold, plan.nodes[exit.from].place) * metersPerNm;
-    flight.track = makeApproach(runwayAirport(runway, runway.threshold), who.by->performance, timeOf(second),
+    flight.track = makeApproach(runwayAirport(home, runway, runway.threshold), who.by->performance, timeOf(second),
                                 toExit - beforeExitM, exitKt, dice);
     const GroundTrack roll = groundPart(flight.track, overFt);
     if (roll.empty() || !traffic.isFree(roll, halfSpanM, 2)) return false;
@@ -265,13 +228,10 @@ bool DayPlan::leaveStand(const Stay& stay, int second, int pauseS, GroundTrack& 
 bool DayPlan::takeOff(const Stay& stay, std::size_t hold, const Driven& taxi, RunwayUse& use) {
     const PlanRunway& runway = plan.runways[takeOffRunway];
     const double course = runway.heading * degToRad, halfSpanM = stay.who.by->spanM / 2;
-    const auto& entries = plan.edgesFrom[hold];
-    const auto entry = std::find_if(entries.begin(), entries.end(), [&](std::size_t e) {
-        return plan.edges[e].kind == EdgeKind::entry && plan.edges[e].runway == runway.name;
-    });
-    if (entry == entries.end()) return false;
+    const PlanEdge* entry = entryFrom(plan, hold, runway);
+    if (!entry) return false;
     constexpr double onRunwayM = 45, straightOnM = 25, lowFt = 60;
-    const Spot node = spotOf(plan.edges[*entry].to), lineUp = moved(node, course, onRunwayM);
+    const Spot node = spotOf(entry->to), lineUp = moved(node, course, onRunwayM);
     const Spot ahead = moved(spotOf(hold), taxi.track.back().course, straightOnM);
     const GroundWay way = layWay({{spotOf(hold), 0}, {ahead, entryMps}, {node, entryMps}, {lineUp, entryMps}},
                                  turnRadiusM, true);
@@ -279,7 +239,7 @@ bool DayPlan::takeOff(const Stay& stay, std::size_t hold, const Driven& taxi, Ru
     const int ontoS = onto.back().second, readyS = 2 + dice.below(spacing / 4);
     const LatLon threshold = plane.place(moved(lineUp, course + pi, lineUpM));
     use.climb =
-        makeDeparture(runwayAirport(runway, threshold), stay.who.by->performance, wishes.startTime, dice);
+        makeDeparture(runwayAirport(home, runway, threshold), stay.who.by->performance, wishes.startTime, dice);
     std::erase_if(use.climb, [&](const TrueFix& fix) { return fix.time < wishes.startTime; });
     const GroundTrack roll = groundPart(use.climb, lowFt);
 
@@ -308,7 +268,7 @@ bool DayPlan::departAt(Stay& stay, int second, std::size_t hold, GroundTrack tra
     move.kind = MoveKind::departure;
     std::vector<Corner> corners;
     if (stand.leave == Leave::through) corners = {{standSpot(stay.stand), 0}, {spotOf(stand.to), standMps}};
-    if (!addNodes(corners, stand.to, hold, taxiMps)) return false;
+    if (!addPlanNodes(plan, plane, corners, stand.to, hold, taxiMps)) return false;
     const GroundWay way = layWay(corners, turnRadiusM, true);
     constexpr double longestWait = 420;
     const auto driven = traffic.drive(way, halfSpanM, track.back().second, 0, taxiPauses(way), stay.standing);
@@ -364,7 +324,7 @@ bool DayPlan::tow(int second) {
             continue;
         const std::size_t to = dice.oneOf(free);
         std::vector<Corner> corners;
-        if (!addNodes(corners, stand.to, plan.stands[to].node, towMps)) continue;
+        if (!addPlanNodes(plan, plane, corners, stand.to, plan.stands[to].node, towMps)) continue;
         corners.push_back({standSpot(to), standMps});
         const GroundWay way = layWay(corners, turnRadiusM, true);
         const auto driven = traffic.drive(way, halfSpanM, track.back().second, 0, {}, stay.standing);

@@ -55,7 +55,6 @@ class DayPlan {
     Spot standSpot(std::size_t stand) const {
         return plane.spot({plan.stands[stand].lat, plan.stands[stand].lon});
     }
-    bool addNodes(std::vector<Corner>& corners, std::size_t from, std::size_t to, double mostMps) const;
     std::vector<Pause> taxiPauses(const GroundWay& way);
     void addSilence(Flight& flight, const GroundWay& way, const GroundTrack& track);
     void addTrack(Flight& flight, const GroundTrack& track) const;
@@ -76,7 +75,6 @@ class DayPlan {
     void standReports(Flight& flight, const Stay& stay, int from, int to, bool atEnd) const;
 
     double timeOf(int second) const { return wishes.startTime + second; }
-    KnownAirport runwayAirport(const PlanRunway& runway, const LatLon& threshold) const;
 
     const GroundPlan& plan;
     const KnownAirport& home;

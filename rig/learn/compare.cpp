@@ -1,0 +1,101 @@
+// Truth, what is shown, and the guesses.
+
+#include "learn/compare.h"
+
+#include "liveries/refdata.h"
+
+#include <algorithm>
+#include <cmath>
+#include <fmt/format.h>
+#include <map>
+
+namespace rig {
+
+static bool isSameSize(const std::string& a, const std::string& b) {
+    constexpr double toleranceNm = 1.8 / metersPerNm; // as stands take aircraft
+    return std::fabs(gf_halfWingspanNm(a) - gf_halfWingspanNm(b)) <= toleranceNm;
+}
+
+void Agreement::add(const Apron& truth, const Apron& shown) {
+    for (std::size_t i = 0; i < truth.size(); ++i) {
+        const Occupant &a = truth[i], &b = shown[i];
+        ++stands;
+        sameState += a.there() == b.there();
+        standing += a.there();
+        if (!a.there() || !b.there()) continue;
+        ++both;
+        airline += a.airline == b.airline;
+        airlineAndType += a.airline == b.airline && a.type == b.type;
+        size += isSameSize(a.type, b.type);
+    }
+}
+
+Apron trueApron(const GroundPlan& plan, const std::vector<Visit>& visits, double at) {
+    Apron apron(plan.stands.size());
+    for (const Visit& visit : visits)
+        if (visit.from <= at && at < visit.to) apron[visit.stand] = {visit.who.by->airline, visit.who.type};
+    return apron;
+}
+
+double meanOccupied(const GroundPlan& plan, const std::vector<Visit>& visits, double from, double to) {
+    double seconds = 0;
+    for (const Visit& visit : visits)
+        seconds += std::max(0.0, std::min(visit.to, to) - std::max(visit.from, from));
+    return seconds / (to - from) / static_cast<double>(plan.stands.size());
+}
+
+Apron usualApron(const GroundPlan& plan, const std::vector<Visit>& visits, double until, std::size_t wanted) {
+    struct Use {
+        double seconds = 0;
+        std::map<std::pair<std::string, std::string>, double> by;
+        std::size_t stand = 0;
+    };
+    std::vector<Use> uses(plan.stands.size());
+    for (std::size_t i = 0; i < uses.size(); ++i) uses[i].stand = i;
+    for (const Visit& visit : visits) {
+        if (visit.from >= until) continue;
+        uses[visit.stand].seconds += visit.to - visit.from;
+        uses[visit.stand].by[{visit.who.by->airline, visit.who.type}] += visit.to - visit.from;
+    }
+    std::stable_sort(uses.begin(), uses.end(),
+                     [](const Use& a, const Use& b) { return a.seconds > b.seconds; });
+    Apron apron(plan.stands.size());
+    for (std::size_t i = 0; i < std::min(wanted, uses.size()); ++i) {
+        if (uses[i].by.empty()) break;
+        const auto most = std::max_element(uses[i].by.begin(), uses[i].by.end(),
+                                           [](const auto& a, const auto& b) { return a.second < b.second; });
+        apron[uses[i].stand] = {most->first.first, most->first.second};
+    }
+    return apron;
+}
+
+Apron randomApron(const GroundPlan& plan, Dice& dice, std::size_t wanted) {
+    std::vector<std::size_t> order(plan.stands.size());
+    for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
+    dice.shuffle(order);
+    Apron apron(plan.stands.size());
+    for (std::size_t n = 0; n < std::min(wanted, order.size()); ++n) {
+        constexpr double slackM = 14; // of the span that a stand takes
+        const PlanStand& stand = plan.stands[order[n]];
+        std::vector<const Operator*> fit;
+        for (const Operator& by : stand.cargo ? freighters() : stand.ramp ? businessJets() : airliners())
+            if (by.spanM <= 2 * stand.radiusM && by.spanM >= 2 * stand.radiusM - slackM) fit.push_back(&by);
+        if (fit.empty()) continue;
+        const Operator& by = *dice.oneOf(fit);
+        apron[order[n]] = {by.airline, by.type};
+    }
+    return apron;
+}
+
+std::string agreementLine(const char* name, const Agreement& agreement) {
+    const auto percent = [](std::size_t part, std::size_t whole) {
+        return whole == 0 ? 0.0 : 100.0 * static_cast<double>(part) / static_cast<double>(whole);
+    };
+    return fmt::format("{:24} {:14.1f} {:9.1f} {:7.1f} {:16.1f} {:17.1f}\n", name,
+                       percent(agreement.airlineAndType, agreement.both),
+                       percent(agreement.airline, agreement.both), percent(agreement.size, agreement.both),
+                       percent(agreement.sameState, agreement.stands),
+                       percent(agreement.airlineAndType, agreement.standing));
+}
+
+} // namespace rig
