@@ -116,11 +116,7 @@ std::vector<std::size_t> DayPlan::freeStands(double halfSpanM, bool cargo, bool 
 }
 
 int DayPlan::turnRoundSeconds(const Operator& by) {
-    constexpr double wideM = 40, jetM = 32;
-    const double minutes = by.spanM > wideM  ? dice.between(45, 80)
-                           : by.spanM > jetM ? dice.between(25, 45)
-                                             : dice.between(20, 35);
-    return static_cast<int>(minutes * 60);
+    return static_cast<int>(turnRoundMinutes(by, dice) * 60);
 }
 
 // What stands there at the beginning; some of it for the whole day.

@@ -138,8 +138,8 @@ bool DayPlan::landAt(const Flight& who, std::size_t stand, const PlanEdge& exit,
 
     Flight flight = who;
     const double toExit = gf_distanceNm(runway.threshold, plan.nodes[exit.from].place) * metersPerNm;
-    flight.track = makeApproach(runwayAirport(home, runway, runway.threshold), who.by->performance, timeOf(second),
-                                toExit - beforeExitM, exitKt, dice);
+    flight.track = makeApproach(runwayAirport(home, runway, runway.threshold), who.by->performance,
+                                timeOf(second), toExit - beforeExitM, exitKt, dice);
     const GroundTrack roll = groundPart(flight.track, overFt);
     if (roll.empty() || !traffic.isFree(roll, halfSpanM, 2)) return false;
     corners.front().at = roll.back().at;
@@ -238,8 +238,8 @@ bool DayPlan::takeOff(const Stay& stay, std::size_t hold, const Driven& taxi, Ru
     const GroundTrack onto = driveWay(way, 0, 0, {});
     const int ontoS = onto.back().second, readyS = 2 + dice.below(spacing / 4);
     const LatLon threshold = plane.place(moved(lineUp, course + pi, lineUpM));
-    use.climb =
-        makeDeparture(runwayAirport(home, runway, threshold), stay.who.by->performance, wishes.startTime, dice);
+    use.climb = makeDeparture(runwayAirport(home, runway, threshold), stay.who.by->performance,
+                              wishes.startTime, dice);
     std::erase_if(use.climb, [&](const TrueFix& fix) { return fix.time < wishes.startTime; });
     const GroundTrack roll = groundPart(use.climb, lowFt);
 

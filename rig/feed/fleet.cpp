@@ -15,6 +15,13 @@ constexpr std::uint32_t unitedKingdom = 0x400000, germany = 0x3C0000, spain = 0x
                         qatar = 0x06A000, emirates = 0x896000, turkey = 0x4BA000, luxembourg = 0x4D0000,
                         austria = 0x440000;
 
+double turnRoundMinutes(const Operator& by, Dice& dice) {
+    constexpr double wideM = 40, jetM = 32; // of the span
+    return by.spanM > wideM  ? dice.between(45, 80)
+           : by.spanM > jetM ? dice.between(25, 45)
+                             : dice.between(20, 35);
+}
+
 const std::vector<Operator>& airliners() {
     static const std::vector<Operator> table{
         {"BAW", "BA", "A320", "G-EUU?", unitedKingdom, "A3", narrowBody, 35.8},

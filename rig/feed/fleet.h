@@ -16,6 +16,8 @@ struct Operator {
     double spanM; // metres, of the wing
 };
 
+double turnRoundMinutes(const Operator& by, Dice& dice); // on the stand between two flights
+
 const std::vector<Operator>& airliners();
 const std::vector<Operator>& freighters();
 const std::vector<Operator>& lightAircraft();

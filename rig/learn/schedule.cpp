@@ -134,7 +134,7 @@ void Schedule::makeSlots() {
         slot.habit = habit < wishes.weeklyAtStand                            ? Habit::weeklyAtStand
                      : habit < wishes.weeklyAtStand + wishes.weeklyElsewhere ? Habit::weeklyElsewhere
                                                                              : Habit::once;
-        slot.stayS = 60 * (slot.by->spanM > wideM ? dice.between(60, 110) : dice.between(35, 65));
+        slot.stayS = 60 * turnRoundMinutes(*slot.by, dice);
         name(slot);
         const double from = slot.at + taxiInS, to = from + slot.stayS;
         slot.stand = freeStand(*slot.by, from, to);

@@ -46,6 +46,7 @@ static std::thread loaderThread; // worker, and the thread of the message loop w
 static AirportReading lf_readAirport(const std::string& code) {
     AirportReading reading;
     reading.code = code;
+    lf_retrySaves(); // or it would read without them
     try {
         Located found = lf_locate(code);
         for (std::string& text : found.texts) reading.log(std::move(text));
@@ -213,6 +214,7 @@ void lf_endLoader() {
         loaderThread.join();
     else
         lf_serveLoader();
+    lf_retrySaves();
     lf_drop(loading);
     lf_drop(ground);
     const LockGuard hold(loaderLock);

@@ -24,6 +24,7 @@ void gf_publishParkAirport(const ParkAirport& airport) {
 void lf_resetAirports() {
     lf_endLoader();
     lf_forgetMissingFiles();
+    lf_dropSaves();
     airports = AirportsRun{};
     gf_publishParkAirport({});
 }
@@ -85,6 +86,7 @@ static void lf_noteUserStand() {
     const Stand* stand = gf_userStand();
     const std::string id = stand ? stand->id : std::string();
     auto& list = airports.parkAirports;
+    if (lf_bringToFront(airports.park.code) && id.empty()) return; // it keeps the stand that the user gave it
     if (list.empty() || list.front().code != airports.park.code)
         list.push_front({airports.park.code, id, airports.park.lat, airports.park.lon, 0});
     else if (!id.empty() && list.front().stand != id)

@@ -202,13 +202,17 @@ void lf_sortParkAirports() {
         [](const ParkAirportEntry& a, const ParkAirportEntry& b) { return a.distanceNm < b.distanceNm; });
 }
 
-void lf_setDestination(const Airport& airport) {
+bool lf_bringToFront(std::string_view code) {
     auto& list = airports.parkAirports;
-    if (const auto entry = lf_findEntry(airport.code); entry != list.end()) {
-        list.splice(list.begin(), list, entry);
-        return;
-    }
-    list.push_front({airport.code, {}, airport.lat, airport.lon, 0});
+    const auto entry = lf_findEntry(code);
+    if (entry == list.end()) return false;
+    list.splice(list.begin(), list, entry);
+    return true;
+}
+
+void lf_setDestination(const Airport& airport) {
+    if (lf_bringToFront(airport.code)) return;
+    airports.parkAirports.push_front({airport.code, {}, airport.lat, airport.lon, 0});
     lf_rememberParkStand();
 }
 

@@ -102,6 +102,8 @@ using ParameterTexts = std::vector<std::pair<const char*, std::string>>;
 ParameterTexts lf_parkingParameters(); // name and value, in the file's order; worker
 bool lf_writeAirportFile(const AirportFile& file, const std::filesystem::path& path, int kind,
                          const ParameterTexts& parameters);
+void lf_retrySaves(); // of learned files that could not be written; on whichever thread does the loader's work
+void lf_dropSaves();
 // EHAM.xml becomes EHAM.0.xml, in the place of an older such file. False when it cannot be renamed.
 bool lf_setAside(const std::filesystem::path& path);
 
@@ -123,6 +125,7 @@ void lf_awaitGroundAnswer(); // a moment, and not for a Tick
 
 // ---- the list and the reserved stand (parklist.cpp, parkairport.cpp); worker ------------------------------------------
 void lf_reserveStand(const std::string& id); // and shows it
+bool lf_bringToFront(std::string_view code); // of the list; false: it is not in it
 bool lf_isParkAirport(std::string_view code);
 void lf_rememberParkStand();    // writes the first of the list into the user's file
 bool lf_keepDestinationFirst(); // false: there is none

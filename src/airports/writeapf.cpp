@@ -8,6 +8,7 @@
 #include "app/parameters.h"
 #include "app/textfiles.h"
 #include "liveries/refdata.h"
+#include "platform/clock.h"
 #include "platform/files.h"
 
 #include <fmt/format.h>
@@ -181,26 +182,46 @@ static bool lf_saveTo(const std::filesystem::path& path, const LearnedSave& save
     return lf_writeAirportFile(save.file, path, learnedKind, save.parameters);
 }
 
-static void lf_saveLearnedNow(LearnedSave& save) {
-    AirportFile& file = save.file;
-    lf_keepLearned(file);
-    if (file.handmade) {
-        const Quality quality = gf_qualityFactor(file.stands);
-        file.qfReal = quality.real;
-        file.qfSoft = quality.soft;
-    }
-    const std::filesystem::path path = lf_savedLearnedPath(file);
-    if (lf_saveTo(path, save))
+static bool lf_saveLearnedNow(const LearnedSave& save) {
+    const std::filesystem::path path = lf_savedLearnedPath(save.file);
+    const bool saved = lf_saveTo(path, save);
+    if (saved) {
         gf_logRaw(fmt::format("{}{} \"{}\" saved with {} update{} {}", save.time,
-                              file.handmade ? " handmade" : "", plat::pathText(path), save.updates,
+                              save.file.handmade ? " handmade" : "", plat::pathText(path), save.updates,
                               save.updates == 1 ? "" : "s",
                               save.parametersChanged ? "and one or more parameter changes" : ""));
-    else {
+        LAST_EPOCH_TIME.value = LAST_EPOCH_TIME.limited(plat::utcSeconds());
+        gf_saveParameter(LAST_EPOCH_TIME);
+    } else {
         const std::string text =
             fmt::format("{} saving \"{}\" did not succeed", save.time, plat::pathText(path));
         gf_logRaw(text); // also while a stop is under way
         gf_showMessage(text, false);
     }
+    return saved;
+}
+
+// What could not be saved, for a full disk say, waits for the next save, for the next reading of its airport and for the
+// end of the run. Whoever does the loader's work: one thread at a time.
+static std::vector<LearnedSave> unsaved;
+
+void lf_retrySaves() {
+    std::erase_if(unsaved, [](const LearnedSave& save) { return lf_saveLearnedNow(save); });
+}
+
+void lf_dropSaves() { unsaved.clear(); }
+
+static void lf_save(LearnedSave save) {
+    lf_keepLearned(save.file);
+    if (save.file.handmade) {
+        const Quality quality = gf_qualityFactor(save.file.stands);
+        save.file.qfReal = quality.real;
+        save.file.qfSoft = quality.soft;
+    }
+    lf_retrySaves();
+    // What was learned later was laid over what lies on the disk: the older data would replace it.
+    std::erase_if(unsaved, [&](const LearnedSave& old) { return old.file.code == save.file.code; });
+    if (!lf_saveLearnedNow(save)) unsaved.push_back(std::move(save));
 }
 
 void gf_saveLearned() {
@@ -210,5 +231,5 @@ void gf_saveLearned() {
                      airports.updates.exchange(0),
                      app.parametersChanged.exchange(false),
                      gf_shortTimeText()};
-    lf_postFileWork([save = std::move(save)]() mutable { lf_saveLearnedNow(save); });
+    lf_postFileWork([save = std::move(save)]() mutable { lf_save(std::move(save)); });
 }

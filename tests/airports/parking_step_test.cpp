@@ -61,6 +61,20 @@ TEST_F(ParkStep, TheAirportUnderTheUserIsBroughtUpWithoutAFileReadInAStep) {
     EXPECT_EQ(readFile(folders.myParkAirports), "EDTT,A\n");
 }
 
+TEST_F(ParkStep, AnAirportFartherDownTheListKeepsItsStandWhenTheUserIsOnNone) {
+    writeFile(folders.myParkAirports, "EDFF\nEDTT,B\n");
+    lf_readMyParkAirports();
+    DESTINATION.set("EDFF"); // the list is not sorted by distance
+    putStock("EDTT", baseFile(stand("A", 0, 20) + stand("B", 600, 20)));
+    placeUser(300);
+    step(true);
+    step();
+    ASSERT_TRUE(airports.park.loaded);
+    lf_serveLoader();
+    EXPECT_EQ(readFile(folders.myParkAirports), "EDFF\nEDTT,B\n");
+    EXPECT_EQ(airports.parkAirports.size(), 2u);
+}
+
 TEST_F(ParkStep, TheFirstStepWaitsForTheAnswer) {
     putStock("EDTT", baseFile(stand("A", 0, 20)));
     placeUser(0);
@@ -230,6 +244,26 @@ TEST_F(ParkStep, WhatWasLearnedIsSavedWhenTheAirportIsLeftAndReadAgain) {
     EXPECT_THAT(readFile(path), HasSubstr("GBAFM"));
     EXPECT_THAT(readFile(path), HasSubstr("GDDDD"));
     EXPECT_FALSE(std::filesystem::exists(folders.learnedStock / "EDTT.0.xml"));
+    EXPECT_EQ(LAST_EPOCH_TIME.value, plat::utcSeconds());
+}
+
+TEST_F(ParkStep, WhatARenewalHasSetAsideIsSavedAndCountsAndNewNumbersGoOnBehindIt) {
+    bringUp(stand("A", 0, 20));
+    learn("A", "GBAFM");
+    app.weekSlot.store({2, 20});
+    {
+        const LockGuard hold(trafficLock);
+        trafficReader.seenCallsigns.insert("BAW1");
+    }
+    lf_adjustStatics();
+    EXPECT_TRUE(airports.staticQueue.empty()) << "its flight is in the feed";
+    EXPECT_GT(gf_qualityFactor(airports.file.stands).real, 0);
+    learn("A", "GCCCC");
+    EXPECT_EQ(gf_standById("A")->options.back().index, 2);
+    lf_giveUpParkAirport();
+    lf_serveLoader();
+    EXPECT_THAT(readFile(folders.learnedStock / "EDTT.xml"),
+                testing::AllOf(HasSubstr("GBAFM"), HasSubstr("GCCCC")));
 }
 
 TEST_F(ParkStep, NothingIsSavedOverALearnedFileThatWasNotTakenInWhole) {
