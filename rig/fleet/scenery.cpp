@@ -30,7 +30,10 @@ std::vector<SceneryPlace> readSceneryPlaces() {
     for (const pugi::xml_node airport : document.child("airports").children("airport")) {
         SceneryPlace place{airport.attribute("code").value(), airport.attribute("lat").as_double(),
                            airport.attribute("lon").as_double(), airport.attribute("alt").as_double()};
-        if (place.code.size() == 4 && std::abs(place.lat) < farthest) places.push_back(std::move(place));
+        // Airports whose real stands the rig has stay as they are.
+        const bool known = fs::exists(sourceFolder() / "rig" / "airports" / (place.code + ".csv"));
+        if (place.code.size() == 4 && std::abs(place.lat) < farthest && !known)
+            places.push_back(std::move(place));
     }
     if (places.empty()) throw std::runtime_error("a fleet with sceneries needs the airport directory");
     return places;

@@ -121,6 +121,7 @@ extern AirportsProcess airportsLife; // owner: airports
 // ---- the directory (directory.cpp); any thread once it is loaded --------------------------------------------------
 bool gf_readAirports();     // once per process; throws orvo::UserErrorException 88
 bool gf_readAirportNames(); // at the start of a scan
+void gf_clearAirportNames();
 std::optional<std::string> gf_airportName(std::string_view code);
 std::optional<Airport> gf_findAirport(std::string_view code);
 std::string gf_airportLabel(const Airport& airport);                  // "EHAM (AMS)"

@@ -93,6 +93,8 @@ bool gf_readAirportNames() {
     return !names.empty();
 }
 
+void gf_clearAirportNames() { names.clear(); }
+
 // ---- looking up -------------------------------------------------------------------------------------------------
 
 std::optional<std::string> gf_airportName(std::string_view code) {

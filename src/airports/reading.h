@@ -1,7 +1,7 @@
 #pragma once
 // How an airport is read away from the worker: into a plain result that the worker takes over by move. Nothing here
 // touches the park airport, a parameter or the window; what is to be told and set stands in the result, in its order.
-// Called by the files of this folder alone, and by the fuzz targets.
+// Called by the files of this folder, the scan of sceneries and the fuzz targets alone.
 
 #include "airports/airports.h"
 

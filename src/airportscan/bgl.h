@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -52,9 +53,9 @@ class BglFile {
   public:
     explicit BglFile(const std::filesystem::path& path);
     bool hasAirportSection(); // false, too, for what cannot be read
-    // Into a buffer that the caller keeps for the next file. What is no whole word at the end is left out. False when it
-    // cannot be read, and as soon as a stop is under way.
-    bool read(std::vector<std::uint32_t>& words);
+    // Into a buffer that the caller keeps for the next file, and that only grows. What is no whole word at the end is
+    // left out. None when it cannot be read, and as soon as a stop is under way.
+    std::optional<std::span<const std::uint32_t>> read(std::vector<std::uint32_t>& buffer);
 
   private:
     std::ifstream in;

@@ -35,16 +35,17 @@ bool BglFile::hasAirportSection() {
     return false;
 }
 
-bool BglFile::read(std::vector<std::uint32_t>& words) {
+std::optional<std::span<const std::uint32_t>> BglFile::read(std::vector<std::uint32_t>& buffer) {
     constexpr std::size_t piece = 1 << 20; // words; a stop waits for no more
-    words.resize(size / 4);
+    const std::size_t words = size / 4;
+    if (buffer.size() < words) buffer.resize(words);
     in.clear();
     in.seekg(0);
-    for (std::size_t done = 0; done < words.size(); done += piece) {
-        const std::size_t count = std::min(piece, words.size() - done);
+    for (std::size_t done = 0; done < words; done += piece) {
+        const std::size_t count = std::min(piece, words - done);
         if (gf_stopping() ||
-            !in.read(lf_bytesOf(words.data() + done), static_cast<std::streamsize>(count * 4)))
-            return false;
+            !in.read(lf_bytesOf(buffer.data() + done), static_cast<std::streamsize>(count * 4)))
+            return std::nullopt;
     }
-    return true;
+    return std::span(buffer).first(words);
 }

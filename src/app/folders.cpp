@@ -31,6 +31,8 @@ void gf_buildFolders() {
     f.info = f.output / "info";
     f.errors = f.output / "errors";
     f.scannedLiveries = f.output / "LiveriesScanned.xml";
+    f.airportsScanLog = f.info / "AirportsScanLog.txt";
+    f.tblo = "TBLO";
     const std::filesystem::path roaming = plat::roamingDataFolder();
     if (!roaming.empty()) {
         f.appData = roaming / "Velloray";

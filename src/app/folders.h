@@ -9,7 +9,7 @@ struct Folders {
     std::filesystem::path input, dbaseXml, airportsXml, airportNamesXml, myRegcodes;
     std::filesystem::path airports, learned, learnedStock, learnedSimaddon, learnedThirdparty;
     std::filesystem::path mySimaddon, myThirdparty, myParkAirports;
-    std::filesystem::path archive, output, info, errors, scannedLiveries;
+    std::filesystem::path archive, output, info, errors, scannedLiveries, airportsScanLog, tblo;
     std::filesystem::path appData, parameters, flightPlans, realTrafficJar; // in the application data
 };
 extern Folders folders;

@@ -76,7 +76,8 @@ bool Walker::mayFollow(const fs::path& link) {
     };
     for (const auto& walked : followed) {
         if (!holds(walked, target) && !holds(target, walked)) continue;
-        walk.tell(fmt::format("link {} leads to a folder of this search, not followed", plat::pathText(link)));
+        walk.tell(
+            fmt::format("link {} leads to a folder of this search, not followed", plat::pathText(link)));
         return false;
     }
     followed.push_back(target);

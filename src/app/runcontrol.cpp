@@ -3,6 +3,7 @@
 
 #include "app/runcontrol.h"
 
+#include "airportscan/airportscan.h"
 #include "app/app.h"
 #include "app/display.h"
 #include "app/errors.h"
@@ -125,7 +126,10 @@ static void readAirports() {
     if (SCAN_AIRPORTS) {
         display.mySimaddonCount = 0;
         display.myThirdpartyCount = 0;
+        gf_repaint(Band::status);
+        lf_scanAirports();
     }
+    lf_countTblo();
     display.mySimaddonCount = countEntries(folders.mySimaddon);
     display.myThirdpartyCount = countEntries(folders.myThirdparty);
     gf_repaint(Band::status);

@@ -43,6 +43,16 @@ bool gf_writeFile(std::string_view text, const std::filesystem::path& path, bool
     return !out.fail();
 }
 
+bool gf_writeReportLines(const std::vector<std::string>& lines, const std::filesystem::path& path) {
+    std::string text;
+    for (const auto& line : lines) text += line + "\n";
+    std::error_code failed; // shows in the writing
+    std::filesystem::create_directories(path.parent_path(), failed);
+    if (gf_writeFile(text, path, false)) return true;
+    gf_logLine(fmt::format("could not write {}", plat::pathText(path)));
+    return false;
+}
+
 static bool readBytes(const std::filesystem::path& path, std::string& result) {
     std::ifstream in(path, std::ios::binary);
     if (!in) return false;

@@ -17,6 +17,8 @@ enum class FileEncoding { plain = 0, utf16le = 1, utf16be = 2, utf8bom = 3, unre
 bool gf_saveXml(const pugi::xml_document& document,
                 const std::filesystem::path& path); // beside, then renamed; logs
 bool gf_writeFile(std::string_view text, const std::filesystem::path& path, bool addLineEnd);
+// A line each, with the folder that it lies in; false, with a log line, when that fails.
+bool gf_writeReportLines(const std::vector<std::string>& lines, const std::filesystem::path& path);
 // The lines of a file without their ends; nullopt when it is missing or empty.
 std::optional<std::vector<std::string>> gf_readLines(const std::filesystem::path& path);
 FileEncoding gf_fileEncoding(const std::filesystem::path& path); // by the first two bytes

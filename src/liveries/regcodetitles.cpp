@@ -5,6 +5,7 @@
 
 #include "app/folders.h"
 #include "app/log.h"
+#include "app/textfiles.h"
 #include "liveries/scan.h"
 #include "platform/files.h"
 

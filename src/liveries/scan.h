@@ -46,9 +46,7 @@ void gf_checkLiveryCode(Livery& livery); // brings it in line with the registrat
 std::filesystem::path gf_scanReportPath(ScanReport report);
 void gf_deleteScanReports(); // the files of the former scan but the conversions, and the folder of errors
 void gf_writeScanReports();  // each non-empty list to its file, and the summary to the log
-// A line each, with the folder; false, with a log line, when that fails. For the registrations' reports too.
-bool gf_writeReportLines(const std::vector<std::string>& lines, const std::filesystem::path& path);
-void gf_clearScanLists(); // the reports, the used titles and dontUseTitles
+void gf_clearScanLists();    // the reports, the used titles and dontUseTitles
 
 // Of one file's bytes, as the search would for a file at that path. For the fuzz target: nothing is read from the disk,
 // but that IVAO packages are looked through for their texture folders.

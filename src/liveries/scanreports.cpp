@@ -51,16 +51,6 @@ void gf_deleteScanReports() {
     tell(folders.errors, failed);
 }
 
-bool gf_writeReportLines(const std::vector<std::string>& lines, const fs::path& path) {
-    std::string text;
-    for (const auto& line : lines) text += line + "\n";
-    std::error_code failed; // shows in the writing
-    fs::create_directories(path.parent_path(), failed);
-    if (gf_writeFile(text, path, false)) return true;
-    gf_logLine(fmt::format("could not write {}", plat::pathText(path)));
-    return false;
-}
-
 static void lf_logSummary(const char* headline, bool errors) {
     bool first = true;
     for (std::size_t i = 0; i < scanReportCount; ++i) {

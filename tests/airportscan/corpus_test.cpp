@@ -141,9 +141,10 @@ int expectedAltitude(double metres) {
 
 std::vector<std::uint32_t> wordsOf(const fs::path& path) {
     BglFile file(path);
-    std::vector<std::uint32_t> words;
-    EXPECT_TRUE(file.read(words));
-    return words;
+    std::vector<std::uint32_t> buffer;
+    const auto words = file.read(buffer);
+    EXPECT_TRUE(words);
+    return {words->begin(), words->end()};
 }
 
 // Gives an airport whose identifier is too short another one, in the bytes, so that its stands are read all the same.

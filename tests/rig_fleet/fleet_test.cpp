@@ -164,9 +164,9 @@ TEST_F(Fleet, ItsSceneriesAreReadAsItSays) {
                              [](AirportFile&, std::vector<std::string>&) { return AirportIdentity{}; }};
         const auto decode = [&](const fs::path& path) {
             BglFile file(path);
-            std::vector<std::uint32_t> words;
-            EXPECT_TRUE(file.hasAirportSection() && file.read(words)) << path;
-            return gf_decodeBgl(words, plat::pathText(path), rules);
+            std::vector<std::uint32_t> buffer;
+            EXPECT_TRUE(file.hasAirportSection()) << path;
+            return gf_decodeBgl(file.read(buffer).value(), plat::pathText(path), rules);
         };
         std::set<std::string> publishers;
         std::size_t oddSizes = 0;
