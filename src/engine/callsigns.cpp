@@ -27,8 +27,7 @@ void lf_findObjectId() {
     const auto found = std::find_if(engine.live.begin(), engine.live.end(), [&](const LiveAc& ac) {
         return ac.st == SimState::active && ac.callsign == callsign;
     });
-    if (!callsign.empty() && found != engine.live.end())
-        return lf_showObject({callsign, found->objectId});
+    if (!callsign.empty() && found != engine.live.end()) return lf_showObject({callsign, found->objectId});
     lf_showObject({});
     if (!callsign.empty()) gf_showMessage(fmt::format("callsign \"{}\" is unknown", callsign), true);
 }
@@ -46,8 +45,9 @@ void lf_forgetObjectId(const AcBase& ac, bool respawns) {
 
 static std::string lf_callsignLine(const LiveAc& ac) {
     const bool parked = ac.fs == FlightState::parked;
-    return fmt::format("{} {:9} {} {}: {} {}", ac.onGround ? "Gnd" : "Air", ac.callsign, ac.airline, ac.acType,
-                       ac.objectId, parked ? fmt::format("Parked at {}", lf_standName(ac.standId)) : "");
+    return fmt::format("{} {:9} {} {}: {} {}", ac.onGround ? "Gnd" : "Air", ac.callsign, ac.airline,
+                       ac.acType, ac.objectId,
+                       parked ? fmt::format("Parked at {}", lf_standName(ac.standId)) : "");
 }
 
 void lf_writeCallsignFile() {

@@ -64,7 +64,8 @@ static bool lf_unpackInstaller(const ZipArchive& zip) {
         std::error_code error;
         if (how == Unpacked::whole) error = plat::moveFile(beside, folders.installer);
         if (how != Unpacked::whole || error) {
-            gf_logLine(fmt::format("unzipping error code : {}", error ? error.value() : static_cast<int>(how)));
+            gf_logLine(
+                fmt::format("unzipping error code : {}", error ? error.value() : static_cast<int>(how)));
             return false;
         }
         gf_logLine(fmt::format("{} unzipped to {}", entry, plat::pathText(folders.installer)));
@@ -97,7 +98,8 @@ bool gf_downloadInstaller(const VersionData& version) {
 static fs::path lf_installerPath() {
     std::error_code ignored;
     const fs::path noted = plat::textPath(PROGRAM_INSTALL_PATH.value()) / folders.installer;
-    return noted.is_absolute() && fs::exists(noted, ignored) ? noted : fs::absolute(folders.installer, ignored);
+    return noted.is_absolute() && fs::exists(noted, ignored) ? noted
+                                                             : fs::absolute(folders.installer, ignored);
 }
 
 void gf_checkProgramVersion() {
@@ -126,11 +128,11 @@ bool gf_simaddonMissing() {
 static std::string lf_stem(const std::string& entry) {
     const std::string name = entry.substr(entry.find_last_of("/\\") + 1); // npos + 1 is 0
     const std::string stem = name.substr(0, name.rfind('.'));
-    const bool plain = !stem.empty() && stem.front() != '.' &&
-                       std::none_of(stem.begin(), stem.end(), [](unsigned char c) {
-                           return c < ' ' || std::string_view("<>:\"|?*").find(static_cast<char>(c)) !=
-                                                 std::string_view::npos;
-                       });
+    const bool plain =
+        !stem.empty() && stem.front() != '.' && std::none_of(stem.begin(), stem.end(), [](unsigned char c) {
+            return c < ' ' ||
+                   std::string_view("<>:\"|?*").find(static_cast<char>(c)) != std::string_view::npos;
+        });
     return plain ? stem : std::string();
 }
 
@@ -189,8 +191,8 @@ static bool lf_swap(const SwapFolders& swap) {
         if (error) plat::moveFile(swap.old, folders.mySimaddon);
     }
     if (error)
-        gf_logLine(fmt::format("{} could not be replaced: {}", plat::pathText(folders.mySimaddon),
-                               error.message()));
+        gf_logLine(
+            fmt::format("{} could not be replaced: {}", plat::pathText(folders.mySimaddon), error.message()));
     fs::remove_all(swap.old, ignored);
     return !error;
 }
@@ -221,10 +223,9 @@ bool gf_checkSimaddon() {
     lf_clearUp(SwapFolders());
     if (latest <= VersionData(MYSIMADDON24_VERSION.value()) && !gf_simaddonMissing()) return false;
     const fs::path archive = "my_simaddon2024.zip";
-    const bool result =
-        gf_fetchFile(gf_downloadBaseUrl() + "mysimaddon24/" + plat::pathText(archive), archive) ==
-            Fetched::yes &&
-        lf_replaceSimaddon(archive, latest);
+    const bool result = gf_fetchFile(gf_downloadBaseUrl() + "mysimaddon24/" + plat::pathText(archive),
+                                     archive) == Fetched::yes &&
+                        lf_replaceSimaddon(archive, latest);
     std::error_code ignored;
     fs::remove(archive, ignored);
     return result;

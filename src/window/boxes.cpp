@@ -146,7 +146,8 @@ static void lf_fitBoxProc(FloatParameter& p) {
 
 static void lf_newBlock() {
     constexpr std::size_t shortest = 4, longest = 8;
-    const std::string text = lf_boxText(BLOCK_CALLSIGN), callsign = gf_upperCase(text), before = BLOCK_CALLSIGN.value();
+    const std::string text = lf_boxText(BLOCK_CALLSIGN), callsign = gf_upperCase(text),
+                      before = BLOCK_CALLSIGN.value();
     if (text.empty()) {
         if (!before.empty()) lf_unblock();
         return;
@@ -207,10 +208,12 @@ static void lf_stringBoxProc(StringParameter& p) {
 
 void lf_enterPressed(int id) {
     try {
-        for (IntParameter* const p : {&AI_PACKAGE_ORDER, &MATCHING_DEPTH, &LATERAL_RANGE, &AUTO_RANGE_ABOVE_HEIGHT,
-                                      &CUSTOM_MAX_PARK, &MAX_LIVE, &AIRPORT_RANGE, &AIRPORT_HEIGHT, &parking_percentage})
+        for (IntParameter* const p :
+             {&AI_PACKAGE_ORDER, &MATCHING_DEPTH, &LATERAL_RANGE, &AUTO_RANGE_ABOVE_HEIGHT, &CUSTOM_MAX_PARK,
+              &MAX_LIVE, &AIRPORT_RANGE, &AIRPORT_HEIGHT, &parking_percentage})
             if (p->control.controlId == id) return lf_intBoxProc(*p);
-        for (StringParameter* const p : {&BLOCK_CALLSIGN, &DESTINATION, &CALLSIGN_2_OBJECTID, &ALL_INSTALL_PATH})
+        for (StringParameter* const p :
+             {&BLOCK_CALLSIGN, &DESTINATION, &CALLSIGN_2_OBJECTID, &ALL_INSTALL_PATH})
             if (p->control.controlId == id) return lf_stringBoxProc(*p);
         if (id == MAX_FIT_FL.control.controlId) lf_fitBoxProc(MAX_FIT_FL);
     } catch (const std::exception& e) {

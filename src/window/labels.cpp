@@ -111,8 +111,8 @@ static void lf_paintParkingHead() {
     lf_drawText(5, CUSTOM_MAX_PARK.control.row, fmt::format("Airport parking{}", busy ? " active" : ""),
                 busy ? yellow : black);
     if (gf_renewalShown())
-        lf_drawText(5, AIRPORT_RANGE.control.row, fmt::format("(next in {} min)", display.minutesToSummary.load()),
-                    black);
+        lf_drawText(5, AIRPORT_RANGE.control.row,
+                    fmt::format("(next in {} min)", display.minutesToSummary.load()), black);
 }
 
 void lf_paintSettings() {

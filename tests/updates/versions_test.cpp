@@ -19,8 +19,9 @@ class Versions : public Downloads {
         fs::create_directories("served/mysimaddon24");
         fs::create_directories(folders.airports);
         fs::create_directories(folders.appData);
-        test::writeFile(folders.parameters, "<parameters><parameter name=\"MYSIMADDON24_VERSION\" value=\"\"/>"
-                                            "</parameters>");
+        test::writeFile(folders.parameters,
+                        "<parameters><parameter name=\"MYSIMADDON24_VERSION\" value=\"\"/>"
+                        "</parameters>");
         serve();
     }
     static VersionData newer() {
@@ -51,7 +52,8 @@ class Versions : public Downloads {
     }
     static std::string spoilt(const fs::path& file) {
         std::string text = test::readFile(file);
-        for (std::size_t i = 60; i < 90; ++i) text[i] = static_cast<char>(text[i] ^ 0x55); // in the packed data
+        for (std::size_t i = 60; i < 90; ++i)
+            text[i] = static_cast<char>(text[i] ^ 0x55); // in the packed data
         return text;
     }
     // Nothing of a transfer or of an unpacking stays.
@@ -86,9 +88,10 @@ TEST_F(Versions, ANewerProgramLiesReadyAndTheStartEnds) {
         FAIL() << "the start went on";
     } catch (const orvo::UserErrorException& e) {
         EXPECT_EQ(e.number(), 99);
-        EXPECT_EQ(e.what(), fmt::format("New version {} available, exit Velloray. Run as administrator: \"{}\"",
-                                        gf_versionText(newer()),
-                                        plat::pathText(fs::absolute("install_new_version.exe"))));
+        EXPECT_EQ(e.what(),
+                  fmt::format("New version {} available, exit Velloray. Run as administrator: \"{}\"",
+                              gf_versionText(newer()),
+                              plat::pathText(fs::absolute("install_new_version.exe"))));
     }
     EXPECT_EQ(test::readFile("install_new_version.exe"), content) << "of several entries the last one stands";
     EXPECT_TRUE(logged("../setup.exe unzipped to install_new_version.exe"));
@@ -99,8 +102,8 @@ TEST_F(Versions, AnInstallerThatDoesNotComeWholeLeavesTheOldOne) {
     offerProgram(gf_versionText(newer()));
     rig::writeZip(setupName(), {{"setup.exe", bytes(400'000)}});
     const std::string name = fs::path(setupName()).filename().string(), whole = test::readFile(setupName());
-    const std::string failed = fmt::format("Downloading program installer file version {} failed",
-                                           gf_versionText(newer()));
+    const std::string failed =
+        fmt::format("Downloading program installer file version {} failed", gf_versionText(newer()));
     struct Row {
         std::string what, fault, content, logLine;
     };
@@ -130,8 +133,8 @@ TEST_F(Versions, AnInstallerThatDoesNotComeWholeLeavesTheOldOne) {
         server->clearFaults();
         EXPECT_EQ(test::readFile("install_new_version.exe"), "the old one");
         EXPECT_TRUE(logged(row.logLine)) << test::readFile("Log.txt");
-        EXPECT_TRUE(logged(
-            "The downloading/unzipping of the new version failed? Try manually via tarnmoor website"));
+        EXPECT_TRUE(
+            logged("The downloading/unzipping of the new version failed? Try manually via tarnmoor website"));
         expectNoLeftovers();
     }
 }

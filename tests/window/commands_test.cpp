@@ -28,7 +28,8 @@ TEST_F(OpenWindow, ACheckBoxChangesItsParameterItsPlaceInTheFileAndTheMessage) {
              Row{LIG_AUTOMATIC, "", "The liveries defined by your lfolder parameters will be scanned"},
              Row{LIG_PRIORITIZE, "Liveries in lower lfolders that are already available will be skipped", ""},
              Row{INITIAL_LOAD_ONLY,
-                 "Initial Load Only: static parked aircraft are generated once, no renewal every 20 minutes", ""},
+                 "Initial Load Only: static parked aircraft are generated once, no renewal every 20 minutes",
+                 ""},
              Row{COLLISION_LIVE_PARKED_GND, "",
                  "Be aware, no collision avoidance with live aircraft vs parked static on the ground"},
              Row{COLLISION_USER_GND, "", "Be aware, no collision avoidance with user aircraft on the ground"},
@@ -173,10 +174,12 @@ TEST_F(OpenWindow, AWishToScanEndsTheRunUntilRealTrafficHasConnected) {
     };
     for (const Row& row : {
              Row{SCAN_LIVERIES, appLife.newLiveriesRequest, "Your liveries will be scanned",
-                 "Your liveries will be scanned at the next start of Velloray, recommended after you have add/removed "
+                 "Your liveries will be scanned at the next start of Velloray, recommended after you have "
+                 "add/removed "
                  "AI aircraft models/liveries"},
              Row{SCAN_AIRPORTS, appLife.newAirportsRequest, "Your airports will be scanned",
-                 "Your airports will be scanned at the next start of Velloray, recommended after you have add/removed "
+                 "Your airports will be scanned at the next start of Velloray, recommended after you have "
+                 "add/removed "
                  "airports"},
          }) {
         app = AppRun{};
@@ -239,10 +242,10 @@ TEST_F(OpenWindow, ANumberBoxTakesWhatItCanAndTellsWhatItCannot) {
     loadAirport();
     gf_setAutoRange(false);
     for (const NumberBox& b :
-         {NumberBox{AI_PACKAGE_ORDER, 3, 6}, NumberBox{MATCHING_DEPTH, 2, 4}, NumberBox{LATERAL_RANGE, 25, 100},
-          NumberBox{AUTO_RANGE_ABOVE_HEIGHT, 20000, 49000}, NumberBox{CUSTOM_MAX_PARK, 80, 500},
-          NumberBox{MAX_LIVE, 50, 300}, NumberBox{AIRPORT_RANGE, 9, 30}, NumberBox{AIRPORT_HEIGHT, 3000, 45000},
-          NumberBox{parking_percentage, 55, 100}}) {
+         {NumberBox{AI_PACKAGE_ORDER, 3, 6}, NumberBox{MATCHING_DEPTH, 2, 4},
+          NumberBox{LATERAL_RANGE, 25, 100}, NumberBox{AUTO_RANGE_ABOVE_HEIGHT, 20000, 49000},
+          NumberBox{CUSTOM_MAX_PARK, 80, 500}, NumberBox{MAX_LIVE, 50, 300}, NumberBox{AIRPORT_RANGE, 9, 30},
+          NumberBox{AIRPORT_HEIGHT, 3000, 45000}, NumberBox{parking_percentage, 55, 100}}) {
         IntParameter& p = b.parameter;
         SCOPED_TRACE(p.name);
         plat::setEnabled(p.control.controlId, true);
@@ -252,8 +255,8 @@ TEST_F(OpenWindow, ANumberBoxTakesWhatItCanAndTellsWhatItCannot) {
             EXPECT_EQ(p.value, value);
             EXPECT_EQ(saved(p), p.stored ? std::to_string(value) : "");
             if (!parks || !message.starts_with("The new")) {
- EXPECT_EQ(gf_shownMessage(), message);
-}
+                EXPECT_EQ(gf_shownMessage(), message);
+            }
             if (!message.empty()) {
                 EXPECT_EQ(timesLogged(message + "\n"), message.starts_with("The new") ? 0 : 1) << message;
             }

@@ -189,9 +189,11 @@ TEST_F(OpenWindow, EachLabelStandsInItsPlaceInTheColourOfItsState) {
         {[] { SCAN_AIRPORTS.value = false; }, {25, 175, "Scan for addon airports", black}},
         {[] { display.tbloCount = 1; }, {217, 175, "1 airport in TBLO folder", yellow}},
         {[] { display.tbloCount = 12; }, {217, 175, "12 airports in TBLO folder", yellow}},
-        {[] { plat::setEnabled(LIGHT_AIRCRAFT.control.controlId, false); }, {343, 203, "Light aircraft", grey}},
+        {[] { plat::setEnabled(LIGHT_AIRCRAFT.control.controlId, false); },
+         {343, 203, "Light aircraft", grey}},
         {[] { plat::setEnabled(HELICOPTERS.control.controlId, false); }, {450, 203, "Helicopters", grey}},
-        {[] { plat::setEnabled(HIGH_PERF_AIRCRAFT.control.controlId, false); }, {556, 203, "FighterJets", grey}},
+        {[] { plat::setEnabled(HIGH_PERF_AIRCRAFT.control.controlId, false); },
+         {556, 203, "FighterJets", grey}},
         {[] { AUTO_RANGE.value = false; }, {430, 231, "ah:", grey}},
         {[] { gf_setAutoRange(true); }, {430, 231, "ah:", black}},
         {[] { gf_setAutoRange(false); }, {510, 231, "ft", grey}},
@@ -255,12 +257,9 @@ TEST_F(OpenWindow, TheBandOfTheParkAirportTellsWhatIsKnown) {
     display.standCount = 212;
     display.parkedLive = 7;
     display.trafficWeeks = 3;
-    const Texts head = {{5, 399, "EHAM (AMS)", green},
-                        {85, 399, " Schiphol, FlyTampa, wk=3", green},
-                        {430, 399, "qf: 45-12 %", green},
-                        {748, 399, "# updates:    0", green},
-                        {5, 427, "# stands: 212", green},
-                        {111, 427, "parked live:   7", green}};
+    const Texts head = {{5, 399, "EHAM (AMS)", green},    {85, 399, " Schiphol, FlyTampa, wk=3", green},
+                        {430, 399, "qf: 45-12 %", green}, {748, 399, "# updates:    0", green},
+                        {5, 427, "# stands: 212", green}, {111, 427, "parked live:   7", green}};
     Texts wanted = head;
     wanted.push_back({708, 427, "no max park live", green});
     display.staticFit = 3;

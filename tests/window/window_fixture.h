@@ -66,8 +66,8 @@ struct OpenWindow : MainWindow {
     static void loadAirport() {
         gf_setDisplayText(DisplayText::airportLabel, "EHAM (AMS)");
         display.airportLoaded = true;
-        for (const Parameter* p : std::initializer_list<const Parameter*>{&parking_percentage, &MAX_FIT_FL, &DESTINATION,
-                                                                          &CALLSIGN_2_OBJECTID, &ALL_INSTALL_PATH})
+        for (const Parameter* p : std::initializer_list<const Parameter*>{
+                 &parking_percentage, &MAX_FIT_FL, &DESTINATION, &CALLSIGN_2_OBJECTID, &ALL_INSTALL_PATH})
             plat::setEnabled(p->control.controlId, true);
     }
     // What the parameter file has now: "" when it has no such key.

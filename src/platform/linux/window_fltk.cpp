@@ -38,10 +38,12 @@ constexpr int cellAscent = 13; // from the top of a character's cell to its base
 
 constexpr Colour controlBackground = 16764057; // the settings band's blue, which the controls stand on
 constexpr double placementLookSeconds = 0.2;   // a manager has answered long before
+constexpr int longestText = 1023;              // characters that an edit box takes
 constexpr uchar enabledFrame = 90, disabledFrame = 160, disabledMark = 130;
 
 WindowHandlers handlers; // loop's thread
 Fl_Double_Window* window = nullptr;
+Fl_Widget* lastFocus = nullptr; // of the controls; it may be disabled now
 std::atomic<bool> isOpen{false}, done{false};
 std::atomic<bool> displayLost{false};
 std::atomic<int> exitCode{0};
@@ -151,7 +153,27 @@ struct EditBox : Fl_Input {
             if (handlers.enter) handlers.enter(idOf(this));
             return 1;
         }
-        return Fl_Input::handle(event);
+        if (event == FL_KEYBOARD && Fl::event_key() == FL_Escape) {
+            showAgain();
+            return 1;
+        }
+        if (event == FL_PUSH && Fl::focus() != this) { // the first click selects, the next sets the caret
+            take_focus();
+            return 1;
+        }
+        const int taken = Fl_Input::handle(event);
+        if (event == FL_FOCUS) selectAll();
+        return taken;
+    }
+    void selectAll() { position(size(), 0); }
+    void showAgain() { // the text that the program has set
+        {
+            const LockGuard held(queueLock);
+            Mirror& mirror = mirrors[idOf(this)];
+            mirror.text = mirror.shown;
+            value(mirror.text.c_str());
+        }
+        selectAll();
     }
 };
 
@@ -233,9 +255,32 @@ struct MainWindow : Fl_Double_Window {
     }
     int handle(int event) override {
         if (event == FL_SHORTCUT && Fl::event_key() == FL_Escape) return 1; // closes a window otherwise
+        if (event == FL_FOCUS) { // back to where it was, and to no other, which a key would then change
+            if (lastFocus && lastFocus->active_r()) lastFocus->take_focus();
+            return 1;
+        }
+        if (event == FL_KEYBOARD && Fl::event_key() == FL_Tab && Fl::focus() == this) {
+            focusNeighbour(Fl::event_state(FL_SHIFT) != 0);
+            return 1;
+        }
         return Fl_Double_Window::handle(event);
     }
+
+  private:
+    void focusNeighbour(bool backwards) { // of the last one, from which Tab goes on
+        const int count = children(), step = backwards ? count - 1 : 1;
+        int place = lastFocus ? find(lastFocus) : backwards ? 0 : count - 1;
+        for (int n = 0; n < count; ++n) {
+            place = (place + step) % count;
+            if (child(place)->take_focus()) return;
+        }
+    }
 };
+
+void noteFocus() {
+    Fl_Widget* const focus = Fl::focus();
+    if (focus && focus != window) lastFocus = focus;
+}
 
 void onClose(Fl_Widget*, void*) {
     if (handlers.close) handlers.close();
@@ -373,6 +418,7 @@ int runLoop() {
         if (done || displayLost) break;
         damageInvalidBands();
         Fl::wait(1e9);
+        noteFocus();
     }
     if (displayLost && !done && handlers.close) handlers.close();
     while (!done) { // what is left to do is told by other threads alone
@@ -442,6 +488,7 @@ void addEditBox(int id, int x, int y, int w, int h) {
     box->textfont(FL_HELVETICA);
     box->textsize(fontSize);
     box->when(FL_WHEN_CHANGED);
+    box->maximum_size(longestText);
     box->callback(onEdited);
     addControl(id, box, false, false);
 }
