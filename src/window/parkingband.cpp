@@ -13,14 +13,21 @@ using namespace colours;
 
 static constexpr int firstRow = 399, secondRow = 427;
 
+// What follows a text of any length: that one ends where this begins.
+static void lf_drawBehind(int x, const std::string& text) {
+    constexpr int gap = 4, lineHeight = 16;
+    plat::fillRect({x - gap, firstRow, gf_bandRect(Band::parking).right, firstRow + lineHeight}, black);
+    lf_drawText(x, firstRow, text, green);
+}
+
 static void lf_paintAirport() {
     lf_drawText(85, firstRow,
                 fmt::format(" {}, {}{}, wk={}", gf_displayText(DisplayText::airportName),
                             gf_displayText(DisplayText::publisher), display.airportHandmade ? " (h)" : "",
                             display.trafficWeeks.load()),
                 green);
-    if (display.softParking) lf_drawText(370, firstRow, "*S*", green);
-    lf_drawText(430, firstRow, fmt::format("qf: {}", gf_displayText(DisplayText::quality)), green);
+    if (display.softParking) lf_drawBehind(370, "*S*");
+    lf_drawBehind(430, fmt::format("qf: {}", gf_displayText(DisplayText::quality)));
     if (const std::string stand = gf_displayText(DisplayText::reservedStand); !stand.empty())
         lf_drawText(571, firstRow, fmt::format("reserved stand: {}", stand),
                     display.reservedStandKnown ? green : red);

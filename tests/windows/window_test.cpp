@@ -41,6 +41,7 @@ class Window : public testing::Test {
             plat::addEditBox(editId, 111, 119, 1200, 16);
             plat::addPushButton(buttonId, 758, 341, 90, 20, "Re-read");
             plat::addEditBox(secondEditId, 368, 147, 24, 16);
+            plat::setTabOrder({checkId, secondEditId, editId, buttonId}); // not as they are made
         };
         handlers.paint = [this] {
             plat::fillRect({0, 0, 880, 112}, 0);
@@ -185,11 +186,16 @@ TEST_F(Window, NothingThatAnotherThreadAsksWaitsForABusyLoop) {
     EXPECT_NE(GetWindowLongPtrW(window, GWL_EXSTYLE) & WS_EX_TOPMOST, 0);
 }
 
-TEST_F(Window, EnterHandsOverWhatWasTypedAndEscapeDoesNothing) {
+TEST_F(Window, EnterHandsOverWhatWasTypedAndEscapeBringsBackWhatWasShown) {
     plat::setEnabled(editId, true);
+    plat::setText(editId, "Größe");
     EXPECT_EQ(3, loopWith([&] {
                   ASSERT_TRUE(within(5000, [&] { return IsWindowEnabled(control(editId)) != 0; }));
-                  type(control(editId), L"Größe 7\x1B\r");
+                  type(control(editId), L"something else\x1B");
+                  EXPECT_TRUE(within(5000, [&] { return shownText(control(editId)) == L"Größe"; }));
+                  EXPECT_EQ(plat::getText(editId), "Größe");
+                  SendMessageW(control(editId), EM_SETSEL, 5, 5);
+                  type(control(editId), L" 7\r");
                   EXPECT_TRUE(within(5000, [&] { return plat::getText(editId) == "Größe 7"; }));
                   plat::setText(editId, "");
                   type(control(editId), L"x\r");
@@ -238,6 +244,39 @@ TEST_F(Window, TabGoesRoundTheEnabledControls) {
                   }
               }));
     EXPECT_EQ(focused, (std::vector<HWND>{control(checkId), control(secondEditId), control(checkId)}));
+}
+
+TEST_F(Window, AnEditBoxThatGetsTheFocusHasItsTextSelectedAndADisabledOneGivesItUp) {
+    plat::setEnabled(editId, true);
+    plat::setEnabled(secondEditId, true);
+    plat::setText(editId, "40");
+    std::vector<DWORD> selected; // begin and end
+    posted = [&](unsigned) {
+        DWORD begin = 9, end = 9;
+        SendMessageW(control(editId), EM_GETSEL, reinterpret_cast<WPARAM>(&begin),
+                     reinterpret_cast<LPARAM>(&end));
+        selected.insert(selected.end(), {begin, end});
+    };
+    SetForegroundWindow(window);
+    SetFocus(window);
+    const auto click = [&] {
+        PostMessageW(control(editId), WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(1, 8));
+        PostMessageW(control(editId), WM_LBUTTONUP, 0, MAKELPARAM(1, 8));
+        plat::postMessage(40000);
+    };
+    std::vector<HWND> focused;
+    EXPECT_EQ(3, loopWith([&] {
+                  click();
+                  click(); // it has the focus: this sets the caret
+                  EXPECT_TRUE(within(5000, [&] { return selected.size() == 4; }));
+                  posted = [&](unsigned) { focused.push_back(GetFocus()); };
+                  plat::setEnabled(editId, false);
+                  plat::postMessage(40000);
+                  PostMessageW(window, WM_KEYDOWN, VK_TAB, 0); // the button behind it is disabled
+                  plat::postMessage(40000);
+              }));
+    EXPECT_EQ(selected, (std::vector<DWORD>{0, 2, 0, 0}));
+    EXPECT_EQ(focused, (std::vector<HWND>{window, control(checkId)}));
 }
 
 TEST_F(Window, PaintsTheBandAskedForAndTheControlsInTheBandsBlue) {

@@ -75,17 +75,13 @@ void addJob(std::function<void()> job) REQUIRES(queueLock) {
     if (!displayLost) Fl::awake(static_cast<void*>(nullptr));
 }
 
-void runJobs() {
-    for (;;) {
-        std::function<void()> job;
-        {
-            const LockGuard held(queueLock);
-            if (jobs.empty()) return;
-            job = std::move(jobs.front());
-            jobs.pop_front();
-        }
-        job();
+void runJobs() { // those that wait now; between them and what they ask for there is a repaint
+    std::deque<std::function<void()>> waiting;
+    {
+        const LockGuard held(queueLock);
+        waiting.swap(jobs);
     }
+    for (const auto& job : waiting) job();
 }
 
 void damageInvalidBands() {

@@ -86,11 +86,22 @@ Changes takeChanges() {
     return result;
 }
 
+// A control that is disabled gives the focus up to the window, and to no other, which a key would then change.
+void enable(HWND control, bool on) {
+    if (!on && GetFocus() == control) {
+        lastFocus = control; // Tab goes on from there
+        EnableWindow(control, FALSE);
+        SetFocus(window);
+        return;
+    }
+    EnableWindow(control, on);
+}
+
 void showChanges() {
     const Changes changes = takeChanges();
     showing = true;
     for (const auto& [id, mirror] : changes.controls) {
-        if (mirror.enabledChanged) EnableWindow(mirror.control, mirror.enabled);
+        if (mirror.enabledChanged) enable(mirror.control, mirror.enabled);
         if (mirror.checkedChanged) CheckDlgButton(window, id, mirror.checked ? BST_CHECKED : BST_UNCHECKED);
         if (mirror.textChanged) SetWindowTextW(mirror.control, mirror.text.c_str());
     }
@@ -128,6 +139,8 @@ void onEdited(int id, HWND control) {
         found->second.text.assign(typed.data(), static_cast<std::size_t>(length));
 }
 
+void selectAll(HWND box) { SendMessageW(box, EM_SETSEL, 0, -1); }
+
 void showAgain(HWND box) { // the text that the program has set
     std::wstring text;
     {
@@ -135,7 +148,7 @@ void showAgain(HWND box) { // the text that the program has set
         text = mirrors[GetDlgCtrlID(box)].shown;
     }
     SetWindowTextW(box, text.c_str());
-    SendMessageW(box, EM_SETSEL, 0, -1);
+    selectAll(box);
 }
 
 LRESULT CALLBACK editProcedure(HWND box, UINT message, WPARAM w, LPARAM l) noexcept {
@@ -151,9 +164,10 @@ LRESULT CALLBACK editProcedure(HWND box, UINT message, WPARAM w, LPARAM l) noexc
         SetFocus(box);
         return 0;
     }
-    if (message == WM_SETFOCUS) PostMessageW(box, EM_SETSEL, 0, -1); // behind what the box does at it
     const auto former = reinterpret_cast<WNDPROC>(GetWindowLongPtrW(box, GWLP_USERDATA));
-    return CallWindowProcW(former, box, message, w, l);
+    const LRESULT result = CallWindowProcW(former, box, message, w, l);
+    if (message == WM_SETFOCUS) selectAll(box);
+    return result;
 }
 
 HWND addControl(int id, const wchar_t* kind, DWORD style, const Rect& place, const wchar_t* text,
@@ -187,7 +201,9 @@ HWND neighbourOf(HWND control, bool backwards) {
 bool movesFocus(const MSG& message) {
     if (message.message != WM_KEYDOWN || message.wParam != VK_TAB || GetKeyState(VK_CONTROL) < 0)
         return false;
-    if (const HWND next = neighbourOf(GetFocus(), GetKeyState(VK_SHIFT) < 0)) SetFocus(next);
+    const HWND focus = GetFocus();
+    const HWND start = focus && IsChild(window, focus) ? focus : lastFocus;
+    if (const HWND next = neighbourOf(start, GetKeyState(VK_SHIFT) < 0)) SetFocus(next);
     return true;
 }
 
@@ -347,6 +363,7 @@ bool openWindow(const char* title, int x, int y, int outerWidth, int outerHeight
     handlers = std::move(h);
     sessionEnding = false;
     tabOrder.clear();
+    lastFocus = nullptr;
     const HWND made =
         CreateWindowExW(0, className.c_str(), wide(title).c_str(), windowStyle, x, y, outerWidth, outerHeight,
                         nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
