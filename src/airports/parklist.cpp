@@ -245,7 +245,7 @@ static void lf_clearForUser(const Stand& stand) {
 
 // The message of a change; "" when there is none to make.
 static std::string lf_takeNewReservation() {
-    if (!sim.userOnGround || airports.parkAirports.empty()) return {};
+    if (!sim.userOnGround || display.staticWork || airports.parkAirports.empty()) return {};
     const ParkAirportEntry& first = airports.parkAirports.front();
     if (!airports.park.known() || first.code != airports.park.code || first.stand.empty() ||
         first.stand == airports.reservedStand || gf_userStand())

@@ -55,6 +55,11 @@ static bool lf_isTakenByStatic(const Stand& stand, const StaticCandidate& candid
     return false;
 }
 
+// The simulator tells of new objects within the range alone: one beyond it would stand there unknown for ever.
+static bool lf_isOutOfRange(const Stand& stand) {
+    return !lf_isWithin(engine.user.lat, engine.user.lon, stand.lat, stand.lon, app.rangeNm);
+}
+
 // ---- the aircraft -------------------------------------------------------------------------------------------------
 
 std::string lf_detcs(const StaticCandidate& candidate, std::uint32_t serial) {
@@ -78,9 +83,22 @@ static std::uint32_t lf_nextSerial() {
     return airports.staticSerial;
 }
 
+// A nameless aircraft is called by its number, which can be that of a flight.
+static bool lf_isNameFree(std::string_view callsign) {
+    const std::string_view flight = callsign.substr(0, callsign.size() - 1);
+    return std::none_of(engine.parked.begin(), engine.parked.end(),
+                        [&](const ParkedAc& ac) { return ac.callsign == callsign; }) &&
+           std::none_of(engine.live.begin(), engine.live.end(),
+                        [&](const LiveAc& ac) { return ac.callsign == flight; });
+}
+
 static ParkedAc lf_makeParkedAc(const StaticCandidate& candidate, const Stand& stand) {
     ParkedAc ac;
+    constexpr int namesTried = 50;
     ac.hexid = lf_nextSerial();
+    for (int i = 0; i < namesTried && candidate.cs.empty() && !lf_isNameFree(lf_detcs(candidate, ac.hexid));
+         ++i)
+        ac.hexid = lf_nextSerial();
     ac.airline = candidate.airl;
     ac.acType = candidate.type;
     ac.callsign = lf_detcs(candidate, ac.hexid);
@@ -118,10 +136,13 @@ void lf_placeNextStatic() {
     airports.staticQueue.pop_back();
     const Stand* stand = gf_standBySeq(static_cast<std::uint32_t>(candidate.standSeq));
     if (!stand) return gf_logLine(fmt::format("stand with id {} not found", candidate.standSeq));
+    if (lf_isOutOfRange(*stand)) return;
     if (lf_isTakenByLive(*stand, candidate) || lf_isTakenByStatic(*stand, candidate)) return;
     ParkedAc ac = lf_makeParkedAc(candidate, *stand);
     // What has changed while it waited: a category that was switched off, an aircraft that has come by itself.
-    if (ac.callsign.empty() || !lf_categoryOn(ac.category) || lf_isThereLive(ac)) return;
+    if (ac.callsign.empty() || !lf_isNameFree(ac.callsign) || !lf_categoryOn(ac.category) ||
+        lf_isThereLive(ac))
+        return;
     if (!gf_matchStaticLivery(ac, stand->cargo, stand->id)) return;
     ac.st = SimState::adding2sim;
     lf_trace(ac.hexid, "is to stand on {} as {} {} {}", stand->id, ac.callsign, ac.regcode, ac.acType);
