@@ -15,6 +15,7 @@
 #include "platform/files.h"
 #include "replay/place.h"
 #include "replay/stage.h"
+#include "replay/staticwatch.h"
 #include "rig.h"
 
 #include <fmt/format.h>
@@ -38,6 +39,7 @@ const char* const help =
     "  --movements N      landings and take-offs an hour (default 40)\n"
     "  --seed S           of all chance (default 1)\n"
     "  --save FILE        the learned file that comes out\n"
+    "  --made N           plays nothing: a made file, out of which N aircraft are shown at any hour\n"
     "  --out DIR          report.json and the program's Log.txt\n";
 
 constexpr double dayS = 86400, halfHourS = 1800;
@@ -116,7 +118,13 @@ Result compareDay(Stage& stage, const GroundPlan& plan, const std::vector<Visit>
         1500; // into each half hour: the renewals of twenty minutes have been placed by then
     Result result;
     Dice dice(seed + 2);
-    result.percentage = std::round(100 * meanOccupied(plan, visits, dayStart, dayStart + dayS));
+    std::vector<Apron> truth;
+    double occupied = 0;
+    for (int hh = 0; hh < halfHours; ++hh) {
+        truth.push_back(trueApron(plan, visits, dayStart + hh * halfHourS, dayStart + (hh + 1) * halfHourS));
+        occupied += static_cast<double>(countOccupied(truth.back())) / halfHours;
+    }
+    result.percentage = std::round(100 * occupied / static_cast<double>(plan.stands.size()));
     result.wanted = static_cast<std::size_t>(
         std::lround(result.percentage / 100 * static_cast<double>(plan.stands.size())));
     parking_percentage.value = static_cast<int>(result.percentage);
@@ -126,13 +134,11 @@ Result compareDay(Stage& stage, const GroundPlan& plan, const std::vector<Visit>
     for (int hh = 0; hh < halfHours; ++hh) {
         const double at = dayStart + hh * halfHourS + lookS;
         while (stage.replaySeconds() < at) passSecond(stage);
-        const Apron truth = trueApron(plan, visits, at), shown = shownApron(plan);
-        result.shown += static_cast<double>(std::count_if(shown.begin(), shown.end(),
-                                                          [](const Occupant& o) { return o.there(); })) /
-                        halfHours;
-        result.program.add(truth, shown);
-        result.usual.add(truth, usual);
-        result.random.add(truth, randomApron(plan, dice, result.wanted));
+        const Apron shown = shownApron(plan);
+        result.shown += static_cast<double>(countOccupied(shown)) / halfHours;
+        result.program.add(truth[static_cast<std::size_t>(hh)], shown);
+        result.usual.add(truth[static_cast<std::size_t>(hh)], usual);
+        result.random.add(truth[static_cast<std::size_t>(hh)], randomApron(plan, dice, result.wanted));
     }
     return result;
 }
@@ -150,7 +156,7 @@ nlohmann::json toJson(const Agreement& a) {
 } // namespace
 
 int runLearn(const std::vector<std::string>& arguments) {
-    const Options options(arguments, {"weeks", "days", "movements", "seed", "save", "out"}, {"help"});
+    const Options options(arguments, {"weeks", "days", "movements", "seed", "save", "made", "out"}, {"help"});
     if (options.has("help")) {
         std::fputs(help, stdout);
         return 0;
@@ -162,6 +168,14 @@ int runLearn(const std::vector<std::string>& arguments) {
     if (!home || !hasGroundPlan(plans, code)) throw std::runtime_error("no ground plan of \"" + code + "\"");
     const GroundPlan plan = readGroundPlan(plans, code);
 
+    if (options.has("made")) {
+        if (!options.has("save")) throw std::runtime_error("--made needs --save, its file");
+        writeMadeLearnedFile(std::filesystem::absolute(options.path("save")),
+                             findReplayAirport(code, plans / (code + ".csv")),
+                             static_cast<std::size_t>(options.integer("made", 0, 0, 500)), {},
+                             static_cast<std::uint32_t>(options.integer("seed", 1, 0, 4294967295)));
+        return 0;
+    }
     ScheduleWishes wishes;
     wishes.movements = static_cast<int>(options.integer("movements", 40, 1, 300));
     wishes.weeks = static_cast<int>(options.integer("weeks", 2, 1, 52));

@@ -30,18 +30,21 @@ void Agreement::add(const Apron& truth, const Apron& shown) {
     }
 }
 
-Apron trueApron(const GroundPlan& plan, const std::vector<Visit>& visits, double at) {
+Apron trueApron(const GroundPlan& plan, const std::vector<Visit>& visits, double from, double to) {
     Apron apron(plan.stands.size());
-    for (const Visit& visit : visits)
-        if (visit.from <= at && at < visit.to) apron[visit.stand] = {visit.who.by->airline, visit.who.type};
+    std::vector<double> longest(plan.stands.size(), 0);
+    for (const Visit& visit : visits) {
+        const double seconds = std::min(visit.to, to) - std::max(visit.from, from);
+        if (seconds <= longest[visit.stand]) continue;
+        longest[visit.stand] = seconds;
+        apron[visit.stand] = {visit.who.by->airline, visit.who.type};
+    }
     return apron;
 }
 
-double meanOccupied(const GroundPlan& plan, const std::vector<Visit>& visits, double from, double to) {
-    double seconds = 0;
-    for (const Visit& visit : visits)
-        seconds += std::max(0.0, std::min(visit.to, to) - std::max(visit.from, from));
-    return seconds / (to - from) / static_cast<double>(plan.stands.size());
+std::size_t countOccupied(const Apron& apron) {
+    return static_cast<std::size_t>(
+        std::count_if(apron.begin(), apron.end(), [](const Occupant& o) { return o.there(); }));
 }
 
 Apron usualApron(const GroundPlan& plan, const std::vector<Visit>& visits, double until, std::size_t wanted) {

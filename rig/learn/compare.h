@@ -24,9 +24,9 @@ struct Agreement {
     void add(const Apron& truth, const Apron& shown);
 };
 
-Apron trueApron(const GroundPlan& plan, const std::vector<Visit>& visits,
-                double at); // seconds from the start
-double meanOccupied(const GroundPlan& plan, const std::vector<Visit>& visits, double from, double to);
+// Who stood there for longest between two moments, in seconds from the start.
+Apron trueApron(const GroundPlan& plan, const std::vector<Visit>& visits, double from, double to);
+std::size_t countOccupied(const Apron& apron);
 
 // On the stands that were in use for longest: who stood there for longest, whatever the hour.
 Apron usualApron(const GroundPlan& plan, const std::vector<Visit>& visits, double until, std::size_t wanted);

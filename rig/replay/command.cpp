@@ -1,6 +1,7 @@
 // rig replay: plays a recording or generated traffic through the real program in virtual time and reports.
 
 #include "app/app.h"
+#include "app/folders.h"
 #include "app/maincycle.h"
 #include "engine/engine.h"
 #include "feed/feed.h"
@@ -16,6 +17,7 @@
 #include "replay/report.h"
 #include "replay/sheet.h"
 #include "replay/stage.h"
+#include "replay/staticwatch.h"
 #include "rig.h"
 
 #include <fmt/format.h>
@@ -45,6 +47,7 @@ const char* const help =
     "  --range NM           radius of traffic; default: the program chooses\n"
     "  --fleet N            liveries of the installation that the program scans (default 2000)\n"
     "  --liveries FILE      a LiveriesScanned.xml instead\n"
+    "  --statics N          a made learned file of the airport, so that N static aircraft are wanted\n"
     "  --seed S             of all chance (default 1)\n"
     "  --fps F              frames per second of the simulator (default 30)\n"
     "  --out DIR            report.json, tracks.svg, ground.svg, profiles.svg and the program's Log.txt\n"
@@ -127,7 +130,11 @@ class Player {
             if (airportCode.empty() && airports.park.loaded) noteAirport();
             watchGround(now);
             measure.afterTick(now, startTime + now);
-            if (std::floor(now) != std::floor(now - tickS)) measure.everySecond(now, startTime + now);
+            statics.afterTick(now, stage.hub.world);
+            if (std::floor(now) != std::floor(now - tickS)) {
+                measure.everySecond(now, startTime + now);
+                statics.everySecond(now, stage.hub.world);
+            }
             ++cost.ticks;
         }
         ground.finish(stage.replaySeconds());
@@ -139,6 +146,7 @@ class Player {
     }
 
     Cost cost;
+    StaticWatch statics;
     std::size_t next = 0;    // line to deliver
     std::string airportCode; // of the park airport that the program chose
     std::vector<StandPlace> stands;
@@ -198,7 +206,8 @@ class Player {
 int runReplay(const std::vector<std::string>& arguments) {
     const Options options(arguments,
                           {"generate", "flights", "movements", "airport", "user", "minutes", "range",
-                           "liveries", "fleet", "seed", "slope", "fps", "out", "stands", "aircraft"},
+                           "liveries", "fleet", "statics", "seed", "slope", "fps", "out", "stands",
+                           "aircraft"},
                           {"help", "clean"});
     if (options.has("help")) {
         std::fputs(help, stdout);
@@ -253,6 +262,12 @@ int runReplay(const std::vector<std::string>& arguments) {
     ground.startFeedTime = stageOptions.startUtc;
     Decisions decisions;
     SheetLog sheets(options.all("aircraft"));
+    if (options.has("statics")) {
+        if (airport.stands.empty()) throw std::runtime_error("--statics needs --airport, with stands");
+        writeMadeLearnedFile(folders.learnedStock / (airport.code + ".xml"), airport,
+                             static_cast<std::size_t>(options.integer("statics", 0, 0, 500)), input.lines,
+                             stageOptions.seed);
+    }
     Player player(stage, measure, ground, decisions, sheets, input.lines, stageOptions.startUtc);
     player.play(seconds);
 
@@ -269,8 +284,10 @@ int runReplay(const std::vector<std::string>& arguments) {
                                   input.title,
                                   input.events.wanted > 0 ? &input.events : nullptr,
                                   input.lines.back().time};
-    const nlohmann::json report = makeReport(reportInput);
+    nlohmann::json report = makeReport(reportInput);
+    report["statics"] = player.statics.report();
     std::fputs(reportTable(reportInput, report).c_str(), stdout);
+    if (player.statics.most > 0) std::fputs(player.statics.table().c_str(), stdout);
     if (!stageOptions.out.empty()) {
         std::ofstream(stageOptions.out / "report.json", std::ios::binary) << report.dump(2) << "\n";
         drawPictures(measure, player.stands, stageOptions.out);
