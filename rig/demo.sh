@@ -8,7 +8,7 @@ build=$(cd "$1" && pwd)
 shift
 root=$(cd "$(dirname "$0")/.." && pwd)
 seconds=0 check=no
-wanted_aircraft=20 wanted_stands=3 # what --check asks for, of at least 60 seconds
+wanted_aircraft=20 wanted_stands=3 wanted_parked=10 # what --check asks for, of at least 60 seconds
 while [ $# -gt 0 ]; do
     case "$1" in
         --seconds) seconds=$2 && shift 2 ;;
@@ -83,6 +83,10 @@ sim_port=$(sed 's/.*://' "$place/ready")
 map=$(sed -n 's/^map on //p' "$place/simulator.log")
 printf '[SimConnect]\nProtocol=IPv4\nAddress=127.0.0.1\nPort=%s\nDisableNagle=1\n' "$sim_port" >"$program/SimConnect.cfg"
 
+# What was seen at the airport in the weeks before: static aircraft stand on the stands, and make way for live ones.
+mkdir -p "$program/airports/learned/stock"
+"$build/rig" learn KIAD --made 45 --save "$program/airports/learned/stock/KIAD.xml"
+
 # The program, then RealTraffic.
 (cd "$program" && exec ./velloray) >"$place/program.log" 2>&1 &
 program_pid=$!
@@ -120,8 +124,9 @@ objects() { sed 's/"user":.*//; s/},{/}\n{/g' "$world" | grep '"tail"' || true; 
 total=$(objects | wc -l)
 flying=$(objects | grep -c '"on_ground":false' || true)
 standing=$(objects | grep -c '"stand":"[^"]' || true)
+parked=$(objects | grep -c '"tail":"[^"]*\*"' || true)
 moving=$(objects | grep '"on_ground":true' | grep -vc '"ground_speed_kt":[-0]*0\.[0-9]*' || true)
-echo "After $seconds seconds there are $total aircraft in the simulator; $flying fly, $moving roll, $standing stand on stands:"
+echo "After $seconds seconds there are $total aircraft in the simulator; $flying fly, $moving roll, $standing stand on stands, $parked of them static:"
 objects | sed -n 's/.*"tail":"\([^"]*\)".*"title":"\([^"]*\)".*/\1  \2/p' | sort | head -n 60 | column -c 120 || true
 xdotool windowclose "$window" 2>/dev/null || true
 kill -TERM "$program_pid" 2>/dev/null || true
@@ -134,6 +139,7 @@ if [ "$check" = yes ]; then
     [ "$flying" -gt 0 ] || fail "no aircraft flies"
     [ "$moving" -gt 0 ] || fail "no aircraft moves on the ground"
     [ "$standing" -ge "$wanted_stands" ] || fail "only $standing aircraft stand on stands, $wanted_stands were expected"
+    [ "$parked" -ge "$wanted_parked" ] || fail "only $parked static aircraft are there, $wanted_parked were expected"
     [ -s "$place/window.png" ] || fail "no picture of the window"
     [ -s "$place/map.png" ] && [ -s "$place/ground.png" ] || fail "no picture of the map page"
     grep -q ' liveries scan ends ' "$program/Log.txt" || fail "no liveries were scanned"

@@ -56,7 +56,7 @@ const xy = (lat, lon) => [c.clientWidth / 2 + wrap(lon - view.lon) * 60 * cosLat
 const num = n => Math.round(n).toLocaleString("en-US");
 const esc = s => s.replace(/[&<>"]/g, m => ({ "&":"&amp;", "<":"&lt;", ">":"&gt;", '"':"&quot;" })[m]);
 const free = o => !o.frozen.position || !o.frozen.altitude || !o.frozen.attitude;
-const colour = o => o.id === 1 ? "#ffb347" : o.on_ground ? "#8bd17c" : `hsl(${196 + Math.min(1, o.height_ft / 38000) * 84} 82% 68%)`;
+const colour = o => o.id === 1 ? "#ffb347" : o.tail.endsWith("*") ? "#c9a0ff" : o.on_ground ? "#8bd17c" : `hsl(${196 + Math.min(1, o.height_ft / 38000) * 84} 82% 68%)`;
 const nmBetween = (a, b) => Math.hypot((a.lat - b.lat) * 60, wrap(a.lon - b.lon) * 60 * Math.cos(a.lat * Math.PI / 180));
 
 function fit() {
