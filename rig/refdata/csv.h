@@ -19,6 +19,7 @@ class CsvReader {
     // "" when the row is short. Throws for a column that is missing, unless only some tables have it.
     std::string field(const char* name, bool needed = true) const;
     bool has(const char* column) const;
+    std::size_t columns() const { return header.size(); }
     const std::vector<std::string>& wholeRow() const { return row; }
     std::size_t line() const { return rowLine; } // of the row's begin, from 1
 

@@ -38,10 +38,11 @@ struct RefTables {
     std::size_t skipped = 0;                          // rows that do not fit, whatever the table
 };
 
-// One file for each table; those of an empty path stay empty. Files may be gzip. Throw std::runtime_error for a
-// file or a column that is missing.
+// The files of each table, plain or gzip; of a row that several have the first counts. Registers of aircraft may also come in
+// the forms in which people publish them (docs/data-server.md). Throw std::runtime_error for a file or a column that is missing.
 struct RefTableFiles {
-    std::filesystem::path types, airlines, registrations, fixes, similar, cargoTypes, publishers, simaddons;
+    using Files = std::vector<std::filesystem::path>;
+    Files types, airlines, registrations, fixes, similar, cargoTypes, publishers, simaddons;
 };
 RefTableFiles refTablesIn(const std::filesystem::path& folder); // by the usual names
 RefTables readRefTables(const RefTableFiles& files);

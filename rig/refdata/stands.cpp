@@ -5,6 +5,7 @@
 #include "app/geo.h"
 #include "platform/files.h"
 #include "refdata/csv.h"
+#include "refdata/publictables.h"
 
 #include <fmt/format.h>
 #include <pugixml.hpp>
@@ -52,7 +53,7 @@ std::string readStandRow(const CsvReader& in, StandRow& stand, std::string& comp
     return "";
 }
 
-static bool isCode(const std::string& text) {
+bool isAirportCode(const std::string& text) {
     return text.size() >= 3 && text.size() <= 4 && std::all_of(text.begin(), text.end(), [](char c) {
                return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
            });
@@ -63,7 +64,7 @@ static std::string codeOfFile(const std::filesystem::path& file) {
     std::filesystem::path name = file.filename();
     if (name.extension() == ".gz") name = name.stem();
     const std::string code = plat::pathText(name.stem());
-    return name.extension() == ".csv" && isCode(code) ? code : std::string();
+    return name.extension() == ".csv" && isAirportCode(code) ? code : std::string();
 }
 
 namespace {
@@ -73,25 +74,29 @@ class Reading {
     explicit Reading(const std::filesystem::path& inputFolder) : directory(inputFolder) {}
     void readIndex(const std::filesystem::path& file);
     void readTable(const std::filesystem::path& file);
-    void dropEmpty();
+    void readFolder(const std::filesystem::path& folder);
+    void readAptFile(const std::filesystem::path& file);
+    void knowAirports(const std::vector<AirportRow>& airports);
+    void nextSource();                             // airports that have stands by now take no others
+    StandTables finish(const std::string& places); // throws when there is none
 
     StandTables result;
 
   private:
-    void complain(const CsvReader& in, const std::filesystem::path& file, const std::string& text) {
+    void complain(const std::filesystem::path& file, std::size_t line, const std::string& text) {
         result.complaints.push_back(
-            fmt::format("{}, line {}: {}", plat::pathText(file.filename()), in.line(), text));
+            fmt::format("{}, line {}: {}", plat::pathText(file.filename()), line, text));
     }
     void readDirectory();
     StandTable* airportOf(const std::string& code); // nullptr: nothing is known of it
-    void take(StandTable& airport, StandRow&& stand, const CsvReader& in, const std::filesystem::path& file);
+    void take(StandTable& airport, StandRow&& stand, const std::filesystem::path& file, std::size_t line);
 
     std::filesystem::path directory;
     bool directoryRead = false;
     std::map<std::string, StandTable> facts;    // by code, without stands
     std::map<std::string, std::size_t> indexOf; // code to place in the result
     std::map<std::string, std::size_t> idLines; // "CODE id" to its line
-    std::set<std::string> unknown;
+    std::set<std::string> unknown, settled;
 };
 
 void Reading::readIndex(const std::filesystem::path& file) {
@@ -100,9 +105,10 @@ void Reading::readIndex(const std::filesystem::path& file) {
         const auto lat = wholeNumber(in.field("lat")), lon = wholeNumber(in.field("lon")),
                    elevation = wholeNumber(in.field("elev_ft"));
         const std::string code = in.field("icao");
-        if (!isCode(code) || !lat || !lon || std::fabs(*lat) > 90 || std::fabs(*lon) > 180 || !elevation ||
-            *elevation < lowestFt || *elevation > highestFt)
-            complain(in, file, fmt::format("airport \"{}\" needs a code, a position and an elevation", code));
+        if (!isAirportCode(code) || !lat || !lon || std::fabs(*lat) > 90 || std::fabs(*lon) > 180 ||
+            !elevation || *elevation < lowestFt || *elevation > highestFt)
+            complain(file, in.line(),
+                     fmt::format("airport \"{}\" needs a code, a position and an elevation", code));
         else
             facts[code] = {code, in.field("name"), in.field("source_date", false), *lat, *lon, *elevation,
                            {}};
@@ -138,22 +144,22 @@ StandTable* Reading::airportOf(const std::string& code) {
     return &result.airports.emplace_back(found->second);
 }
 
-void Reading::take(StandTable& airport, StandRow&& stand, const CsvReader& in,
-                   const std::filesystem::path& file) {
+void Reading::take(StandTable& airport, StandRow&& stand, const std::filesystem::path& file,
+                   std::size_t line) {
     if (gf_distanceNm(airport.lat, airport.lon, stand.lat, stand.lon) > farthestNm) {
-        complain(in, file, fmt::format("stand \"{}\" is not at {}", stand.id, airport.code));
+        complain(file, line, fmt::format("stand \"{}\" is not at {}", stand.id, airport.code));
         return;
     }
-    const auto [known, isNew] = idLines.emplace(airport.code + ' ' + stand.id, in.line());
+    const auto [known, isNew] = idLines.emplace(airport.code + ' ' + stand.id, line);
     if (!isNew) {
-        complain(in, file, fmt::format("stand \"{}\" stands in line {} already", stand.id, known->second));
+        complain(file, line, fmt::format("stand \"{}\" stands in line {} already", stand.id, known->second));
         return;
     }
     const auto same = std::find_if(airport.stands.begin(), airport.stands.end(), [&](const StandRow& other) {
         return gf_distanceNm(other.lat, other.lon, stand.lat, stand.lon) < samePlaceNm;
     });
     if (same != airport.stands.end())
-        complain(in, file, fmt::format("stand \"{}\" has the place of \"{}\"", stand.id, same->id));
+        complain(file, line, fmt::format("stand \"{}\" has the place of \"{}\"", stand.id, same->id));
     else
         airport.stands.push_back(std::move(stand));
 }
@@ -166,10 +172,11 @@ void Reading::readTable(const std::filesystem::path& file) {
                                              plat::pathText(file)));
     while (in.next()) {
         const std::string code = codeOfAll.empty() ? in.field("icao") : codeOfAll;
-        StandTable* airport = isCode(code) ? airportOf(code) : nullptr;
+        if (settled.count(code) > 0) continue;
+        StandTable* airport = isAirportCode(code) ? airportOf(code) : nullptr;
         if (!airport) {
             if (unknown.insert(code).second)
-                complain(in, file,
+                complain(file, in.line(),
                          fmt::format("airport \"{}\" is neither in an index nor in the directory", code));
             continue;
         }
@@ -177,20 +184,69 @@ void Reading::readTable(const std::filesystem::path& file) {
         std::string slip;
         const std::string wrong = readStandRow(in, stand, slip);
         if (!wrong.empty()) {
-            complain(in, file, wrong);
+            complain(file, in.line(), wrong);
             continue;
         }
-        if (!slip.empty()) complain(in, file, slip);
-        take(*airport, std::move(stand), in, file);
+        if (!slip.empty()) complain(file, in.line(), slip);
+        take(*airport, std::move(stand), file, in.line());
     }
 }
 
-void Reading::dropEmpty() {
+void Reading::readFolder(const std::filesystem::path& folder) {
+    readIndex(folder / "index.csv");
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+        if (entry.is_regular_file() && !codeOfFile(entry.path()).empty()) files.push_back(entry.path());
+    std::sort(files.begin(), files.end());
+    for (const auto& file : files) {
+        try {
+            readTable(file);
+        } catch (const std::exception& e) {
+            result.complaints.push_back(e.what());
+        }
+    }
+}
+
+// Names of stands are not unique in such files.
+void Reading::readAptFile(const std::filesystem::path& file) {
+    for (StandTable& told : readAptDat(file)) {
+        if (!isAirportCode(told.code) || settled.count(told.code) > 0 || indexOf.count(told.code) > 0)
+            continue;
+        std::vector<StandRow> stands = std::move(told.stands);
+        told.stands.clear();
+        StandTable& airport = *airportOf(facts.try_emplace(told.code, std::move(told)).first->first);
+        for (StandRow& stand : stands) {
+            const std::string id = stand.id;
+            for (int copy = 2; idLines.count(airport.code + ' ' + stand.id) > 0; ++copy)
+                stand.id = fmt::format("{} {}", id, copy);
+            take(airport, std::move(stand), file, stand.line);
+        }
+    }
+}
+
+void Reading::knowAirports(const std::vector<AirportRow>& airports) {
+    directoryRead = true; // there is no other
+    for (const AirportRow& row : airports)
+        facts.try_emplace(row.code,
+                          StandTable{row.code, row.name, "", row.lat, row.lon, row.elevationFt, {}});
+}
+
+void Reading::nextSource() {
+    for (const auto& airport : result.airports)
+        if (!airport.stands.empty()) settled.insert(airport.code);
+}
+
+StandTables Reading::finish(const std::string& places) {
     std::erase_if(result.airports, [&](const StandTable& airport) {
         if (airport.stands.empty())
             result.complaints.push_back(fmt::format("{} is left without a good stand", airport.code));
         return airport.stands.empty();
     });
+    if (result.airports.empty())
+        throw std::runtime_error(
+            fmt::format("no stands in \"{}\"{}", places,
+                        result.complaints.empty() ? std::string() : ": " + result.complaints.front()));
+    return std::move(result);
 }
 
 } // namespace
@@ -198,28 +254,30 @@ void Reading::dropEmpty() {
 StandTables readStandTables(const std::filesystem::path& place, const std::filesystem::path& directory) {
     Reading reading(directory);
     if (std::filesystem::is_directory(place)) {
-        reading.readIndex(place / "index.csv");
-        std::vector<std::filesystem::path> files;
-        for (const auto& entry : std::filesystem::directory_iterator(place))
-            if (entry.is_regular_file() && !codeOfFile(entry.path()).empty()) files.push_back(entry.path());
-        std::sort(files.begin(), files.end());
-        for (const auto& file : files) {
-            try {
-                reading.readTable(file);
-            } catch (const std::exception& e) {
-                reading.result.complaints.push_back(e.what());
-            }
-        }
+        reading.readFolder(place);
     } else {
         reading.readIndex(place.parent_path() / "index.csv");
         reading.readTable(place);
     }
-    reading.dropEmpty();
-    if (reading.result.airports.empty())
-        throw std::runtime_error(fmt::format(
-            "no stands in \"{}\"{}", plat::pathText(place),
-            reading.result.complaints.empty() ? std::string() : ": " + reading.result.complaints.front()));
-    return std::move(reading.result);
+    return reading.finish(plat::pathText(place));
+}
+
+StandTables readStandTables(const std::vector<std::filesystem::path>& places,
+                            const std::vector<AirportRow>& airports) {
+    Reading reading({});
+    reading.knowAirports(airports);
+    std::string names;
+    for (const auto& place : places) {
+        names += (names.empty() ? "" : ", ") + plat::pathText(place.filename());
+        if (std::filesystem::is_directory(place))
+            reading.readFolder(place);
+        else if (isAptDat(place))
+            reading.readAptFile(place);
+        else
+            reading.readTable(place);
+        reading.nextSource();
+    }
+    return reading.finish(names);
 }
 
 } // namespace rig

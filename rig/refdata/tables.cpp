@@ -2,10 +2,12 @@
 
 #include "refdata/csv.h"
 #include "refdata/refdata.h"
+#include "refdata/register.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <functional>
 #include <random>
 #include <set>
 #include <stdexcept>
@@ -43,43 +45,50 @@ static std::string sizeName(const std::string& name) {
 }
 
 RefTableFiles refTablesIn(const std::filesystem::path& folder) {
-    return {folder / "types.csv",      folder / "airlines.csv", folder / "registrations.csv",
-            folder / "fixes.csv",      folder / "similar.csv",  folder / "cargo_types.csv",
-            folder / "publishers.csv", folder / "simaddons.csv"};
+    return {{folder / "types.csv"},      {folder / "airlines.csv"}, {folder / "registrations.csv"},
+            {folder / "fixes.csv"},      {folder / "similar.csv"},  {folder / "cargo_types.csv"},
+            {folder / "publishers.csv"}, {folder / "simaddons.csv"}};
 }
 
-static void readTypes(const std::filesystem::path& path, RefTables& tables) {
+// The rows of all files of a table, in order.
+static void eachRow(const RefTableFiles::Files& files, const std::function<void(const CsvReader&)>& take) {
+    for (const auto& file : files)
+        for (CsvReader in(file); in.next();) take(in);
+}
+
+static void readTypes(const RefTableFiles::Files& files, RefTables& tables) {
     std::set<std::string> seen;
-    for (CsvReader in(path); in.next();) {
+    eachRow(files, [&](const CsvReader& in) {
         const TypeRow row{in.field("designator"), sizeName(in.field("class")), in.field("span_m")};
         if (!isModel(row.designator) || row.size.empty() || !seen.insert(row.designator).second)
             ++tables.skipped;
         else
             tables.types.push_back(row);
-    }
+    });
 }
 
-static void readAirlines(const std::filesystem::path& path, RefTables& tables) {
+static void readAirlines(const RefTableFiles::Files& files, RefTables& tables) {
     std::set<std::string> seen;
-    for (CsvReader in(path); in.next();) {
+    eachRow(files, [&](const CsvReader& in) {
         const AirlineRow row{in.field("icao"), isTrue(in.field("cargo"))};
         if (!isAirline(row.code) || !seen.insert(row.code).second)
             ++tables.skipped;
         else
             tables.airlines.push_back(row);
-    }
+    });
 }
 
-static void readRegistrations(const std::filesystem::path& path, RefTables& tables) {
-    std::set<std::string> seen;
-    for (CsvReader in(path); in.next();) {
+static void readRegistrations(const RefTableFiles::Files& files, RefTables& tables) {
+    std::set<std::string> seen, cargoAirlines;
+    for (const auto& airline : tables.airlines)
+        if (airline.cargo) cargoAirlines.insert(airline.code);
+    const auto take = [&](RegisterRow&& told) {
         RegistrationRow row;
-        row.type = in.field("type");
-        row.airl = in.field("operator");
-        row.cargo = isTrue(in.field("cargo"));
-        if (!row.type.empty() && !isModel(row.type)) row.type.clear();
-        if (!row.airl.empty() && !isAirline(row.airl)) row.airl.clear();
-        for (auto& reg : expandSeries(in.field("reg"))) {
+        row.type = isModel(told.type) ? told.type : std::string();
+        row.airl = isAirline(told.airline) ? told.airline : std::string();
+        row.cargo = told.cargo.empty() ? cargoAirlines.count(row.airl) > 0 : isTrue(told.cargo);
+        const bool series = told.registration.find(']') != std::string::npos;
+        for (auto& reg : series ? expandSeries(told.registration) : std::vector{told.registration}) {
             if (!isRegistration(reg) || !seen.insert(reg).second) {
                 ++tables.skipped;
                 continue;
@@ -87,7 +96,8 @@ static void readRegistrations(const std::filesystem::path& path, RefTables& tabl
             row.reg = std::move(reg);
             tables.registrations.push_back(row);
         }
-    }
+    };
+    for (const auto& file : files) readRegister(file, take);
 }
 
 RefTables readRefTables(const RefTableFiles& files) {
@@ -95,21 +105,21 @@ RefTables readRefTables(const RefTableFiles& files) {
     readTypes(files.types, tables);
     readAirlines(files.airlines, tables);
     readRegistrations(files.registrations, tables);
-    for (CsvReader in(files.fixes); in.next();)
-        tables.fixes.emplace_back(in.field("wrong"), in.field("right"));
-    for (CsvReader in(files.similar); in.next();) {
+    eachRow(files.fixes,
+            [&](const CsvReader& in) { tables.fixes.emplace_back(in.field("wrong"), in.field("right")); });
+    eachRow(files.similar, [&](const CsvReader& in) {
         auto group = splitAtBlanks(in.field("types"));
         tables.skipped += std::erase_if(group, [](const std::string& code) { return !isModel(code); });
         tables.similar.push_back(std::move(group));
-    }
-    for (CsvReader in(files.cargoTypes); in.next();) {
+    });
+    eachRow(files.cargoTypes, [&](const CsvReader& in) {
         if (isModel(in.field("designator")))
             tables.cargoTypes.push_back(in.field("designator"));
         else
             ++tables.skipped;
-    }
-    for (CsvReader in(files.publishers); in.next();) tables.publishers.push_back(in.wholeRow());
-    for (CsvReader in(files.simaddons); in.next();) tables.simaddons.push_back(in.field("airport"));
+    });
+    eachRow(files.publishers, [&](const CsvReader& in) { tables.publishers.push_back(in.wholeRow()); });
+    eachRow(files.simaddons, [&](const CsvReader& in) { tables.simaddons.push_back(in.field("airport")); });
     return tables;
 }
 

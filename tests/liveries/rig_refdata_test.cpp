@@ -34,8 +34,8 @@ TEST_F(LiveriesTest, TablesMayBeQuotedZippedAndOfOtherColumns) {
     gzputs(packed, "icao,cargo\nBAW,0\nFDX,1\nXX,0\n");
     gzclose(packed);
     rig::RefTableFiles files;
-    files.types = "types.csv";
-    files.airlines = "airlines.csv";
+    files.types = {"types.csv"};
+    files.airlines = {"airlines.csv"};
     const auto tables = rig::readRefTables(files);
     ASSERT_EQ(tables.types.size(), 2u);
     EXPECT_EQ(tables.types[0].size, "heavy");
@@ -43,9 +43,9 @@ TEST_F(LiveriesTest, TablesMayBeQuotedZippedAndOfOtherColumns) {
     EXPECT_EQ(tables.airlines.size(), 2u);
     EXPECT_TRUE(tables.airlines[1].cargo);
     EXPECT_EQ(tables.skipped, 4u);
-    files.fixes = "types.csv";
+    files.fixes = {"types.csv"};
     EXPECT_THROW(rig::readRefTables(files), std::runtime_error) << "a column is missing";
-    files.fixes = "none.csv";
+    files.fixes = {"none.csv"};
     EXPECT_THROW(rig::readRefTables(files), std::runtime_error);
 }
 
@@ -97,9 +97,9 @@ TEST_F(LiveriesTest, ReadsLargeTablesOfOthersInTheirOwnColumns) {
     const auto shared = test::sharedFolder() / "refdata";
     if (!std::filesystem::exists(shared / "types.csv")) GTEST_SKIP() << "no tables in " << shared;
     auto files = rig::refTablesIn(rig::sourceFolder() / "rig/refdata/tables");
-    files.types = shared / "types.csv";
-    files.airlines = shared / "airlines.csv";
-    files.registrations = shared / "registrations-cc0.csv.gz";
+    files.types = {shared / "types.csv"};
+    files.airlines = {shared / "airlines.csv"};
+    files.registrations = {shared / "registrations-cc0.csv.gz"};
     const auto tables = rig::readRefTables(files);
     read(rig::dbaseXml(tables));
     EXPECT_GT(refData.allModels.size(), 2800u);

@@ -161,9 +161,9 @@ TEST_F(RigLiveries, FindsTheLiveriesOfRealFiles) {
     // The path of the originals may hold words that keep a scan away.
     fs::copy(shared / "corpus/aircraft-cfg/Community", "Community", fs::copy_options::recursive);
     auto files = rig::refTablesIn(rig::sourceFolder() / "rig/refdata/tables");
-    files.types = shared / "refdata/types.csv";
-    files.airlines = shared / "refdata/airlines.csv";
-    files.registrations = shared / "refdata/registrations-cc0.csv.gz";
+    files.types = {shared / "refdata/types.csv"};
+    files.airlines = {shared / "refdata/airlines.csv"};
+    files.registrations = {shared / "refdata/registrations-cc0.csv.gz"};
     test::writeFile("temp2.xml", rig::dbaseXml(rig::readRefTables(files)));
     const json told = json::parse(output({".", "--json", "--stubs", "--refdata", "temp2.xml"}));
     EXPECT_EQ(told["counts"]["files"], 268);

@@ -18,9 +18,9 @@ class ScanCorpus : public ScanTest {
     }
     static void readTables(const fs::path& place) {
         rig::RefTableFiles files;
-        files.types = place / "types.csv";
-        files.airlines = place / "airlines.csv";
-        files.registrations = place / "registrations-cc0.csv.gz";
+        files.types = {place / "types.csv"};
+        files.airlines = {place / "airlines.csv"};
+        files.registrations = {place / "registrations-cc0.csv.gz"};
         const auto tables = rig::readRefTables(files);
         refData = RefData{};
         for (const auto& row : tables.types) {
