@@ -11,8 +11,7 @@ version=$(sed -n 's/^project(velloray VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLi
 
 folder="$build/package/Velloray"
 rm -rf "$build/package"
-mkdir -p "$folder"
-cp -r "$root/install/." "$folder/"
+"$root/packaging/program-folder.sh" "$folder"
 x86_64-w64-mingw32-strip -o "$folder/Velloray.exe" "$build/Velloray.exe"
 
 headers=$(x86_64-w64-mingw32-objdump -p "$folder/Velloray.exe")

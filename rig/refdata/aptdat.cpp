@@ -19,8 +19,8 @@ namespace rig {
 namespace {
 
 // Half the widest span that the width codes of parking rows stand for, metres; as ICAO's code letters end.
-const std::map<std::string, double> radiusOfWidth = {{"A", 7.5},  {"B", 12},   {"C", 18},
-                                                     {"D", 26},   {"E", 32.5}, {"F", 40}};
+const std::map<std::string, double> radiusOfWidth = {{"A", 7.5}, {"B", 12},   {"C", 18},
+                                                     {"D", 26},  {"E", 32.5}, {"F", 40}};
 
 class AptReader {
   public:
@@ -91,7 +91,10 @@ void AptReader::parking(bool old) { // latitude, longitude, heading, and unless 
     stand.heli = aircraft == "helos";
     stand.ramp = !stand.heli && kind != "gate";
     // Until the next row says better: by the largest aircraft that uses it.
-    stand.radiusM = radiusOfWidth.at(holds("heavy") ? "E" : holds("jets") ? "C" : holds("turboprops") ? "B" : "A");
+    stand.radiusM = radiusOfWidth.at(holds("heavy")        ? "E"
+                                     : holds("jets")       ? "C"
+                                     : holds("turboprops") ? "B"
+                                                           : "A");
     if (old || holds("all")) stand.radiusM = radiusOfWidth.at("C");
     airport.stands.push_back(stand);
 }
@@ -100,7 +103,8 @@ void AptReader::parkingMore() { // of the stand before: width, use, airlines
     if (airport.stands.empty()) return;
     StandRow& stand = airport.stands.back();
     const std::string width = word(), use = word();
-    if (const auto found = radiusOfWidth.find(width); found != radiusOfWidth.end()) stand.radiusM = found->second;
+    if (const auto found = radiusOfWidth.find(width); found != radiusOfWidth.end())
+        stand.radiusM = found->second;
     if (stand.heli) return;
     stand.cargo = use == "cargo";
     if (use == "cargo" || use == "general_aviation" || use == "military") stand.ramp = true;

@@ -24,8 +24,9 @@ namespace fs = std::filesystem;
 namespace {
 
 enum class Form { airports, aircraft, types, airlines, similar, cargoTypes, fixes, stands, unknown };
-constexpr std::array<const char*, 9> formNames = {
-    "airports", "aircraft", "types", "airlines", "similar types", "cargo types", "fixes", "stands", "nothing known, passed over"};
+constexpr std::array<const char*, 9> formNames = {"airports", "aircraft",      "types",
+                                                  "airlines", "similar types", "cargo types",
+                                                  "fixes",    "stands",        "nothing known, passed over"};
 
 // Enough of a file to see its form, plain or unpacked.
 std::string beginningOf(const fs::path& file) {
@@ -37,8 +38,7 @@ std::string beginningOf(const fs::path& file) {
             text.append(block.substr(0, most - text.size()));
             if (text.size() >= most) throw Enough();
         });
-    } catch (const Enough&) {
-    }
+    } catch (const Enough&) {}
     if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
     return text;
 }
@@ -87,12 +87,12 @@ bool isFolderOfStands(const fs::path& folder) {
 
 void sortFile(const fs::path& file, PublicFiles& files) {
     const Form form = formOf(file);
-    RefTableFiles::Files* const to[] = {&files.airports,        &files.tables.registrations, &files.tables.types,
-                                        &files.tables.airlines, &files.tables.similar,       &files.tables.cargoTypes,
-                                        &files.tables.fixes,    &files.stands};
+    RefTableFiles::Files* const to[] = {
+        &files.airports,       &files.tables.registrations, &files.tables.types, &files.tables.airlines,
+        &files.tables.similar, &files.tables.cargoTypes,    &files.tables.fixes, &files.stands};
     if (form != Form::unknown) to[static_cast<std::size_t>(form)]->push_back(file);
-    files.told.push_back(fmt::format("{}: {}", plat::pathText(file.filename()),
-                                     formNames[static_cast<std::size_t>(form)]));
+    files.told.push_back(
+        fmt::format("{}: {}", plat::pathText(file.filename()), formNames[static_cast<std::size_t>(form)]));
 }
 
 std::vector<fs::path> sortedEntries(const fs::path& folder) {
@@ -142,18 +142,19 @@ std::vector<AirportRow> readAirportRows(const std::vector<fs::path>& files) {
     std::set<std::string> leftOut;
     for (const auto& file : files) {
         for (CsvReader in(file); in.next();) {
-            const std::string ident = textOf(in, {"ident", "icao"}), gps = textOf(in, {"icao_code", "gps_code"});
+            const std::string ident = textOf(in, {"ident", "icao"}),
+                              gps = textOf(in, {"icao_code", "gps_code"});
             const std::string code = isAirportCode(gps) ? gps : ident; // the one that pilots use comes first
             const std::string kind = textOf(in, {"kind", "type"});
             const auto lat = wholeNumber(textOf(in, {"latitude_deg", "lat"})),
                        lon = wholeNumber(textOf(in, {"longitude_deg", "lon"})),
                        elevation = wholeNumber(textOf(in, {"elevation_ft", "elev_ft"}));
             if (kind == "closed" || kind == "heliport" || kind == "balloonport") leftOut.insert(code);
-            if (!isAirportCode(code) || !lat || !lon || !elevation || std::fabs(*lat) > 90 || std::fabs(*lon) > 180 ||
-                *elevation < lowestFt || *elevation > highestFt)
+            if (!isAirportCode(code) || !lat || !lon || !elevation || std::fabs(*lat) > 90 ||
+                std::fabs(*lon) > 180 || *elevation < lowestFt || *elevation > highestFt)
                 continue;
-            airports.try_emplace(code, AirportRow{code, textOf(in, {"iata_code", "iata"}), in.field("name", false),
-                                                  *lat, *lon, *elevation});
+            airports.try_emplace(code, AirportRow{code, textOf(in, {"iata_code", "iata"}),
+                                                  in.field("name", false), *lat, *lon, *elevation});
         }
     }
     std::vector<AirportRow> rows;

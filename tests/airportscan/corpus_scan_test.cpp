@@ -26,12 +26,14 @@ TEST_F(CorpusScan, OfBothSimulators) {
         << scanLog;
     EXPECT_THAT(scanLog, HasSubstr("===> KIWH has 21 parkpos while archived one has 20\n"));
     EXPECT_THAT(scanLog, HasSubstr("from manifest.json creator \"Deepfield\" => publisher \"Deepfield\"\n"));
-    EXPECT_THAT(scanLog, HasSubstr("UKRO comes again in a later file, which counts\n")) << "global, then world";
+    EXPECT_THAT(scanLog, HasSubstr("UKRO comes again in a later file, which counts\n"))
+        << "global, then world";
     EXPECT_THAT(scanLog, Not(HasSubstr("aborted")));
 
     install(false);
     scan();
-    EXPECT_EQ(thirdparty(), "7WA5.txt=archive/thirdparty/Deepfield/7WA5.xml CAL3.xml CAX5.xml CYHE.xml CYJM.xml "
-                            "CYQQ.xml CYZT.xml KBFR.xml KIWH.xml KMCX.xml KNZY.xml KOXI.xml LMML.xml UKRO.xml ");
+    EXPECT_EQ(thirdparty(),
+              "7WA5.txt=archive/thirdparty/Deepfield/7WA5.xml CAL3.xml CAX5.xml CYHE.xml CYJM.xml "
+              "CYQQ.xml CYZT.xml KBFR.xml KIWH.xml KMCX.xml KNZY.xml KOXI.xml LMML.xml UKRO.xml ");
     EXPECT_FALSE(fs::exists("TBLO"));
 }

@@ -43,11 +43,16 @@ class AirportScanTest : public testing::Test {
         freshState();
         gf_openLog();
         gf_setDownloadBase("server/");
-        plat::openWindow("test", 0, 0, 880, 516, {[] {
-                             plat::addCheckBox(SCAN_AIRPORTS.control.controlId, 0, 0, 12, 12, true);
-                         }, {}, {}, {}, {}, {}});
+        plat::openWindow("test", 0, 0, 880, 516,
+                         {[] { plat::addCheckBox(SCAN_AIRPORTS.control.controlId, 0, 0, 12, 12, true); },
+                          {},
+                          {},
+                          {},
+                          {},
+                          {}});
         refData.publisherGroups = {{"Sim Wings", "simwings"}, {"orbx"}, {"TropicalSim"}};
-        test::writeFile(folders.airportNamesXml, "<AirportNames><airport ICAO=\"EDDF\" name=\"Frankfurt\"/></AirportNames>");
+        test::writeFile(folders.airportNamesXml,
+                        "<AirportNames><airport ICAO=\"EDDF\" name=\"Frankfurt\"/></AirportNames>");
         for (const char* code : {"EDDF", "EDDM", "EDTT", "EGLL", "LFPO"})
             airportsLife.directory.push_back({code, "", 50, 8, 300});
         install(true);
@@ -93,7 +98,9 @@ class AirportScanTest : public testing::Test {
         fs::create_directories((packages / path).parent_path());
         test::writeFile(packages / path, bytes);
     }
-    static std::string of2024() { return rig::bglFile({{3, 1, {rig::bglRecord(0x113, std::string(94, '\0'))}}}); }
+    static std::string of2024() {
+        return rig::bglFile({{3, 1, {rig::bglRecord(0x113, std::string(94, '\0'))}}});
+    }
     static void putOnServer(const std::string& code, const std::string& parameters) {
         fs::create_directories("server/MSFS/archive/stock");
         test::writeFile("server/MSFS/archive/stock/" + code + ".xml", parameters);
@@ -114,7 +121,8 @@ class AirportScanTest : public testing::Test {
     std::string plain(std::string text) const {
         std::replace(text.begin(), text.end(), '\\', '/');
         const std::string root = scratch.path.generic_string() + "/sim";
-        for (auto at = text.find(root); at != text.npos; at = text.find(root)) text.replace(at, root.size(), "~");
+        for (auto at = text.find(root); at != text.npos; at = text.find(root))
+            text.replace(at, root.size(), "~");
         return text;
     }
     std::string log() const { return plain(test::readFile(folders.log)); }

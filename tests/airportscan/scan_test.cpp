@@ -77,7 +77,8 @@ TEST_F(AirportScanTest, AGeneratedFileHasWhatTheAirportFileReaderWants) {
     a.type = 5;
     airport.positions = {b, a};
     putBytes("Community/mine/x.bgl", rig::bglFile({{3, 1, {rig::bglAirport(airport)}}}));
-    putBytes("Community/mine/manifest.json", R"({"manufacturer": "Me & <you>", "creator": "You", "title": "T"})");
+    putBytes("Community/mine/manifest.json",
+             R"({"manufacturer": "Me & <you>", "creator": "You", "title": "T"})");
     scan();
     EXPECT_THAT(scanLog, HasSubstr("Generated EDDF.xml: 4 positions, of which 2 helipads\n"));
     pugi::xml_document document;
@@ -133,8 +134,12 @@ TEST_F(AirportScanTest, AnAirportMetTwiceIsWrittenOnceByTheLaterFile) {
     pugi::xml_document document;
     lf_loadXml(folders.myThirdparty / "EDDF.xml", document);
     EXPECT_STREQ(lf_fileParameter(document, "num_parkpos"), "5");
-    EXPECT_THAT(scanLog, HasSubstr("has 9 parkpos while archived one has 0\nEDDF comes again in a later file, which counts\n"));
-    EXPECT_THAT(scanLog, HasSubstr("has 5 parkpos while archived one has 0\nGenerated EDDF.xml: 5 positions\n"));
+    EXPECT_THAT(
+        scanLog,
+        HasSubstr(
+            "has 9 parkpos while archived one has 0\nEDDF comes again in a later file, which counts\n"));
+    EXPECT_THAT(scanLog,
+                HasSubstr("has 5 parkpos while archived one has 0\nGenerated EDDF.xml: 5 positions\n"));
     const std::string text = log(), saved = "EDDF.xml\" saved";
     EXPECT_EQ(text.find(saved), text.rfind(saved));
 }
@@ -165,7 +170,8 @@ TEST_F(AirportScanTest, AFleetIsFoundAsItIsEachTimeAlike) {
         EXPECT_EQ(thirdparty(), expectedThird);
         EXPECT_EQ(simaddon(), expectedOwn);
         std::size_t aborted = 0;
-        for (auto at = scanLog.find("search aborted"); at != scanLog.npos; at = scanLog.find("search aborted", at + 1))
+        for (auto at = scanLog.find("search aborted"); at != scanLog.npos;
+             at = scanLog.find("search aborted", at + 1))
             ++aborted;
         EXPECT_EQ(aborted, 4u) << "the cut ones, and one with a wild table";
         EXPECT_EQ(scanLog.find("Not recognised airport") != scanLog.npos, !is2020);
@@ -174,7 +180,8 @@ TEST_F(AirportScanTest, AFleetIsFoundAsItIsEachTimeAlike) {
             lf_loadXml((airport.publisher == "simaddon" ? folders.mySimaddon : folders.myThirdparty) /
                            (airport.code + ".xml"),
                        document);
-            EXPECT_EQ(std::to_string(airport.stands), lf_fileParameter(document, "num_parkpos")) << airport.code;
+            EXPECT_EQ(std::to_string(airport.stands), lf_fileParameter(document, "num_parkpos"))
+                << airport.code;
             EXPECT_EQ(airport.publisher, lf_fileParameter(document, "publisher")) << airport.file;
         }
         const std::string first = scanLog;
@@ -262,7 +269,8 @@ TEST_F(AirportScanTest, AirportsThatCannotBeReadAreNamedByWhatIsAroundThem) {
     const std::string bytes = of2024();
     putBytes("Community/a-stem/scenery/eddf.bgl", bytes);
     putBytes("Community/b-title/scenery/x.bgl", bytes);
-    putBytes("Community/b-title/manifest.json", R"({"title": "EDDM - Munich", "creator": "C", "manufacturer": "M"})");
+    putBytes("Community/b-title/manifest.json",
+             R"({"title": "EDDM - Munich", "creator": "C", "manufacturer": "M"})");
     putBytes("Community/c-egll-path/x.bgl", bytes);
     putBytes("Community/c-egll-path/manifest.json", R"({"title": "London", "creator": "simwings"})");
     putBytes("Community/d-Edtt-lost/x.bgl", bytes);
@@ -284,7 +292,8 @@ TEST_F(AirportScanTest, AirportsThatCannotBeReadAreNamedByWhatIsAroundThem) {
           "Not recognised airport has ICAO \"EDDM\" in title \"EDDM - Munich\" of manifest\n",
           "Not recognised airport has ICAO \"EGLL\" in BGL path \"~/Community/c-egll-path/x.bgl\"\n",
           "==================> Not recognised airport lost ... \"~/Community/d-Edtt-lost/x.bgl\"\n",
-          "\n==> Not recognised airport ~/Community/e-nothing/x.bgl\nSTOP", "==> TBLO entry TBLO/EDDF.xml created\n"}) {
+          "\n==> Not recognised airport ~/Community/e-nothing/x.bgl\nSTOP",
+          "==> TBLO entry TBLO/EDDF.xml created\n"}) {
         std::string text = line;
         if (text.ends_with("STOP")) text.replace(text.size() - 4, 4, "\n==> Not recognised");
         EXPECT_THAT(scanLog, HasSubstr(text));
@@ -307,17 +316,19 @@ TEST_F(AirportScanTest, WhatIsGatheredForLearning) {
         putBytes(fs::path("Community") / code / "manifest.json", named);
         putOnServer(code, learned("24"));
     }
-    putOnServer("EDDM", learned("23"));                             // too little
-    putOnServer("EDTT", stock({{"RT_traffic_week", "40"}}));        // no quality
+    putOnServer("EDDM", learned("23"));                      // too little
+    putOnServer("EDTT", stock({{"RT_traffic_week", "40"}})); // no quality
     putOnServer("EGLL", stock({{"Qf_real", "0"}, {"RT_traffic_week", "24"}}));
-    putOnServer("QXAA", "<parameters>");                            // broken
-    fs::remove("server/MSFS/archive/stock/QXBB.xml");               // none
-    putBytes("Community/LFPO/manifest.json", R"({"manufacturer": "Me", "creator": "You"})"); // nobody to be found
+    putOnServer("QXAA", "<parameters>");              // broken
+    fs::remove("server/MSFS/archive/stock/QXBB.xml"); // none
+    putBytes("Community/LFPO/manifest.json",
+             R"({"manufacturer": "Me", "creator": "You"})"); // nobody to be found
     fs::rename(packages / "Community/KMCI", packages / "Community/tropicalsim-kmci");
     scan();
     EXPECT_EQ(filesIn("TBLO"), "EDDF.xml EGLL.xml ");
     EXPECT_EQ(airportScan.tbloCount, 2);
-    EXPECT_EQ(thirdparty(), "EDDF.xml EDDM.xml EDTT.xml EGLL.xml LFPO.xml QXAA.xml QXBB.xml ") << "KMCI is gone";
+    EXPECT_EQ(thirdparty(), "EDDF.xml EDDM.xml EDTT.xml EGLL.xml LFPO.xml QXAA.xml QXBB.xml ")
+        << "KMCI is gone";
     EXPECT_THAT(log(), HasSubstr("archive/stock/EDDF.xml\nEDDF copied to TBLO/EDDF.xml\n"));
     EXPECT_THAT(log(), HasSubstr("Failed to load QXAA.xml\nQXAA Not suitable for offline learning\n"));
     EXPECT_THAT(log(), HasSubstr("QXBB.xml\nQXBB Not suitable for offline learning\n"));

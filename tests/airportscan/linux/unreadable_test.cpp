@@ -24,6 +24,7 @@ TEST_F(AirportScanTest, AFolderThatCannotBeReadIsALineInTheScanLog) {
     }
     fs::permissions(packages / "Community/b", fs::perms::all);
     EXPECT_EQ(thirdparty(), "EDDF.xml ");
-    EXPECT_THAT(scanLog, HasSubstr("===>  airports search in folder ~/Community/b aborted because of iterator "
-                                   "problem: Permission denied\n"));
+    EXPECT_THAT(scanLog,
+                HasSubstr("===>  airports search in folder ~/Community/b aborted because of iterator "
+                          "problem: Permission denied\n"));
 }
