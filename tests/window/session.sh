@@ -201,14 +201,15 @@ STRAIGHT_PBS_ONLY 652 315 true
 BOXES
 ok "fourteen check boxes, there and back"
 
-# Boxes with numbers: a good one, the same, none, a huge one, an empty box; and Tab, Escape, the space bar.
+# Boxes with numbers: a good one, the same, none, a huge one, an empty box; and Tab, Escape, the space bar. On Windows a box
+# takes no more than it is wide.
 enter 225 211 3 && set_to MATCHING_DEPTH 3
 enter 225 211 3 && log_says "Same MATCHING_DEPTH value 3, no changes made"
-enter 225 211 abc && log_says "invalid input: abc"
+enter 225 211 ab && log_says "invalid input: ab"
 shot 07-invalid
 xdotool key Escape && sleep 0.2 && xdotool key Return
 sleep 0.3 && [ "$(times_logged 'Same MATCHING_DEPTH value 3')" -eq 2 ] || fail "Escape does not bring the value back"
-enter 225 211 99999999999 && log_says "lf_processTbInt exception"
+[ -n "$windows" ] || { enter 225 211 99999999999 && log_says "lf_processTbInt exception"; }
 enter 225 211 "" && set_to MATCHING_DEPTH 4
 enter 230 239 25 && set_to LATERAL_RANGE 25
 click 225 211 && xdotool key Tab space && set_to LIGHT_AIRCRAFT false # the next control of the row
