@@ -1,6 +1,7 @@
 #pragma once
 // The window with all its texts on show, for the benchmarks of its repaint.
 
+#include "airportscan/airportscan.h"
 #include "app/display.h"
 #include "app/parameters.h"
 
@@ -21,7 +22,7 @@ inline void fillDisplay() {
     display.maxParked = 90;
     display.parkedPercentage = 40;
     display.minutesToSummary = 7;
-    display.tbloCount = 3;
+    airportScan.tbloCount = 3;
     for (const auto& [which, text] : std::initializer_list<std::pair<DisplayText, const char*>>{
              {DisplayText::simLabel, "Microsoft Flight Simulator 11.0"},
              {DisplayText::userStand, "B24"},

@@ -55,7 +55,7 @@ wait_for() { # SECONDS COMMAND...
 virtual=no
 if [ -z "${DISPLAY:-}" ]; then
     virtual=yes
-    Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$place/display" 2>"$place/xvfb.log" &
+    Xvfb -displayfd 3 -screen 0 1800x960x24 -nolisten tcp 3>"$place/display" 2>"$place/xvfb.log" &
     pids+=($!)
     wait_for 10 test -s "$place/display" || { echo "demo: no virtual screen" >&2 && exit 1; }
     export DISPLAY=":$(cat "$place/display")"
@@ -71,6 +71,8 @@ cat >"$XDG_CONFIG_HOME/Velloray/parameters.xml" <<'XML'
 <parameters>
   <parameter name="AUTO_RANGE" value="false"/>
   <parameter name="LATERAL_RANGE" value="30"/>
+  <parameter name="MAIN_WINDOW_X" value="5"/>
+  <parameter name="MAIN_WINDOW_Y" value="30"/>
 </parameters>
 XML
 
@@ -94,7 +96,11 @@ pids+=("$program_pid")
 start feed.log "$build/rig" feed --generate KIAD --movements 120 --flights 120 --minutes 90 --from 10 --seed 1 --control 10747
 started=$SECONDS
 echo "The map of the simulator's world: $map"
-[ "$virtual" = no ] || echo "The program's window is on the virtual screen $DISPLAY; its picture comes at the end."
+if [ "$virtual" = yes ]; then
+    echo "The program's window is on the virtual screen $DISPLAY; its picture comes at the end."
+elif command -v xdg-open >/dev/null; then # the map beside the window
+    xdg-open "$map" >"$place/browser.log" 2>&1 || true
+fi
 
 if [ "$seconds" -eq 0 ]; then
     echo "Ctrl-C ends the demo."
@@ -107,14 +113,22 @@ while [ $((SECONDS - started)) -lt "$seconds" ] && kill -0 "$program_pid" 2>/dev
 # What a person sees, and a summary.
 world="$place/world.json"
 curl -s "${map}world.json" -o "$world" || true
-[ "$virtual" = yes ] && import -window root "$place/screen.png" 2>/dev/null || true
+browser=(chromium --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-background-networking
+    --disable-component-update --disable-sync --user-data-dir="$place/chromium")
+if [ "$virtual" = yes ]; then # both beside each other
+    start browser.log "${browser[@]}" --window-position=895,30 --window-size=900,900 --app="$map"
+    browser_pid=$!
+    wait_for 20 xdotool search --onlyvisible --class chromium >/dev/null || true
+    sleep 4
+    import -window root "$place/screen.png" 2>/dev/null || true
+    kill "$browser_pid" 2>/dev/null || true
+    wait "$browser_pid" 2>/dev/null || true
+fi
 if window=$(xdotool search --onlyvisible --name '^Velloray$' 2>/dev/null | head -n 1) && [ -n "$window" ]; then
     import -window "$window" "$place/window.png" 2>/dev/null || true
 fi
 map_picture() { # FILE ADDRESS
-    timeout 30 chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run \
-        --disable-background-networking --disable-component-update --disable-sync \
-        --user-data-dir="$place/chromium" --window-size=1280,900 --virtual-time-budget=4000 \
+    timeout 30 "${browser[@]}" --headless --window-size=1280,900 --virtual-time-budget=4000 \
         --screenshot="$place/$1" "$2" >>"$place/chromium.log" 2>&1 || true
 }
 map_picture map.png "$map"
@@ -131,7 +145,7 @@ objects | sed -n 's/.*"tail":"\([^"]*\)".*"title":"\([^"]*\)".*/\1  \2/p' | sort
 xdotool windowclose "$window" 2>/dev/null || true
 kill -TERM "$program_pid" 2>/dev/null || true
 wait_for 20 sh -c "! kill -0 $program_pid" || echo "The program did not end within 20 seconds."
-echo "Pictures and logs: build/demo/window.png, build/demo/map.png, build/demo/ground.png, build/demo/program folder/Log.txt"
+echo "Pictures and logs: build/demo/screen.png (on a virtual screen), build/demo/window.png, build/demo/map.png, build/demo/ground.png, build/demo/program folder/Log.txt"
 
 if [ "$check" = yes ]; then
     fail() { echo "demo: $1" >&2 && exit 1; }

@@ -63,15 +63,14 @@ static bool lf_runScan(const std::vector<fs::path>& list) {
 
 void lf_scanAirports() {
     gf_showMessage("Scanning for addon airports ...", false);
-    gf_logLine(fmt::format(
-        "\n++++++++++++++++++++++++ airports scan {} starts +++++++++++++++++++++++++++++", ""));
+    gf_logLine(
+        fmt::format("\n++++++++++++++++++++++++ airports scan {} starts +++++++++++++++++++++++++++++", ""));
     gf_readAirportNames();
     lf_forgetFormerScan();
     const bool found = lf_runScan(lf_packageFolders());
     gf_clearAirportNames();
     if (gf_stopping()) return; // what has been found is not all
     if (!found) gf_showMessage("Warning: Scan has not found any add-on airports", true);
-    gf_setAndSave(SCAN_AIRPORTS, false);
-    gf_repaint(Band::settings);
+    gf_setAndSave(SCAN_AIRPORTS, appLife.newAirportsRequest.isSet()); // asked for again just now
     gf_logLine("-------------------------- airports scan ends    ----------------------------\n");
 }

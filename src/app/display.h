@@ -48,7 +48,6 @@ struct Display {
         staticWork; // airports: busy with static aircraft, from lf_beginStaticWork to lf_endStaticWork
     Relaxed<std::int32_t> trafficWeeks;                // airports: weeks of traffic behind what was learned
     Relaxed<std::int32_t> maxParked, parkedPercentage; // airports: aircraft that are to stand, of its stands
-    Relaxed<std::int32_t> tbloCount;                   // airportscan: entries of its folder TBLO
     Relaxed<std::uint32_t> standCount;                 // airports
     Relaxed<std::uint32_t> parkedLive{0}, parkedStatic{0}; // engine
     Relaxed<float> liveFit{-1},

@@ -133,6 +133,7 @@ static void readAirports() {
     display.mySimaddonCount = countEntries(folders.mySimaddon);
     display.myThirdpartyCount = countEntries(folders.myThirdparty);
     gf_repaint(Band::status);
+    gf_repaint(Band::settings);
 }
 
 static void startReader(void (*reader)(std::uint32_t)) {

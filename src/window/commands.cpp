@@ -3,6 +3,7 @@
 
 #include "window/window.h"
 
+#include "airportscan/airportscan.h"
 #include "app/app.h"
 #include "app/display.h"
 #include "app/folders.h"
@@ -79,6 +80,7 @@ static void lf_switchSimulator() {
     lf_deleteScannedLiveries();
     appLife.newLiveriesRequest.set(); // before the wish to scan: a scan that ends just now looks for it
     appLife.newAirportsRequest.set();
+    airportScan.succeeded = false;
     gf_setAndSave(SCAN_AIRPORTS, true);
     gf_setAndSave(SCAN_LIVERIES, true);
     lf_logAndShow(fmt::format("Switching Simulator to {}", MSFS_2020 ? "MSFS 2020" : "MSFS 2024"));

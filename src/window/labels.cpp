@@ -2,6 +2,7 @@
 
 #include "window/window.h"
 
+#include "airportscan/airportscan.h"
 #include "app/display.h"
 
 #include <fmt/format.h>
@@ -94,7 +95,7 @@ static plat::Colour lf_colourOf(const Label& label) {
 }
 
 static void lf_paintTblo() {
-    const std::int32_t count = display.tbloCount;
+    const std::int32_t count = airportScan.tbloCount;
     if (count > 0)
         lf_drawText(217, SCAN_AIRPORTS.control.row,
                     fmt::format("{} airport{} in {} folder", count, count == 1 ? "" : "s", "TBLO"), yellow);

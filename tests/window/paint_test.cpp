@@ -3,7 +3,9 @@
 #include "window_fixture.h"
 
 #include <algorithm>
+#include <atomic>
 #include <functional>
+#include <thread>
 #include <tuple>
 
 namespace {
@@ -167,6 +169,31 @@ TEST_F(MainWindow, ShowsCountsOnceTheyAreKnown) {
     EXPECT_EQ(counts(), (std::vector<Text>{{5, 91, "# liveries: 1", green},
                                            {141, 91, "# simaddon: 20345", green},
                                            {278, 91, "# thirdp: 7", green}}));
+}
+
+TEST_F(MainWindow, ATextThatAnotherThreadWritesIsPaintedWhole) {
+    ASSERT_TRUE(lf_createMainWindow());
+    display.simConnected = true;
+    const std::string one(60, 'a'), other(300, 'b'); // one lies within the text, the other apart
+    gf_setDisplayText(DisplayText::userTitle, one);
+    gf_showMessage(one, false);
+    std::atomic<bool> done{false};
+    std::thread writer([&] {
+        for (int i = 0; !done; ++i) {
+            gf_setDisplayText(DisplayText::userTitle, i % 2 == 0 ? other : one);
+            gf_showMessage(i % 2 == 0 ? other : one, false);
+        }
+    });
+    int whole = 0, torn = 0;
+    for (int i = 0; i < 2000; ++i)
+        for (const Drawn& d : plat::headless::repaint()) {
+            if (d.kind != 't' || (d.place.top != 63 && d.place.top != 455) || d.place.left > 5) continue;
+            ++(d.text == one || d.text == other ? whole : torn);
+        }
+    done = true;
+    writer.join();
+    EXPECT_EQ(whole, 4000);
+    EXPECT_EQ(torn, 0);
 }
 
 TEST_F(MainWindow, AnErrorStandsInRedAndNoMessageReplacesIt) {

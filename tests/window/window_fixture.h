@@ -2,6 +2,7 @@
 // What the tests of the window share: the window without a screen, all state at its start, and what a repaint draws.
 
 #include "airports/airports.h"
+#include "airportscan/airportscan.h"
 #include "app/app.h"
 #include "app/display.h"
 #include "app/folders.h"
@@ -45,6 +46,7 @@ struct MainWindow : testing::Test {
         appLife.newLiveriesRequest.clear();
         appLife.newAirportsRequest.clear();
         airports = AirportsRun{};
+        airportScan = AirportScan{};
         gf_clearError();
         gf_clearMessage();
         gf_resetParametersToDefaults();
