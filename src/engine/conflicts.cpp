@@ -195,8 +195,8 @@ void lf_arrivalCheck(LiveAc& ac) {
             lf_trace(ac.hexid, "is flight {} and {} of one turn-round", ac.firstCallsign, ac.coupledCallsign);
     }
     if (ac.callsign.empty()) return;
-    for (ParkedAc& parked : engine.parked)
-        if (lf_sameAircraft(ac, parked)) return removeAircraftFromSim(parked, Removed::conflict);
+    for (ParkedAc& parked : engine.parked) // one may bear its registration, another one its flight
+        if (lf_sameAircraft(ac, parked)) removeAircraftFromSim(parked, Removed::conflict);
 }
 
 static bool lf_isStaticDouble(const LiveAc& ac, const ParkedAc& parked) {

@@ -72,6 +72,12 @@ TEST_F(Statics, TheSecondImageOfALiveAircraftIsRemoved) {
         engine.live.clear();
         engine.parked.clear();
     }
+    parked(7, "X1", s, "D-AIZA");
+    parked(8, "DLH1", s);
+    lf_arrivalCheck(live("DLH1", "D-AIZA"));
+    EXPECT_EQ(states(), (std::vector{goes, goes})) << "both show it";
+    engine.live.clear();
+    engine.parked.clear();
     ParkedAc& nameless = parked(7, "", s);
     live("");
     lf_removeStaticDoubles(); // "*" is nobody's callsign
