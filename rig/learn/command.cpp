@@ -251,8 +251,7 @@ int runLearn(const std::vector<std::string>& arguments) {
     text += fmt::format(
         "the day behind them, with {:.0f} % of the stands wanted, {:.1f} shown on average, in percent:\n",
         day.percentage, day.shown);
-    text += fmt::format("{:24} {:>14} {:>9} {:>7} {:>16} {:>17}\n", "", "airline, type", "airline", "size",
-                        "occupied or not", "of all standing");
+    text += agreementHead();
     text += agreementLine("static parking", day.program);
     text += agreementLine("the usual occupant", day.usual);
     text += agreementLine("a random type that fits", day.random);

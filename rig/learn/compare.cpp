@@ -90,15 +90,23 @@ Apron randomApron(const GroundPlan& plan, Dice& dice, std::size_t wanted) {
     return apron;
 }
 
-std::string agreementLine(const char* name, const Agreement& agreement) {
+std::string agreementLine(const char* name, const Agreement& a) {
     const auto percent = [](std::size_t part, std::size_t whole) {
         return whole == 0 ? 0.0 : 100.0 * static_cast<double>(part) / static_cast<double>(whole);
     };
-    return fmt::format("{:24} {:14.1f} {:9.1f} {:7.1f} {:16.1f} {:17.1f}\n", name,
-                       percent(agreement.airlineAndType, agreement.both),
-                       percent(agreement.airline, agreement.both), percent(agreement.size, agreement.both),
-                       percent(agreement.sameState, agreement.stands),
-                       percent(agreement.airlineAndType, agreement.standing));
+    const std::size_t empty = a.sameState - a.both; // truly, and shown so
+    return fmt::format(
+        "{:24} {:13.1f} {:8.1f} {:6.1f} {:16.1f} | {:13.1f} {:8.1f} {:6.1f} | {:13.1f}\n", name,
+        percent(empty + a.airlineAndType, a.stands), percent(empty + a.airline, a.stands),
+        percent(empty + a.size, a.stands), percent(a.sameState, a.stands), percent(a.airlineAndType, a.both),
+        percent(a.airline, a.both), percent(a.size, a.both), percent(a.airlineAndType, a.standing));
+}
+
+std::string agreementHead() {
+    return fmt::format(
+        "{:24} {:>46} | {:>29} | {:>13}\n{:24} {:>13} {:>8} {:>6} {:>16} | {:>13} {:>8} {:>6} | {:>13}\n", "",
+        "of all stands and half hours", "of those in use and shown so", "of all in use", "", "airline, type",
+        "airline", "size", "occupied or not", "airline, type", "airline", "size", "airline, type");
 }
 
 } // namespace rig

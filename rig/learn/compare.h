@@ -32,6 +32,8 @@ std::size_t countOccupied(const Apron& apron);
 Apron usualApron(const GroundPlan& plan, const std::vector<Visit>& visits, double until, std::size_t wanted);
 Apron randomApron(const GroundPlan& plan, Dice& dice, std::size_t wanted); // a type that fits, of anybody
 
+// A line of the table, in percent; an empty stand that is shown empty agrees in all.
 std::string agreementLine(const char* name, const Agreement& agreement);
+std::string agreementHead();
 
 } // namespace rig

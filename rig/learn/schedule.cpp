@@ -9,8 +9,10 @@
 namespace rig {
 
 static constexpr double hourS = 3600, dayS = 24 * hourS, weekS = 7 * dayS;
-static constexpr double wideM = 40;    // of the span
-static constexpr double taxiInS = 420; // about so long from the threshold to the stand, for the plan alone
+static constexpr double wideM = 40; // of the span
+static constexpr double apartS = 300,
+                        planApartS = 2700; // between two on a stand: the plan has room for delays
+static constexpr double taxiInS = 540; // about so long from the threshold to the stand, for the plan alone
 
 static bool isCargo(const Operator& by) {
     return std::any_of(freighters().begin(), freighters().end(),
@@ -24,6 +26,7 @@ static bool isBusiness(const Operator& by) {
 
 Schedule::Schedule(const GroundPlan& where, const ScheduleWishes& wished)
     : plan(where), wishes(wished), dice(wished.seed), desk(dice, false, "") {
+    homes.resize(plan.stands.size());
     excludes.resize(plan.stands.size());
     for (std::size_t i = 0; i < plan.stands.size(); ++i)
         for (std::size_t j = 0; j < plan.stands.size(); ++j) {
@@ -93,32 +96,41 @@ Schedule::Aircraft& Schedule::aircraftOf(const Operator& by, double at) {
 
 // ---- stands -------------------------------------------------------------------------------------------------------
 
-bool Schedule::isFree(std::size_t stand, double from, double to) const {
-    constexpr double apartS = 300;
+bool Schedule::isFree(std::size_t stand, double from, double to, double roomS) const {
     const auto overlaps = [&](std::size_t other) {
         return std::any_of(taken[other].rbegin(), taken[other].rend(), [&](const auto& time) {
-            return time.first < to + apartS && from - apartS < time.second;
+            return time.first < to + roomS && from - roomS < time.second;
         });
     };
     if (overlaps(stand)) return false;
     return std::none_of(excludes[stand].begin(), excludes[stand].end(), overlaps);
 }
 
-// One of chance among the narrowest that fit.
-std::size_t Schedule::freeStand(const Operator& by, double from, double to) {
+// One of chance among the narrowest that fit: of the airline's own, else of those that nobody has, else of any.
+std::size_t Schedule::freeStand(const Operator& by, double from, double to, double roomS) {
     constexpr double slackM = 4;
     std::vector<std::size_t> free;
     double narrowest = 1000;
     for (std::size_t i = 0; i < plan.stands.size(); ++i) {
         const PlanStand& stand = plan.stands[i];
         if (stand.heli || stand.cargo != isCargo(by) || (stand.ramp && !stand.cargo) != isBusiness(by) ||
-            stand.radiusM < by.spanM / 2 || !isFree(i, from, to))
+            stand.radiusM < by.spanM / 2 || !isFree(i, from, to, roomS))
             continue;
         free.push_back(i);
         narrowest = std::min(narrowest, stand.radiusM);
     }
     std::erase_if(free, [&](std::size_t i) { return plan.stands[i].radiusM > narrowest + slackM; });
-    return free.empty() ? nowhere : dice.oneOf(free);
+    if (free.empty()) return nowhere;
+    for (const std::string& home : {std::string(by.airline), std::string()}) {
+        std::vector<std::size_t> own;
+        for (const std::size_t i : free)
+            if (homes[i] == home) own.push_back(i);
+        if (own.empty()) continue;
+        const std::size_t chosen = dice.oneOf(own);
+        homes[chosen] = by.airline;
+        return chosen;
+    }
+    return dice.oneOf(free);
 }
 
 // ---- weeks --------------------------------------------------------------------------------------------------------
@@ -137,7 +149,8 @@ void Schedule::makeSlots() {
         slot.stayS = 60 * turnRoundMinutes(*slot.by, dice);
         name(slot);
         const double from = slot.at + taxiInS, to = from + slot.stayS;
-        slot.stand = freeStand(*slot.by, from, to);
+        slot.stand = freeStand(*slot.by, from, to, planApartS);
+        if (slot.stand == nowhere) slot.stand = freeStand(*slot.by, from, to, apartS);
         if (slot.stand != nowhere) taken[slot.stand].emplace_back(from, to);
         slots.push_back(std::move(slot));
     }
@@ -174,8 +187,9 @@ void Schedule::makeVisits() {
         const double from = one.at + taxiInS, to = from + slot.stayS;
         const bool atStand = slot.habit == Habit::weeklyAtStand && slot.stand != nowhere &&
                              plan.stands[slot.stand].radiusM >= slot.by->spanM / 2;
-        const std::size_t stand =
-            atStand && isFree(slot.stand, from, to) ? slot.stand : freeStand(*slot.by, from, to);
+        const std::size_t stand = atStand && isFree(slot.stand, from, to, apartS)
+                                      ? slot.stand
+                                      : freeStand(*slot.by, from, to, apartS);
         if (stand == nowhere) {
             ++withoutStand;
             continue;

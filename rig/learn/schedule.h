@@ -57,8 +57,8 @@ class Schedule {
     const Operator& otherTypeOf(const Operator& by);
     void name(Slot& slot);
     Aircraft& aircraftOf(const Operator& by, double at);
-    bool isFree(std::size_t stand, double from, double to) const;
-    std::size_t freeStand(const Operator& by, double from, double to);
+    bool isFree(std::size_t stand, double from, double to, double apartS) const;
+    std::size_t freeStand(const Operator& by, double from, double to, double apartS);
     void makeSlots();
     void makeVisits();
 
@@ -72,6 +72,7 @@ class Schedule {
     std::deque<Operator> madeOperators; // an airline with a type that the tables do not give it
     std::vector<std::vector<std::pair<double, double>>> taken; // by stand
     std::vector<std::vector<std::size_t>> excludes;
+    std::vector<std::string> homes; // by stand: the airline that has it; "": nobody yet
 };
 
 } // namespace rig

@@ -16,17 +16,17 @@ namespace rig {
 
 namespace {
 
-const Operator& operatorFor(double radiusM, bool cargo, Dice& dice) {
-    constexpr double slackM = 14; // of the span
+const Operator* operatorFor(double radiusM, bool cargo, Dice& dice) {
+    constexpr double slackM = 14, room = 0.9; // of the span: none fills its stand to the last metre
     std::vector<const Operator*> fit, all;
     for (const auto* table : {cargo ? &freighters() : &airliners(), &businessJets()})
         for (const Operator& by : *table) {
-            if (*by.airline == 0 || by.spanM > 2 * radiusM) continue;
+            if (*by.airline == 0 || by.spanM > 2 * room * radiusM) continue;
             all.push_back(&by);
             if (by.spanM > 2 * radiusM - slackM) fit.push_back(&by);
         }
-    if (all.empty()) return businessJets().front();
-    return *dice.oneOf(fit.empty() ? all : fit);
+    if (all.empty()) return nullptr; // too small for any that flies by a callsign
+    return dice.oneOf(fit.empty() ? all : fit);
 }
 
 struct SeenInFeed {
@@ -67,13 +67,14 @@ void writeMadeLearnedFile(const std::filesystem::path& path, const StandTable& a
         if (row.heli) continue;
         for (int day = 1; day <= days; ++day)
             for (int hh = dice.below(3); hh < halfHours;) {
-                const Operator& by = operatorFor(row.radiusM, row.cargo, dice);
+                const Operator* by = operatorFor(row.radiusM, row.cargo, dice);
+                if (!by) break;
                 StandOption option;
-                option.airl = by.airline;
-                option.type = by.type;
+                option.airl = by->airline;
+                option.type = by->type;
                 option.reg = fmt::format("X-{:05}", ++number);
-                option.cs = fmt::format("{}{}", by.airline, 10000 + number % 9999);
-                if (dice.oneIn(2)) option.cs2 = fmt::format("{}{}A", by.airline, 10000 + number % 9999);
+                option.cs = fmt::format("{}{}", by->airline, 10000 + number % 9999);
+                if (dice.oneIn(2)) option.cs2 = fmt::format("{}{}A", by->airline, 10000 + number % 9999);
                 if (!seen.empty() && dice.oneIn(10)) {
                     const SeenInFeed& one = seen[dice.index(seen.size())];
                     (dice.oneIn(2) ? option.cs : option.cs2) = one.callsign;

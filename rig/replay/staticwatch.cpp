@@ -121,7 +121,7 @@ void StaticWatch::lookForOverlaps(double time, const World& world) {
         if (ac.onGround && isShown(ac, world)) bodies.push_back({ac.hexid, shape(ac)});
     // Only those that touch a static one: pairs of live aircraft are watched elsewhere.
     for (std::size_t i = 0; i < bodies.size(); ++i)
-        for (std::size_t j = 0; j < statics; ++j)
+        for (std::size_t j = 0; j < (i < statics ? bodies.size() : statics); ++j)
             if (i != j && crossesTouch(bodies[i].shape, bodies[j].shape)) {
                 near.push_back(bodies[i]);
                 break;
