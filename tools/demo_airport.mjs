@@ -12,7 +12,7 @@ import { fileURLToPath } from "node:url";
 const here = dirname(fileURLToPath(import.meta.url));
 const [folder = join(here, "..", "rig", "airports"), picture] = process.argv.slice(2);
 
-const airport = { icao: "KIAD", name: "Washington Dulles International Airport (approximate layout)", lat: 38.9445, lon: -77.4558, elevFt: 312, date: "2026-11-25" };
+const airport = { icao: "KIAD", name: "Washington Dulles (approximate)", lat: 38.9445, lon: -77.4558, elevFt: 312, date: "2026-11-25" };
 const origin = { lat: 38.9445, lon: -77.44787 }; // of the grid: half way between the two runways
 const bearing = 0.55;                            // degrees true, of the y axis
 const metersPerDegree = 111120;                  // one minute of arc is a nautical mile
