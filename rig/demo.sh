@@ -113,7 +113,7 @@ while [ $((SECONDS - started)) -lt "$seconds" ] && kill -0 "$program_pid" 2>/dev
 # What a person sees, and a summary.
 world="$place/world.json"
 curl -s "${map}world.json" -o "$world" || true
-browser=(chromium --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-background-networking
+browser=(chromium --no-sandbox --test-type --disable-gpu --disable-quic --no-first-run --disable-background-networking
     --disable-component-update --disable-sync --user-data-dir="$place/chromium")
 if [ "$virtual" = yes ]; then # both beside each other
     start browser.log "${browser[@]}" --window-position=895,30 --window-size=900,900 --app="$map"
