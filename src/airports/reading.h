@@ -104,6 +104,10 @@ bool lf_writeAirportFile(const AirportFile& file, const std::filesystem::path& p
                          const ParameterTexts& parameters);
 void lf_retrySaves(); // of learned files that could not be written; on whichever thread does the loader's work
 void lf_dropSaves();
+// What a scan generates: the text of the file, from any thread, and its writing, which flushes nothing. Hundreds are
+// written at once, and all can be made again.
+std::string lf_scannedFileText(const AirportFile& file);
+bool lf_writeScannedFile(const std::string& text, const std::filesystem::path& path); // logs
 // EHAM.xml becomes EHAM.0.xml, in the place of an older such file. False when it cannot be renamed.
 bool lf_setAside(const std::filesystem::path& path);
 

@@ -12,6 +12,7 @@
 #include "platform/files.h"
 
 #include <fmt/format.h>
+#include <sstream>
 #include <system_error>
 
 static constexpr int learnedKind = 0, scannedKind = 1;
@@ -103,9 +104,8 @@ static void lf_addStand(pugi::xml_node positions, const Stand& stand, const Airp
         if (option.index != 0) lf_addOption(element, option);
 }
 
-bool lf_writeAirportFile(const AirportFile& file, const std::filesystem::path& path, int kind,
-                         const ParameterTexts& parking) {
-    pugi::xml_document document;
+static void lf_build(pugi::xml_document& document, const AirportFile& file, int kind,
+                     const ParameterTexts& parking) {
     gf_writeMeta(document);
     pugi::xml_node parameters = document.append_child("parameters");
     lf_addHeader(parameters, file, kind);
@@ -113,6 +113,30 @@ bool lf_writeAirportFile(const AirportFile& file, const std::filesystem::path& p
         for (const auto& [name, value] : parking) lf_addParameter(parameters, name, value);
     pugi::xml_node positions = document.append_child("parkpositions");
     for (const Stand& stand : file.stands) lf_addStand(positions, stand, file, kind);
+}
+
+std::string lf_scannedFileText(const AirportFile& file) {
+    pugi::xml_document document;
+    lf_build(document, file, scannedKind, {});
+    std::ostringstream text;
+    document.save(text);
+    return text.str();
+}
+
+bool lf_writeScannedFile(const std::string& text, const std::filesystem::path& path) {
+    const bool saved = gf_writeFile(text, path, false);
+    std::error_code ignored;
+    if (!saved) std::filesystem::remove(path, ignored); // rather none than half of one
+    gf_logLine(
+        fmt::format(fmt::runtime(saved ? "\"{}\" saved" : "could not save to \"{}\""), plat::pathText(path)));
+    return saved;
+}
+
+bool lf_writeAirportFile(const AirportFile& file, const std::filesystem::path& path, int kind,
+                         const ParameterTexts& parking) {
+    if (kind == scannedKind) return lf_writeScannedFile(lf_scannedFileText(file), path);
+    pugi::xml_document document;
+    lf_build(document, file, kind, parking);
     return gf_saveXml(document, path);
 }
 

@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-struct AirportScan { // lives as long as the process; owner: airportscan; worker writes
+struct AirportScan {                 // lives as long as the process; owner: airportscan; worker writes
     Relaxed<bool> succeeded;         // the last scan has made a link or a file
     Relaxed<std::int32_t> tbloCount; // airports that wait in TBLO to be sent in; the window shows it
 };
@@ -32,9 +32,15 @@ void lf_countTblo(); // what lies there, for the window
 struct TbloEntry {
     std::string code, text;
 };
+struct GeneratedFile { // of an airport that is to become one
+    bool simaddon = false;
+    std::string code, text; // of the whole file
+    std::string line;       // for the scan log, once it is written
+};
 struct SceneryFindings : BglFindings {
     std::string pathText;
-    std::optional<TbloEntry> tblo; // of an airport that cannot be read
+    std::vector<GeneratedFile> generated; // in file order; the airports' own stands are gone
+    std::optional<TbloEntry> tblo;        // of an airport that cannot be read
 };
 
 struct KnownPublisher {
@@ -58,13 +64,14 @@ class SceneryIdentity {
 
 // ---- the search (search.cpp); worker and its pool ------------------------------------------------------------------
 bool lf_isExcludedPath(std::string_view pathText);
-SceneryFindings lf_decodeBgl(const std::filesystem::path& path, std::vector<std::uint32_t>& buffer); // throws nothing
+SceneryFindings lf_decodeBgl(const std::filesystem::path& path,
+                             std::vector<std::uint32_t>& buffer); // throws nothing
 
 // What the scan under way has found, in walk order.
 struct ScanResults {
     std::vector<std::string> log; // lines for the scan log
     struct Generated {
-        AirportFile file;
+        GeneratedFile file;
         std::size_t logPlace = 0; // its line
     };
     // To be written, by folder (simaddon or not) and code. One that comes again takes the place of the earlier one.
@@ -72,7 +79,7 @@ struct ScanResults {
 
     void lf_scanLog(std::string line) { log.push_back(std::move(line)); }
     void take(SceneryFindings&& found); // writes the links and the entries in TBLO
-    void toGenerate(AirportFile&& airport);
+    void toGenerate(GeneratedFile&& file);
     void writeGenerated(); // the rest, once all has been searched; nothing when a stop is under way
 };
 void lf_scanFolder(const std::filesystem::path& folder, ScanResults& results);

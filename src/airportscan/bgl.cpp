@@ -197,6 +197,9 @@ void AirportReader::lf_toParkingPositions(const Words& words, std::size_t at) {
     constexpr unsigned half = 16, airlineCodesShift = 24; // bits
     const std::uint32_t count = words.at(at + bgl::positionsAt - 1) >> half;
     at += bgl::positionsAt;
+    if (at < words.size()) // no room for more than there can be
+        file.stands.reserve(file.stands.size() +
+                            std::min<std::size_t>(count, (words.size() - at) / bgl::positionWords));
     for (std::uint32_t i = 0; i < count; ++i) {
         addPosition(words, at);
         at += bgl::positionWords + (words.at(at) >> airlineCodesShift);

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <system_error>
 
 static_assert(std::endian::native == std::endian::little, "words are taken as they lie in the file");
 
@@ -17,9 +16,11 @@ static char* lf_bytesOf(std::uint32_t* words) { return reinterpret_cast<char*>(w
 BglFile::BglFile(const std::filesystem::path& path) {
     in.rdbuf()->pubsetbuf(nullptr, 0); // what is read is read in one piece, and seldom more than the head
     in.open(path, std::ios::binary);
-    std::error_code failed;
-    size = std::filesystem::file_size(path, failed);
-    if (failed) size = 0;
+    // Of a folder or a device the end is nowhere, or far beyond what a file can have.
+    const std::streamoff end = in ? std::streamoff(in.seekg(0, std::ios::end).tellg()) : 0;
+    constexpr std::streamoff largest = std::streamoff(1) << 40; // bytes; offsets in the file have 32 bits
+    if (end > 0 && end < largest) size = static_cast<std::uint64_t>(end);
+    in.seekg(0);
 }
 
 bool BglFile::hasAirportSection() {

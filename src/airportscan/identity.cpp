@@ -59,7 +59,8 @@ static AirportIdentity lf_linkAsThirdparty(const std::string& publisher, const s
 }
 
 AirportIdentity SceneryIdentity::lf_identifyAirport(AirportFile& airport, std::vector<std::string>& lines) {
-    if (gf_stopping()) throw std::runtime_error("stopped"); // a file may hold more airports than a stop waits for
+    if (gf_stopping())
+        throw std::runtime_error("stopped"); // a file may hold more airports than a stop waits for
     if (!known) {
         known.emplace();
         known->result = gf_identifyPublisher(pathText, known->lines);
@@ -134,9 +135,9 @@ void SceneryIdentity::lf_notRecognised(SceneryFindings& findings) {
     const AirportFile& file = found.file;
     if (!found.identity.linked() && file.publisher != "simaddon") {
         const ManifestInfo info = manifest.value_or(known->result.manifest);
-        findings.tblo = TbloEntry{code, fmt::format("{}\n{} by {}, title: {} crea: {} manu: {}", pathText, code,
-                                                    file.publisher, info.title, info.creator,
-                                                    info.manufacturer)};
+        findings.tblo =
+            TbloEntry{code, fmt::format("{}\n{} by {}, title: {} crea: {} manu: {}", pathText, code,
+                                        file.publisher, info.title, info.creator, info.manufacturer)};
     }
     findings.airports.push_back(std::move(found));
 }

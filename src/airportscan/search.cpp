@@ -3,6 +3,7 @@
 
 #include "airportscan/airportscan.h"
 
+#include "airports/reading.h"
 #include "app/app.h"
 #include "app/folders.h"
 #include "app/folderwalk.h"
@@ -11,6 +12,7 @@
 #include "app/parameters.h"
 #include "app/textfiles.h"
 #include "platform/files.h"
+#include "platform/flush.h"
 
 #include <fmt/format.h>
 
@@ -48,6 +50,25 @@ static bool lf_isBglName(const std::string& name) {
 
 // ---- one file ----------------------------------------------------------------------------------------------------------
 
+// As a file: with its stands sorted, and without the user's own folders where they say nothing.
+static GeneratedFile lf_generateAirportFile(FoundAirport& found) {
+    AirportFile& airport = found.file;
+    const auto community = airport.bglPath.find("Community");
+    if (airport.publisher != "unknown" && community != std::string::npos) airport.bglPath.erase(0, community);
+    const auto count = airport.stands.size();
+    const auto helipads = std::count_if(airport.stands.begin(), airport.stands.end(),
+                                        [](const Stand& stand) { return stand.heli; });
+    std::sort(airport.stands.begin(), airport.stands.end(),
+              [](const Stand& a, const Stand& b) { return a.id < b.id; });
+    GeneratedFile file;
+    file.simaddon = airport.publisher == "simaddon";
+    file.code = airport.code;
+    file.text = lf_scannedFileText(airport);
+    file.line = fmt::format("Generated {}.xml: {} position{}", airport.code, count, count == 1 ? "" : "s");
+    if (helipads > 0) file.line += fmt::format(", of which {} helipad{}", helipads, helipads == 1 ? "" : "s");
+    return file;
+}
+
 static void lf_decodeWhole(BglFile& file, std::vector<std::uint32_t>& buffer, SceneryFindings& findings) {
     const auto words = file.read(buffer);
     if (!words) {
@@ -60,6 +81,11 @@ static void lf_decodeWhole(BglFile& file, std::vector<std::uint32_t>& buffer, Sc
                          }};
     static_cast<BglFindings&>(findings) = gf_decodeBgl(*words, findings.pathText, rules);
     if (findings.notRecognised) identity.lf_notRecognised(findings);
+    for (FoundAirport& airport : findings.airports)
+        if (airport.toGenerate) {
+            findings.generated.push_back(lf_generateAirportFile(airport));
+            airport.file.stands = {};
+        }
 }
 
 SceneryFindings lf_decodeBgl(const fs::path& path, std::vector<std::uint32_t>& buffer) {
@@ -95,24 +121,24 @@ static void lf_writeTbloEntry(const TbloEntry& entry, ScanResults& results) {
         results.lf_scanLog(fmt::format("{}could not write {}", alert, plat::pathText(path)));
 }
 
-void ScanResults::toGenerate(AirportFile&& airport) {
+void ScanResults::toGenerate(GeneratedFile&& file) {
     const std::size_t place = log.size();
     lf_scanLog({});
-    const bool simaddon = airport.publisher == "simaddon";
-    const auto [slot, isNew] = generated.try_emplace({simaddon, airport.code});
+    const auto [slot, isNew] = generated.try_emplace({file.simaddon, file.code});
     if (!isNew)
-        log[slot->second.logPlace] = fmt::format("{} comes again in a later file, which counts", airport.code);
-    slot->second = {std::move(airport), place};
+        log[slot->second.logPlace] = fmt::format("{} comes again in a later file, which counts", file.code);
+    slot->second = {std::move(file), place};
 }
 
 void ScanResults::take(SceneryFindings&& found) {
     auto line = found.lines.begin();
+    auto file = found.generated.begin();
     for (FoundAirport& airport : found.airports) {
         const auto end = found.lines.begin() + static_cast<std::ptrdiff_t>(airport.linesBefore);
         log.insert(log.end(), std::move_iterator(line), std::move_iterator(end));
         line = end;
         if (airport.identity.linked()) lf_writeLink(airport.file, airport.identity.link, *this);
-        if (airport.toGenerate) toGenerate(std::move(airport.file));
+        if (airport.toGenerate) toGenerate(std::move(*file++));
     }
     log.insert(log.end(), std::move_iterator(line), std::move_iterator(found.lines.end()));
     if (found.tblo) lf_writeTbloEntry(*found.tblo, *this);
@@ -121,33 +147,24 @@ void ScanResults::take(SceneryFindings&& found) {
                                found.pathText, found.failure));
 }
 
-static std::string lf_generateAirportFile(AirportFile& airport) {
-    constexpr int scannedKind = 1;
-    if (const auto at = airport.bglPath.find("Community"); airport.publisher != "unknown" && at != std::string::npos)
-        airport.bglPath.erase(0, at);
-    const auto& folder = airport.publisher == "simaddon" ? folders.mySimaddon : folders.myThirdparty;
-    const auto count = airport.stands.size();
-    const auto helipads = std::count_if(airport.stands.begin(), airport.stands.end(),
-                                        [](const Stand& stand) { return stand.heli; });
-    std::string line = fmt::format("Generated {}.xml: {} position{}", airport.code, count, count == 1 ? "" : "s");
-    if (helipads > 0) line += fmt::format(", of which {} helipad{}", helipads, helipads == 1 ? "" : "s");
-    std::sort(airport.stands.begin(), airport.stands.end(),
-              [](const Stand& a, const Stand& b) { return a.id < b.id; });
+static std::string lf_write(const GeneratedFile& file) {
+    const auto& folder = file.simaddon ? folders.mySimaddon : folders.myThirdparty;
     std::error_code failed; // shows in the writing
     fs::create_directories(folder, failed);
-    const fs::path path = folder / plat::textPath(airport.code + ".xml");
-    if (gf_writeAirportFile(airport, path, scannedKind))
-        airportScan.succeeded = true;
-    else
-        line += fmt::format("\n{}Generating {} did not succeed", alert, plat::pathText(path));
-    return line;
+    const fs::path path = folder / plat::textPath(file.code + ".xml");
+    if (!lf_writeScannedFile(file.text, path))
+        return file.line + fmt::format("\n{}Generating {} did not succeed", alert, plat::pathText(path));
+    airportScan.succeeded = true;
+    return file.line;
 }
 
 void ScanResults::writeGenerated() {
+    if (generated.empty()) return;
     for (auto& [key, one] : generated) {
         if (gf_stopping()) return;
-        log[one.logPlace] = lf_generateAirportFile(one.file);
+        log[one.logPlace] = lf_write(one.file);
     }
+    for (const auto& folder : {folders.mySimaddon, folders.myThirdparty}) plat::flushFilesOf(folder);
     generated.clear();
 }
 
@@ -184,7 +201,7 @@ static void lf_walkFolder(const fs::path& folder, ScanResults& results) {
     };
     walk.unreadable = [&](const fs::path& path, const std::error_code& error) {
         logInOrder(fmt::format("{} airports search in folder {} aborted because of iterator problem: {}",
-                                       alert, plat::pathText(path), error.message()));
+                               alert, plat::pathText(path), error.message()));
     };
     walk.tell = logInOrder;
     gf_walkFolder(folder, walk);

@@ -20,7 +20,8 @@
 
 namespace fs = std::filesystem;
 
-static constexpr const char* maintainers = "airports@velloray.example"; // whoever offers a build puts theirs here
+static constexpr const char* maintainers =
+    "airports@velloray.example"; // whoever offers a build puts theirs here
 
 static std::size_t lf_entryCount(const fs::path& folder) {
     std::error_code failed;
@@ -74,7 +75,8 @@ static bool lf_stockIsSuitable(const std::string& code) {
 }
 
 // "" when the file says enough about who made the airport.
-static std::string lf_publisherProblem(const fs::path& path, const pugi::xml_document& document, bool loaded) {
+static std::string lf_publisherProblem(const fs::path& path, const pugi::xml_document& document,
+                                       bool loaded) {
     constexpr std::size_t shortest = 4; // characters of a name that can be looked up
     if (!loaded) return fmt::format("\"{}\" not found", plat::pathText(path));
     const auto textOf = [&](const char* name) {
@@ -124,10 +126,12 @@ static std::vector<std::string> lf_thirdpartyCodes() {
     std::vector<std::string> codes;
     std::error_code failed;
     for (const plat::FolderEntry& entry : plat::readFolder(folders.myThirdparty, failed)) {
-        std::string stem = plat::pathText(entry.name.stem()), extension = plat::pathText(entry.name.extension());
+        std::string stem = plat::pathText(entry.name.stem()),
+                    extension = plat::pathText(entry.name.extension());
         for (char& c : extension)
             if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-        if (entry.isFile && extension == ".xml" && stem.size() == codeLength) codes.push_back(std::move(stem));
+        if (entry.isFile && extension == ".xml" && stem.size() == codeLength)
+            codes.push_back(std::move(stem));
     }
     std::sort(codes.begin(), codes.end());
     return codes;
