@@ -3,9 +3,9 @@
 #include "comma_locale.h"
 #include "window_fixture.h"
 
-#include "app/maincycle.h"
-
+#include <atomic>
 #include <functional>
+#include <thread>
 
 namespace {
 
@@ -132,6 +132,27 @@ TEST_F(OpenWindow, TheAutomaticRangeGivesBackTheUsersOwn) {
     EXPECT_EQ(box(LATERAL_RANGE), "25");
     EXPECT_EQ(app.rangeNm, 25);
     EXPECT_EQ(saved(LATERAL_RANGE), "25");
+}
+
+TEST_F(OpenWindow, TheUsersRangeOutlastsTheWorkerThatWorksOutAnother) {
+    gf_setAutoRange(false);
+    gf_setUserRange(25);
+    std::atomic<bool> done{false};
+    std::atomic<int> taken{0};
+    std::thread worker([&] {
+        for (; !done; ++taken) gf_takeAutoRange(100);
+    });
+    int lost = 0;
+    for (int i = 0; i < 2000 || taken < 2000; ++i) {
+        gf_setAutoRange(true);
+        gf_setAutoRange(false);
+        lost += LATERAL_RANGE.value != 25 || app.rangeNm != 25;
+    }
+    done = true;
+    worker.join();
+    EXPECT_EQ(lost, 0);
+    EXPECT_EQ(box(LATERAL_RANGE), "25");
+    EXPECT_FALSE(ticked(AUTO_RANGE));
 }
 
 // ---- a new run ---------------------------------------------------------------------------------------------------
