@@ -40,7 +40,7 @@ std::vector<SeenInFeed> namesOf(const std::vector<TimedLine>& feed) {
     for (const TimedLine& line : feed) {
         const auto fields = gf_splitAtCommas(line.line);
         if (fields.size() <= regField || fields[0] != "RTTFC" || fields[callsignField].size() < 4 ||
-            fields[callsignField] == "null")
+            fields[callsignField] == "null" || fields[callsignField].ends_with('_'))
             continue;
         regs[fields[callsignField]] = fields[regField] == "null" ? "" : fields[regField];
     }

@@ -50,16 +50,10 @@ static void lf_holdAt(auto& holders, std::string_view text, std::uint32_t standI
 }
 
 static void lf_listHolders(StaticWork& work) {
-    for (const std::string& callsign : work.snapshot) {
-        lf_holdElsewhere(work.flights, callsign);
-        lf_holdElsewhere(work.flights, std::string_view(callsign).substr(
-                                           0, callsign.size() - lf_isGhostCallsign(callsign)));
-    }
+    for (const std::string& callsign : work.snapshot) lf_holdElsewhere(work.flights, lf_flightOf(callsign));
     for (const LiveAc& ac : engine.live) {
         if (ac.st == SimState::removingFromSim || ac.eraseNow) continue;
-        lf_holdElsewhere(
-            work.flights,
-            std::string_view(ac.callsign).substr(0, ac.callsign.size() - lf_isGhostCallsign(ac.callsign)));
+        lf_holdElsewhere(work.flights, lf_flightOf(ac.callsign));
         lf_holdElsewhere(work.flights, ac.coupledCallsign);
         lf_holdElsewhere(work.regs, ac.regcode);
     }
@@ -158,8 +152,9 @@ static bool lf_isHeldFrom(const auto& holders, std::string_view text, std::uint3
 // The real aircraft, or one of its two flights, is in the feed, stands elsewhere or is about to be placed.
 static bool lf_isShownElsewhere(const StaticWork& work, const Stand& stand, const StandOption& option) {
     const auto standId = static_cast<std::uint32_t>(stand.seq);
-    return lf_isHeldFrom(work.flights, option.cs, standId) ||
-           lf_isHeldFrom(work.flights, option.cs2, standId) || lf_isHeldFrom(work.regs, option.reg, standId);
+    return lf_isHeldFrom(work.flights, lf_flightOf(option.cs), standId) ||
+           lf_isHeldFrom(work.flights, lf_flightOf(option.cs2), standId) ||
+           lf_isHeldFrom(work.regs, option.reg, standId);
 }
 
 static bool lf_isCallsignOf(const ParkedAc& ac, std::string_view flight) { // which bears a "*" behind it
@@ -183,8 +178,8 @@ static void lf_emit(StaticWork& work, Stand& stand, const OptionKey& key, std::i
                            ? lf_hasHour(key.hours, next.hh)
                            : lf_continuesAcross(work, stand, next.day, option.airl, option.type);
     }
-    lf_holdElsewhere(work.flights, option.cs);
-    lf_holdElsewhere(work.flights, option.cs2);
+    lf_holdElsewhere(work.flights, lf_flightOf(option.cs));
+    lf_holdElsewhere(work.flights, lf_flightOf(option.cs2));
     lf_holdElsewhere(work.regs, option.reg);
     work.found.push_back(std::move(made));
     lf_takeForCalculation(work, stand);

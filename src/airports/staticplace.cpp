@@ -64,8 +64,8 @@ static bool lf_isOutOfRange(const Stand& stand) {
 
 std::string lf_detcs(const StaticCandidate& candidate, std::uint32_t serial) {
     if (candidate.cs.empty()) return fmt::format("{}{}*", candidate.airl, serial);
-    std::string callsign = candidate.staysOn || candidate.cs2.empty() ? candidate.cs : candidate.cs2;
-    callsign.erase(callsign.find_last_not_of('_') + 1);
+    std::string callsign(
+        lf_flightOf(candidate.staysOn || candidate.cs2.empty() ? candidate.cs : candidate.cs2));
     if (callsign.empty()) {
         gf_logLine(fmt::format("{} callsign is empty..", "lf_detcs"));
         return {};
@@ -102,8 +102,8 @@ static ParkedAc lf_makeParkedAc(const StaticCandidate& candidate, const Stand& s
     ac.airline = candidate.airl;
     ac.acType = candidate.type;
     ac.callsign = lf_detcs(candidate, ac.hexid);
-    ac.firstCallsign = candidate.cs;
-    ac.coupledCallsign = candidate.cs2;
+    ac.firstCallsign = lf_flightOf(candidate.cs);
+    ac.coupledCallsign = lf_flightOf(candidate.cs2);
     ac.regcode = candidate.reg;
     ac.category = gf_modelCategory(ac.acType);
     ac.radiusNm = gf_halfWingspanNm(ac.acType);

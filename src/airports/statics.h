@@ -79,6 +79,10 @@ void lf_listKeys(StaticWork& work); // of all stands, and who is not to be shown
 void lf_takeForCalculation(StaticWork& work, Stand& stand); // its neighbours are blocked
 // Fills airports.staticQueue up to the target, which counts `existing` aircraft: real options, then soft ones.
 void lf_addStatics(StaticWork& work, std::int64_t target, std::size_t existing);
+// A flight without the mark that ghosts bear; a file from elsewhere may have it.
+inline std::string_view lf_flightOf(std::string_view callsign) {
+    return callsign.substr(0, callsign.find_last_not_of('_') + 1);
+}
 bool lf_matches(const OptionKey& key, WeekSlot slot); // in the half hour, on the day unless WEEK ignores it
 bool lf_continuesAcross(
     const StaticWork& work, const Stand& stand, std::int32_t day, std::string_view airl,

@@ -209,6 +209,8 @@ TEST_F(StaticParking, ShowsNobodyWhoIsInTheFeedOrStandsElsewhere) {
         {"", "PH-1", "GHO1", "", false},
         {"", "PH-PARK", "KLM1", "", false},
         {"", "PH-1", "PRK1", "", false},
+        {"", "PH-1", "PRK1_", "", false},
+        {"KLM1", "PH-1", "KLM1_", "", false},
         {"", "PH-1", "KLM1", "PRK1", false},
         {"", "PH-1", "PRK2", "", false},
     };
