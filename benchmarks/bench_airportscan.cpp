@@ -61,7 +61,8 @@ fs::path resultsPlace() {
 struct Packages {
     explicit Packages(int count)
         : path(fs::temp_directory_path() / fmt::format("velloray-bgl-{}-{}", count, getpid())) {
-        const std::string other = rig::bglFile({{0x25, 1, {std::string(fileBytes, '\x0B')}}, {0x2B, 1, {""}}});
+        const std::string other =
+            rig::bglFile({{0x25, 1, {std::string(fileBytes, '\x0B')}}, {0x2B, 1, {""}}});
         for (int i = 0; i < count; ++i) {
             const bool airport = i % oneInSo == 0;
             const fs::path folder = path / fmt::format("orbx-package-{}", i / oneInSo) / "scenery" / "world";
@@ -139,7 +140,8 @@ void scanAgainstReading(benchmark::State& state) {
         bestAll = std::min(bestAll, searched + wrote);
         std::size_t files = 0;
         for ([[maybe_unused]] const auto& entry : fs::directory_iterator(results)) ++files;
-        if (generated != static_cast<std::size_t>(linked ? 0 : airportCount) || files != static_cast<std::size_t>(airportCount))
+        if (generated != static_cast<std::size_t>(linked ? 0 : airportCount) ||
+            files != static_cast<std::size_t>(airportCount))
             state.SkipWithError("airports are missing");
     }
     const auto mean = [&](double sum) { return 1000 * sum / static_cast<double>(state.iterations()); };
@@ -152,14 +154,24 @@ void scanAgainstReading(benchmark::State& state) {
     state.counters["best_all_to_read"] = bestAll / bestRead;
     refData = RefData{};
 }
-BENCHMARK(scanAgainstReading)->ArgNames({"files", "linked"})->ArgsProduct({{300}, {1, 0}})->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(scanAgainstReading)
+    ->ArgNames({"files", "linked"})
+    ->ArgsProduct({{300}, {1, 0}})
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(5);
 
 } // namespace
 
 int main(int argc, char** argv) {
-    if (std::any_of(argv, argv + argc, [](const char* text) { return std::string(text).find("3000") != std::string::npos; }))
+    if (std::any_of(argv, argv + argc,
+                    [](const char* text) { return std::string(text).find("3000") != std::string::npos; }))
         benchmark::RegisterBenchmark("scanAgainstReading", scanAgainstReading)
-            ->ArgNames({"files", "linked"})->ArgsProduct({{3000}, {1, 0}})->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(30);
+            ->ArgNames({"files", "linked"})
+            ->ArgsProduct({{3000}, {1, 0}})
+            ->UseManualTime()
+            ->Unit(benchmark::kMillisecond)
+            ->Iterations(30);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;

@@ -43,18 +43,14 @@ template <class Found> class OrderedPool {
     OrderedPool& operator=(const OrderedPool&) = delete;
 
     void add(std::filesystem::path path) {
-        bool wake = false;
-        {
-            const LockGuard guard(lock);
-            jobs.push_back({std::move(path), std::nullopt});
-            wake = idle > 0;
-        }
-        if (wake) jobAdded.notify_one();
+        batch.push_back(std::move(path));
         ++added;
+        if (batch.size() == batchSize) handOver();
     }
 
     // The findings of the oldest files, as far as they are done; waits for the oldest. None when all have been taken.
     std::vector<Found> take() {
+        handOver();
         std::vector<Found> done;
         const LockGuard guard(lock);
         if (threads.empty() && !jobs.empty()) {
@@ -79,6 +75,17 @@ template <class Found> class OrderedPool {
         std::optional<Found> found;
     };
 
+    void handOver() {
+        bool wake = false;
+        {
+            const LockGuard guard(lock);
+            for (auto& path : batch) jobs.push_back({std::move(path), std::nullopt});
+            wake = idle > 0;
+        }
+        if (wake) jobAdded.notify_all();
+        batch.clear();
+    }
+
     void work() {
         const Work own = makeWork();
         const LockGuard guard(lock);
@@ -100,6 +107,8 @@ template <class Found> class OrderedPool {
     }
 
     static constexpr std::size_t capacity = 128; // files; enough that a slow one does not hold the walk up
+    static constexpr std::size_t batchSize =
+        16; // files; a thread that is woken for each waits longer than it works
     const std::function<Work()> makeWork;
     Lock lock;
     std::condition_variable_any jobAdded, oldestDone;
@@ -108,6 +117,7 @@ template <class Found> class OrderedPool {
     unsigned idle GUARDED_BY(lock) = 0;     // threads that wait for a job
     bool ending GUARDED_BY(lock) = false;
     bool takerWaits GUARDED_BY(lock) = false;
-    std::size_t added = 0, taken = 0; // of the adding thread
+    std::size_t added = 0, taken = 0;         // of the adding thread
+    std::vector<std::filesystem::path> batch; // of the adding thread: not handed over yet
     std::vector<std::thread> threads;
 };
