@@ -170,6 +170,8 @@ int runLearn(const std::vector<std::string>& arguments) {
 
     if (options.has("made")) {
         if (!options.has("save")) throw std::runtime_error("--made needs --save, its file");
+        AUTO_RANGE.value = false; // who looks at the airport wants to see who comes
+        LATERAL_RANGE.value = 30;
         writeMadeLearnedFile(std::filesystem::absolute(options.path("save")),
                              findReplayAirport(code, plans / (code + ".csv")),
                              static_cast<std::size_t>(options.integer("made", 0, 0, 500)), {},

@@ -276,7 +276,9 @@ class Living : public AirportsTest {
     void checkObjects() {
         constexpr int patience = 12; // seconds: creation, the wait after it, and the queue of removals
         std::map<std::uint32_t, int> now;
-        for (const auto& [id, object] : hub.world.objects) {
+        for (const auto& entry : hub.world.objects) {
+            const std::uint32_t id = entry.first;
+            const rig::SimObject& object = entry.second;
             if (!object.tailNumber.ends_with('*')) continue;
             const auto known = std::find_if(engine.parked.begin(), engine.parked.end(),
                                             [&](const ParkedAc& ac) { return ac.objectId == id; });
