@@ -210,7 +210,7 @@ comparable_rest() {
     sed -E '1,/^Waiting for MSFS/d; s/[0-9]+/#/g; s/(dropped:).*/\1/; $d' "$1" | grep -E "$link_lines" | sort -u
 }
 link_lines='^(MSFS|SimConnect|Waiting|RealTraffic|QNH Reader|Traffic Reader|model raw|Exiting|Matches|\*)'
-without_folders='y#\\#/#; s#(^|[" :=])([A-Za-z]:)?/[^":]*#\1FOLDER#g'
+without_folders='y#\\#/#; s#file://+([A-Za-z]:)?#file:/#g; s#(^|[" :=])([A-Za-z]:)?/[^":]*#\1FOLDER#g'
 parameter_names() { grep -oE 'name="[^"]*"' "$1"; }
 parameter() { sed -n "s/.*name=\"$2\" value=\"\([^\"]*\)\".*/\1/p" "$1"; }
 
