@@ -139,6 +139,7 @@ bool lf_cycleStep() {
 }
 
 void lf_beginCycle() {
+    lf_serveRequests(); // what was asked for while the run waited, the destination among it
     lf_parkingStep(true);
     lf_readerWatch();
     app.secondCount = 0;

@@ -196,7 +196,6 @@ static void runToItsEnd() {
     plat::setEnabled(RE_READ.control.controlId, true);
     plat::setEnabled(DESTINATION.control.controlId, true);
     if (const auto destination = gf_findAirport(DESTINATION.value())) lf_newDestination(*destination);
-    if (app.destinationRequest.take()) lf_serveDestination(); // the first parking step is to know of it
     plat::setTopMost(ALWAYS_ON_TOP.value);
     if (AUTO_RANGE) {
         lf_autoRange();

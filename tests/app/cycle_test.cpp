@@ -125,6 +125,16 @@ TEST_F(CycleTest, AQuietSystemPaintsNothing) {
     EXPECT_TRUE(plat::headless::takeInvalid().empty());
 }
 
+TEST_F(CycleTest, WhatWasAskedForBeforeTheCycleIsServedBeforeItsFirstStep) {
+    airportsLife.directory = {{"EDDF", "FRA", 50, 8.5, 364}, {"EHAM", "AMS", 52.3, 4.76, -11}};
+    airports.parkAirports = {{"EDDF", "", 50, 8.5, 0}, {"EHAM", "", 52.3, 4.76, 0}};
+    placeUser(50, 8.5);
+    lf_newDestination(*gf_findAirport("EHAM"));
+    lf_beginCycle();
+    EXPECT_EQ(airports.parkAirports.front().code, "EHAM");
+    EXPECT_FALSE(app.destinationRequest);
+}
+
 TEST_F(CycleTest, APausedCycleServesEachRequestOfTheWindow) {
     std::filesystem::create_directories(folders.myThirdparty);
     lf_beginCycle();
