@@ -8,34 +8,12 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 wanted_aircraft=10 flight_seconds=120
 place=$(mktemp -d)
 there="$place/root"
-pids=()
-finish() {
-    local code=$?
-    trap - EXIT INT TERM
-    [ "$code" -eq 0 ] || tail -n 20 "$place"/*.log "$there/opt/Velloray/Log.txt" >&2 2>/dev/null || true
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    wait 2>/dev/null || true
-    rm -rf "$place"
-    exit "$code"
+. "$root/rig/script.sh"
+on_end() { # CODE
+    [ "$1" -eq 0 ] || tail -n 20 "$place"/*.log "$there/opt/Velloray/Log.txt" >&2 2>/dev/null || true
 }
-trap finish EXIT
-trap 'exit 130' INT TERM
+after_end() { rm -rf "$place"; }
 fail() { echo "check-linux: $1" >&2 && exit 1; }
-ok() { echo "ok   $1"; }
-wait_for() { # SECONDS COMMAND...
-    local end=$((SECONDS + $1))
-    shift
-    until "$@" >/dev/null 2>&1; do
-        [ "$SECONDS" -lt "$end" ] || return 1
-        sleep 0.1
-    done
-}
-start() { # LOG COMMAND...
-    local log=$1
-    shift
-    "$@" >"$place/$log" 2>&1 &
-    pids+=($!)
-}
 
 archives=("$build"/velloray-*-linux.tar.gz)
 [ ${#archives[@]} -eq 1 ] && [ -f "${archives[0]}" ] || fail "not one package in $build"
@@ -68,10 +46,7 @@ missing=$(inside "cd /opt/Velloray && LD_LIBRARY_PATH=/opt/Velloray/lib:/usr/lib
 ok "all libraries are in the package or part of a desktop"
 
 # ---- simulator, RealTraffic, a screen ---------------------------------------------------------------------------
-start xvfb.log Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$place/display"
-wait_for 20 test -s "$place/display" || fail "no virtual screen"
-DISPLAY=":$(cat "$place/display")"
-export DISPLAY
+virtual_screen "$place" 1280x800 || fail "no virtual screen"
 home="$there/home/user"
 XDG_CONFIG_HOME="$home/.config" "$build/rig" fleet "$home" --liveries 300 --tables "$root/rig/refdata/tables" >"$place/fleet.log"
 mkdir -p "$home/.config" "$home/.local/share"
@@ -81,12 +56,12 @@ mkdir -p "$home/.config" "$home/.local/share"
 mkdir -p "$home/.config/InsideSystems" "$home/.config/Velloray"
 touch "$home/.config/InsideSystems/RealTraffic.jar"
 printf '<parameters>\n  <parameter name="AUTO_RANGE" value="false"/>\n</parameters>\n' >"$home/.config/Velloray/parameters.xml"
-start simulator.log stdbuf -oL "$build/rig" simulator --port 0 --http 0 --ready-file "$place/ready" \
+start "$place/simulator.log" stdbuf -oL "$build/rig" simulator --port 0 --http 0 --ready-file "$place/ready" \
     --user 38.9526,-77.4513,312,180,ground --stands "$root/rig/airports/KIAD.csv" --titles "$home/titles.txt" --utc "$(date +%s)"
 wait_for 20 test -s "$place/ready" || fail "the stand-in simulator does not start"
 map=$(sed -n 's/^map on //p' "$place/simulator.log")
 printf '[SimConnect]\nProtocol=IPv4\nAddress=127.0.0.1\nPort=%s\n' "$(sed 's/.*://' "$place/ready")" >"$there/opt/Velloray/SimConnect.cfg"
-start feed.log "$build/rig" feed --generate KIAD --movements 120 --flights 60 --minutes 30 --from 10 --control 10747
+start "$place/feed.log" "$build/rig" feed --generate KIAD --movements 120 --flights 60 --minutes 30 --from 10 --control 10747
 
 # ---- the program -------------------------------------------------------------------------------------------------
 log="$there/opt/Velloray/Log.txt"
@@ -101,8 +76,7 @@ enough() { [ "$(aircraft)" -gt "$wanted_aircraft" ]; } # one is the user's
 wait_for "$flight_seconds" enough || fail "there are only $(aircraft) aircraft after $flight_seconds seconds"
 ok "more than $wanted_aircraft aircraft $(((($(date +%s%N) - begun)) / 1000000000)) s after the start"
 kill -TERM "$program"
-ended() { ! kill -0 "$program" 2>/dev/null; }
-wait_for 20 ended || fail "it does not end"
+wait_for 20 ended "$program" || fail "it does not end"
 grep -q 'Exiting: USER CLOSED SIM' "$log" || fail "the log does not tell of an end in order"
 [ -f "$there/opt/Velloray/docs/manual.html" ] || fail "no manual"
 ok "it ends in order"

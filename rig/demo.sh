@@ -26,40 +26,15 @@ cp -r "$root/install/." "$program/"
 cp "$build/velloray" "$program/"
 export XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data"
 
-pids=()
-finish() {
-    trap - EXIT INT TERM
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    wait 2>/dev/null || true
-    rm -rf "$home"
-}
-trap finish EXIT
-trap 'exit 130' INT TERM
-
-start() { # LOG COMMAND...
-    local log=$1
-    shift
-    "$@" >"$place/$log" 2>&1 &
-    pids+=($!)
-}
-wait_for() { # SECONDS COMMAND...
-    local left=$(($1 * 10))
-    shift
-    until "$@" 2>/dev/null; do
-        [ $((left--)) -gt 0 ] || return 1
-        sleep 0.1
-    done
-}
+. "$root/rig/script.sh"
+after_end() { rm -rf "$home"; }
 
 # A screen: the user's, or a virtual one.
 virtual=no
 if [ -z "${DISPLAY:-}" ]; then
     virtual=yes
-    Xvfb -displayfd 3 -screen 0 1800x960x24 -nolisten tcp 3>"$place/display" 2>"$place/xvfb.log" &
-    pids+=($!)
-    wait_for 10 test -s "$place/display" || { echo "demo: no virtual screen" >&2 && exit 1; }
-    export DISPLAY=":$(cat "$place/display")"
-    start openbox.log openbox --sm-disable
+    virtual_screen "$place" 1800x960 || { echo "demo: no virtual screen" >&2 && exit 1; }
+    start "$place/openbox.log" openbox --sm-disable
 fi
 
 # The installation: a simulator with livery packages that the program scans, and RealTraffic on this computer.
@@ -77,7 +52,7 @@ cat >"$XDG_CONFIG_HOME/Velloray/parameters.xml" <<'XML'
 XML
 
 # The simulator, and how the program finds it.
-start simulator.log stdbuf -oL "$build/rig" simulator --edition 2020 --port 0 --http 0 --ready-file "$place/ready" \
+start "$place/simulator.log" stdbuf -oL "$build/rig" simulator --edition 2020 --port 0 --http 0 --ready-file "$place/ready" \
     --user 38.9526,-77.4513,312,180,ground --stands "$root/rig/airports/KIAD.csv" --titles "$home/titles.txt" \
     --utc "$(date +%s)" --journal "$place/journal"
 wait_for 10 test -s "$place/ready" || { echo "demo: the simulator does not start" >&2 && exit 1; }
@@ -93,7 +68,7 @@ mkdir -p "$program/airports/learned/stock"
 (cd "$program" && exec ./velloray) >"$place/program.log" 2>&1 &
 program_pid=$!
 pids+=("$program_pid")
-start feed.log "$build/rig" feed --generate KIAD --movements 120 --flights 120 --minutes 90 --from 10 --seed 1 --control 10747
+start "$place/feed.log" "$build/rig" feed --generate KIAD --movements 120 --flights 120 --minutes 90 --from 10 --seed 1 --control 10747
 started=$SECONDS
 echo "The map of the simulator's world: $map"
 if [ "$virtual" = yes ]; then
@@ -116,7 +91,7 @@ curl -s "${map}world.json" -o "$world" || true
 browser=(chromium --no-sandbox --test-type --disable-gpu --disable-quic --no-first-run --disable-background-networking
     --disable-component-update --disable-sync --user-data-dir="$place/chromium")
 if [ "$virtual" = yes ]; then # both beside each other
-    start browser.log "${browser[@]}" --window-position=895,30 --window-size=900,900 --app="$map"
+    start "$place/browser.log" "${browser[@]}" --window-position=895,30 --window-size=900,900 --app="$map"
     browser_pid=$!
     wait_for 20 xdotool search --onlyvisible --class chromium >/dev/null || true
     sleep 4
@@ -144,7 +119,7 @@ echo "After $seconds seconds there are $total aircraft in the simulator; $flying
 objects | sed -n 's/.*"tail":"\([^"]*\)".*"title":"\([^"]*\)".*/\1  \2/p' | sort | head -n 60 | column -c 120 || true
 xdotool windowclose "$window" 2>/dev/null || true
 kill -TERM "$program_pid" 2>/dev/null || true
-wait_for 20 sh -c "! kill -0 $program_pid" || echo "The program did not end within 20 seconds."
+wait_for 20 ended "$program_pid" || echo "The program did not end within 20 seconds."
 echo "Pictures and logs: build/demo/screen.png (on a virtual screen), build/demo/window.png, build/demo/map.png, build/demo/ground.png, build/demo/program folder/Log.txt"
 
 if [ "$check" = yes ]; then

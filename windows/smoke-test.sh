@@ -19,39 +19,18 @@ rm -rf "$place"
 mkdir -p "$place"
 outside=$(mktemp -d) # for this system's program: a scan passes over long paths
 
-pids=()
-finish() {
-    local code=$?
-    trap - EXIT INT TERM
-    [ "$code" -eq 0 ] || for log in "$place"/*/{program,feed}.log "${native_program:-}/Log.txt" "${wine_program:-}/Log.txt"; do
+. "$root/rig/script.sh"
+on_end() { # CODE
+    [ "$1" -eq 0 ] || for log in "$place"/*/{program,feed}.log "${native_program:-}/Log.txt" "${wine_program:-}/Log.txt"; do
         [ ! -f "$log" ] || { echo "-- $log" && tail -n 15 "$log"; } >&2
     done
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+}
+after_end() {
     [ -z "${WINEPREFIX:-}" ] || stop_wine
     rm -rf "$outside"
-    wait 2>/dev/null || true
-    exit "$code"
 }
-trap finish EXIT
-trap 'exit 130' INT TERM
-
 fail() { echo "smoke-test: ${pass:+$pass: }$1" >&2 && exit 1; }
 ok() { echo "ok   ${pass:+$pass: }$1"; }
-wait_for() { # SECONDS COMMAND...
-    local end=$((SECONDS + $1))
-    shift
-    until "$@" >/dev/null 2>&1; do
-        [ "$SECONDS" -lt "$end" ] || return 1
-        sleep 0.2
-    done
-}
-start() { # LOG COMMAND...      its process is $!
-    local log=$1
-    shift
-    "$@" >"$log" 2>&1 &
-    pids+=($!)
-}
-ended() { ! kill -0 "$1" 2>/dev/null; }
 code=0
 reap() { # PID      of a child that has ended; sets code
     code=0
@@ -59,10 +38,7 @@ reap() { # PID      of a child that has ended; sets code
 }
 
 # ---- a screen, and the Windows user -----------------------------------------------------------------------------
-start "$place/xvfb.log" Xvfb -displayfd 3 -screen 0 1400x900x24 -nolisten tcp 3>"$place/display"
-wait_for 20 test -s "$place/display" || fail "no virtual screen"
-DISPLAY=":$(cat "$place/display")"
-export DISPLAY
+virtual_screen "$place" 1400x900 || fail "no virtual screen"
 start "$place/openbox.log" openbox --sm-disable
 
 make_wine_prefix "$windows/wine-smoke"

@@ -16,47 +16,23 @@ closing_ms=2000
 rm -rf "${out:?}"/*
 outside=$(mktemp -d) # a scan passes over long paths
 program=$outside/program
-pids=()
-finish() {
-    local code=$?
-    trap - EXIT INT TERM
-    [ "$code" -eq 0 ] || tail -n 15 "$program/Log.txt" >&2 || true
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+. "$root/rig/script.sh"
+on_end() { # CODE
+    [ "$1" -eq 0 ] || tail -n 15 "$program/Log.txt" >&2 || true
+}
+after_end() {
     [ -z "$windows" ] || stop_wine
     rm -rf "$outside"
-    wait 2>/dev/null || true
-    exit "$code"
 }
-trap finish EXIT
-trap 'exit 130' INT TERM
 fail() { shot failed && echo "session: $1" >&2 && exit 1; }
-ok() { echo "ok   $1"; }
-wait_for() { # SECONDS COMMAND...
-    local end=$((SECONDS + $1))
-    shift
-    until "$@" >/dev/null 2>&1; do
-        [ "$SECONDS" -lt "$end" ] || return 1
-        sleep 0.1
-    done
-}
-start() { # LOG COMMAND...      its process is $!
-    local log=$1
-    shift
-    "$@" >"$out/$log" 2>&1 &
-    pids+=($!)
-}
-ended() { ! kill -0 "$1" 2>/dev/null; }
 stop() {
     kill "$@" 2>/dev/null || true
     wait "$@" 2>/dev/null || true
 }
 
 # ---- a screen, an installation, the program ---------------------------------------------------------------------
-start xvfb.log Xvfb ${SESSION_DISPLAY:-} -displayfd 3 -screen 0 1400x900x24 -nolisten tcp 3>"$out/display"
-wait_for 20 test -s "$out/display" || { echo "session: no virtual screen" >&2 && exit 1; }
-DISPLAY=":$(cat "$out/display")"
-export DISPLAY
-start openbox.log openbox --sm-disable
+virtual_screen "$out" 1400x900 ${SESSION_DISPLAY:-} || { echo "session: no virtual screen" >&2 && exit 1; }
+start "$out/openbox.log" openbox --sm-disable
 
 "$native/rig" fleet "$outside/home" --liveries 400 --tables "$root/rig/refdata/tables" >"$out/fleet.log"
 packages=$(find "$outside/home" -type d -name Community | head -n 1)
@@ -104,13 +80,13 @@ one_window() {
     [ "$(wc -l <<<"$window")" -eq 1 ] && [ -n "$window" ]
 }
 run() {
-    start program.log run_program
+    start "$out/program.log" run_program
     program_pid=$!
     wait_for "$patience" one_window || fail "no window"
     sleep 1 # the manager places it
 }
 start_simulator() {
-    start simulator.log stdbuf -oL "$native/rig" simulator --edition 2020 --port "${sim_port:-0}" --http 0 \
+    start "$out/simulator.log" stdbuf -oL "$native/rig" simulator --edition 2020 --port "${sim_port:-0}" --http 0 \
         --ready-file "$out/ready" --user 38.9526,-77.4513,312,180,ground --titles "$outside/home/titles.txt" \
         --stands "$root/rig/airports/KIAD.csv" --utc "$(date +%s)" --journal "$out/journal" "$@"
     sim_pid=$!
@@ -120,7 +96,7 @@ start_simulator() {
     printf '[SimConnect]\nProtocol=IPv4\nAddress=127.0.0.1\nPort=%s\n' "$sim_port" >"$program/SimConnect.cfg"
 }
 start_feed() {
-    start feed.log "$native/rig" feed --generate KIAD --movements 120 --flights 120 --minutes 90 --from 10 --seed 1 --control 10747
+    start "$out/feed.log" "$native/rig" feed --generate KIAD --movements 120 --flights 120 --minutes 90 --from 10 --seed 1 --control 10747
     feed_pid=$!
 }
 
