@@ -103,6 +103,12 @@ static void closeRun() {
 
 static void closingFailed(const char* text) {
     showAndLog(fmt::format("{} exception {}", "lf_closingDown", text));
+    try { // what was learned is kept whatever happens
+        lf_giveUpParkAirport();
+        lf_endLoader();
+    } catch (const std::exception& e) {
+        gf_logRaw(e.what());
+    }
     gf_stopSimThread(false); // the end of the process joins it
     gf_stopReaders();
     lf_noteClosingFailed();
