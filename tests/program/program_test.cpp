@@ -6,6 +6,7 @@
 #include "app/version.h"
 #include "feed/controlclient.h"
 #include "feed/feed.h"
+#include "fleet/bgl.h"
 #include "platform/clock.h"
 #include "platform/sockets.h"
 #include "refdata/refdata.h"
@@ -227,8 +228,15 @@ TEST(Program, FliesAnAircraftFromItsLinesAndEndsWithTheSimulator) {
 
 TEST(Program, WaitsForTheSimulatorAloneAndEndsWhenAsked) {
     Program program;
+    rig::BglAirport airport; // of a scenery, which the start sequence scans
+    airport.positions = {{}};
+    const auto package = test::installSimulator() / "Community" / "mine";
+    fs::create_directories(package);
+    test::writeFile(package / "x.bgl", rig::bglFile({{3, 1, {rig::bglAirport(airport)}}}));
     program.run();
     ASSERT_TRUE(within(10, [] { return Program::logged("Waiting for MSFS 2020 ..."); }));
+    EXPECT_TRUE(Program::logged("Airports scan successful"));
+    EXPECT_TRUE(fs::exists(fs::path("airports") / "my_thirdparty" / (airport.ident + ".xml")));
     const std::string log = test::readFile("Log.txt");
 
     const pid_t second = program.start(); // a second one leaves without touching the log
