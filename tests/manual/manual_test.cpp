@@ -67,7 +67,8 @@ TEST(Manual, TellsOfEveryControl) {
 // Each number with which the sources raise an error for the user.
 TEST(Manual, TellsOfEveryNumberedError) {
     std::set<std::string> numbers;
-    const std::regex raised("UserErrorException\\(\\s*([A-Za-z0-9]+)\\s*,"), constant("([A-Za-z]+) = ([0-9]+)");
+    const std::regex raised("UserErrorException\\(\\s*([A-Za-z0-9]+)\\s*,"),
+        constant("([A-Za-z]+) = ([0-9]+)");
     for (const auto& entry : fs::recursive_directory_iterator(rig::sourceFolder() / "src")) {
         if (entry.path().extension() != ".cpp") continue;
         const std::string source = test::readFile(entry.path());
