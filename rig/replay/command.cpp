@@ -3,6 +3,7 @@
 #include "app/app.h"
 #include "app/folders.h"
 #include "app/maincycle.h"
+#include "app/parameters.h"
 #include "engine/engine.h"
 #include "feed/feed.h"
 #include "feed/generator.h"
@@ -48,6 +49,9 @@ const char* const help =
     "  --fleet N            liveries of the installation that the program scans (default 2000)\n"
     "  --liveries FILE      a LiveriesScanned.xml instead\n"
     "  --statics N          a made learned file of the airport, so that N static aircraft are wanted\n"
+    "  --keep-clear         static aircraft leave before a live one that taxies touches them; as the user "
+    "may "
+    "choose\n"
     "  --seed S             of all chance (default 1)\n"
     "  --fps F              frames per second of the simulator (default 30)\n"
     "  --out DIR            report.json, tracks.svg, ground.svg, profiles.svg and the program's Log.txt\n"
@@ -208,7 +212,7 @@ int runReplay(const std::vector<std::string>& arguments) {
                           {"generate", "flights", "movements", "airport", "user", "minutes", "range",
                            "liveries", "fleet", "statics", "seed", "slope", "fps", "out", "stands",
                            "aircraft"},
-                          {"help", "clean"});
+                          {"help", "clean", "keep-clear"});
     if (options.has("help")) {
         std::fputs(help, stdout);
         return 0;
@@ -262,6 +266,7 @@ int runReplay(const std::vector<std::string>& arguments) {
     ground.startFeedTime = stageOptions.startUtc;
     Decisions decisions;
     SheetLog sheets(options.all("aircraft"));
+    COLLISION_LIVE_PARKED_GND.value = options.has("keep-clear");
     if (options.has("statics")) {
         if (airport.stands.empty()) throw std::runtime_error("--statics needs --airport, with stands");
         writeMadeLearnedFile(folders.learnedStock / (airport.code + ".xml"), airport,

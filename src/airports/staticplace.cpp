@@ -41,6 +41,15 @@ static bool lf_isTakenByLive(const Stand& stand, const StaticCandidate& candidat
     return false;
 }
 
+// One that taxies or waits there, wherever it belongs.
+static bool lf_touchesLive(const Stand& stand, const StaticCandidate& candidate) {
+    const double radius = gf_halfWingspanNm(candidate.type);
+    return std::any_of(engine.live.begin(), engine.live.end(), [&](const LiveAc& ac) {
+        return ac.onGround && ac.st == SimState::active &&
+               lf_isWithin(ac.lat, ac.lon, stand.lat, stand.lon, ac.radiusNm + radius);
+    });
+}
+
 static bool lf_isTakenByStatic(const Stand& stand, const StaticCandidate& candidate) {
     for (const ParkedAc& ac : engine.parked) {
         const bool here = ac.standId == static_cast<std::uint32_t>(stand.seq);
@@ -137,7 +146,9 @@ void lf_placeNextStatic() {
     const Stand* stand = gf_standBySeq(static_cast<std::uint32_t>(candidate.standSeq));
     if (!stand) return gf_logLine(fmt::format("stand with id {} not found", candidate.standSeq));
     if (lf_isOutOfRange(*stand)) return;
-    if (lf_isTakenByLive(*stand, candidate) || lf_isTakenByStatic(*stand, candidate)) return;
+    if (lf_isTakenByLive(*stand, candidate) || lf_touchesLive(*stand, candidate) ||
+        lf_isTakenByStatic(*stand, candidate))
+        return;
     ParkedAc ac = lf_makeParkedAc(candidate, *stand);
     // What has changed while it waited: a category that was switched off, an aircraft that has come by itself.
     if (ac.callsign.empty() || !lf_isNameFree(ac.callsign) || !lf_categoryOn(ac.category) ||

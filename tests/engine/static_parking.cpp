@@ -297,7 +297,8 @@ TEST_F(StaticParking, NothingIsPlacedWhereALiveAircraftStandsOrWhatTheUserHasSwi
     Stand& a = stand("A", 0, 0, 0, 18);
     Stand& b = stand("B", 0, 30, 0, 18);
     option(a, "D-AIZA", "DLH1", "", 3, {20});
-    LiveAc& ac = active(hex, 77, fieldLat, fieldLon, 0);
+    LiveAc& ac = active(hex, 77, fieldLat + 0.01, fieldLon, 0);
+    ac.onGround = true;
     for (const FlightState fs : {FlightState::parked, FlightState::parking, FlightState::taxi})
         for (Stand* s : {&a, &b}) {
             lf_calculateStatics();
@@ -308,6 +309,10 @@ TEST_F(StaticParking, NothingIsPlacedWhereALiveAircraftStandsOrWhatTheUserHasSwi
             EXPECT_EQ(engine.parked.size(), fs == FlightState::taxi ? 1u : 0u);
             engine.parked.clear();
         }
+    ac.lat = a.lat; // it waits there on its way to somewhere else
+    lf_calculateStatics();
+    lf_placeNextStatic();
+    EXPECT_TRUE(engine.parked.empty());
     engine.live.clear();
     a.options[0].type = "C172";
     LIGHT_AIRCRAFT.value = false;
