@@ -30,7 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     sim = SimLinkRun{};
     lf_presizeSimQueues();
     // A creation under way and an object not yet seen, so that answers find something.
-    sim.pending.push_back({77, 10001, "DLH4AB", clock.now});
+    sim.pending.push_back({77, 10001, false, "DLH4AB", clock.now});
     sim.newObjects = {17};
     simconnect::setOpener([](DWORD) { return std::make_unique<Stub>(); });
     lf_openSession();
