@@ -10,50 +10,29 @@ out=$(cd "$3" && pwd)
 root=$(cd "$(dirname "$0")/../.." && pwd)
 rm -rf "${out:?}"/*
 outside=$(mktemp -d)
-pids=()
-finish() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    wait 2>/dev/null || true
-    rm -rf "$outside"
-}
-trap finish EXIT
-start() { # LOG COMMAND...
-    local log=$1
-    shift
-    "$@" >"$out/$log" 2>&1 &
-    pids+=($!)
-}
-wait_for() { # SECONDS COMMAND...
-    local end=$((SECONDS + $1))
-    shift
-    until "$@" >/dev/null 2>&1; do
-        [ "$SECONDS" -lt "$end" ] || { echo "toggle: in vain: $*" >&2 && exit 1; }
-        sleep 0.2
-    done
-}
-start xvfb.log Xvfb ${SESSION_DISPLAY:-} -displayfd 3 -screen 0 1400x900x24 -nolisten tcp 3>"$out/display"
-wait_for 20 test -s "$out/display"
-DISPLAY=":$(cat "$out/display")"
-export DISPLAY
-start openbox.log openbox --sm-disable
+. "$root/rig/script.sh"
+after_end() { rm -rf "$outside"; }
+wait_or_fail() { wait_for "$@" || { echo "toggle: in vain: ${*:2}" >&2 && exit 1; }; }
+virtual_screen "$out" 1400x900 ${SESSION_DISPLAY:-} || { echo "toggle: no virtual screen" >&2 && exit 1; }
+start "$out/openbox.log" openbox --sm-disable
 export XDG_CONFIG_HOME=$outside/config XDG_DATA_HOME=$outside/data
 "$rig" fleet "$outside" --tables "$root/rig/refdata/tables" --liveries 400 >"$out/fleet.log"
 mkdir -p "$outside/program" "$XDG_CONFIG_HOME/InsideSystems" "$XDG_CONFIG_HOME/Velloray"
 touch "$XDG_CONFIG_HOME/InsideSystems/RealTraffic.jar"
 cp -r "$root/install/." "$outside/program/"
-start simulator.log stdbuf -oL "$rig" simulator --edition 2020 --port 0 --http 0 --ready-file "$out/ready" \
+start "$out/simulator.log" stdbuf -oL "$rig" simulator --edition 2020 --port 0 --http 0 --ready-file "$out/ready" \
     --user 38.9526,-77.4513,312,180,ground --titles "$outside/titles.txt" --stands "$root/rig/airports/KIAD.csv" --utc "$(date +%s)"
-wait_for 20 test -s "$out/ready"
+wait_or_fail 20 test -s "$out/ready"
 map=$(sed -n 's/^map on //p' "$out/simulator.log")
 printf '[SimConnect]\nProtocol=IPv4\nAddress=127.0.0.1\nPort=%s\n' "$(sed 's/.*://' "$out/ready")" >"$outside/program/SimConnect.cfg"
 cd "$outside/program"
 TSAN_OPTIONS="halt_on_error=0 exitcode=0 ${TSAN_OPTIONS:-}" "$program" >"$out/program.log" 2>&1 &
 pid=$!
 pids+=("$pid")
-start feed.log "$rig" feed --generate KIAD --movements 120 --flights 120 --minutes 90 --from 10 --seed 1 --control 10747
+start "$out/feed.log" "$rig" feed --generate KIAD --movements 120 --flights 120 --minutes 90 --from 10 --seed 1 --control 10747
 in_simulator() { curl -sf --max-time 5 "${map}world.json" | sed 's/{"age_s":/\n&/g' | grep -c '"released":true' || true; }
 some_fly() { [ "$(in_simulator)" -gt 0 ]; }
-wait_for 240 some_fly
+wait_or_fail 240 some_fly
 window=$(xdotool search --onlyvisible --name '^Velloray$')
 
 # Place and kind of each control: c a check box, b a button, e an edit box. The first three, which may end the run, are
