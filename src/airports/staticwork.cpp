@@ -121,6 +121,7 @@ void lf_calculateStatics() {
         queue.resize(static_cast<std::size_t>(std::max(wanted, 0)));
     if (queue.empty()) {
         gf_logLine("no parking positions found");
+        gf_clearMessage(); // that of the beginning
         return lf_endStaticWork();
     }
     const double n = static_cast<double>(airports.file.stands.size());
