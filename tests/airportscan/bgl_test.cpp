@@ -120,7 +120,8 @@ TEST(Bgl, NamesTypesAndNumbersOfPositions) {
         types.positions.back().type = type;
     }
     std::string flags;
-    for (const Stand& s : decodeAirport(types).airports.at(0).file.stands)
+    const BglFindings findings = decodeAirport(types);
+    for (const Stand& s : findings.airports.at(0).file.stands)
         flags += fmt::format("{}{}{} ", s.id, s.ramp ? "r" : "", s.cargo ? "c" : "");
     EXPECT_EQ(flags, "g1r g2r g3r g4r g5rc g6r g7r g8 g9 g10 g11 g14r g15 ");
 }
