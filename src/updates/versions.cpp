@@ -178,7 +178,7 @@ static void lf_clearUp(const SwapFolders& swap) {
     fs::remove_all(swap.fresh, ignored);
     if (gf_simaddonMissing() && fs::exists(swap.old, ignored)) {
         fs::remove(folders.mySimaddon, ignored);
-        plat::moveFile(swap.old, folders.mySimaddon);
+        if (plat::moveFile(swap.old, folders.mySimaddon)) return; // it stays for the next start
     }
     fs::remove_all(swap.old, ignored);
 }
@@ -193,7 +193,8 @@ static bool lf_swap(const SwapFolders& swap) {
     if (error)
         gf_logLine(
             fmt::format("{} could not be replaced: {}", plat::pathText(folders.mySimaddon), error.message()));
-    fs::remove_all(swap.old, ignored);
+    else
+        fs::remove_all(swap.old, ignored); // after a failure it may be all there is
     return !error;
 }
 
