@@ -12,6 +12,7 @@
 #include "app/runcontrol.h"
 #include "app/textfiles.h"
 #include "engine/engine.h"
+#include "feed/feed.h"
 #include "liveries/refdata.h"
 #include "platform/files.h"
 #include "platform/headless/window_headless.h"
@@ -110,6 +111,7 @@ class AirportsTest : public testing::Test {
             const LockGuard hold(simLock);
             sim = SimLinkRun{};
         }
+        trafficReader.collectCallsigns.clear(); // an airport that is brought up sets it
         gf_resetParametersToDefaults();
         gf_clearDisplayTexts();
         gf_joinRun(0);
