@@ -62,7 +62,7 @@ printf '[SimConnect]\nProtocol=IPv4\nAddress=127.0.0.1\nPort=%s\nDisableNagle=1\
 
 # What was seen at the airport in the weeks before: static aircraft stand on the stands, and make way for live ones.
 mkdir -p "$program/airports/learned/stock"
-"$build/rig" learn KIAD --made 45 --save "$program/airports/learned/stock/KIAD.xml"
+"$build/rig" learn KIAD --made 60 --save "$program/airports/learned/stock/KIAD.xml"
 
 # The program, then RealTraffic.
 (cd "$program" && exec ./velloray) >"$place/program.log" 2>&1 &

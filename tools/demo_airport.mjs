@@ -52,10 +52,10 @@ const lines = [
     { name: "F1", y: 1040, from: -733, to: -640 },
     { name: "F2", x: -640, from: 1040, to: 1740, lane: true },
     { name: "F3", y: 1740, from: -640, to: -831 },
-    // general aviation: in by the one lane, out by the other
-    { name: "G1", y: 1850, from: -733, to: -640 },
+    // general aviation: the one row in by the western lane and out by the eastern one, the other by the eastern one alone
+    { name: "G1", y: 1850, from: -733, to: -560 },
     { name: "G2", x: -640, from: 1850, to: 2410, lane: true },
-    { name: "G3", x: -560, from: 1880, to: 2440, lane: true },
+    { name: "G3", x: -560, from: 1850, to: 2440, lane: true },
     { name: "G4", y: 2440, from: -560, to: -831 },
     // ways across between near and far taxiway
     ...[[2700, 1], [1930, 1], [1380, 1], [930, 1]].map(([y], i) => ({ name: `W${i + 1}`, y, from: -831, to: -733 })),
@@ -132,6 +132,20 @@ row({ prefix: "CARGO ", lane: "F2", face: -539, heading: 90, start: 1434, step: 
 row({ prefix: "CARGO ", lane: "F2", face: -511, heading: 90, start: 1546, step: 1, kind: "cargo", radii: [wide, widest] });
 row({ prefix: "GA ", lane: "G2", face: -577, heading: 90, start: 1874, step: 1, kind: "ga", leave: "through", radii: [...many(8, jet), ...many(4, prop), ...many(2, small)] });
 row({ prefix: "HELI ", lane: "G2", face: -581, heading: 90, start: 2325, step: 1, kind: "heli", leave: "through", radii: [12, 12] });
+// further out: beside the terminal, at the ends of the concourses, on the southern apron, and for visitors
+row({ prefix: "H", lane: "L0", face: 677, heading: 0, start: 210, step: 1, radii: many(10, narrow) });
+row({ prefix: "H", lane: "L0", face: 677, heading: 0, start: -210, step: -1, radii: many(10, narrow) });
+row({ prefix: "A", lane: "L1", face: 381, heading: 180, start: 513, step: 1, radii: many(3, narrow) });
+row({ prefix: "A", lane: "L2", face: 345, heading: 0, start: 379, step: 1, radii: [wide, wide, narrow, narrow] });
+row({ prefix: "B", lane: "L1", face: 409, heading: 180, start: -446, step: -1, radii: many(4, narrow) });
+row({ prefix: "B", lane: "L2", face: 305, heading: 0, start: -433, step: -1, radii: many(4, narrow) });
+row({ prefix: "C", lane: "L3", face: 49, heading: 180, start: 446, step: 1, radii: many(4, middle) });
+row({ prefix: "C", lane: "L4", face: -39, heading: 0, start: 449, step: 1, radii: many(4, narrow) });
+row({ prefix: "D", lane: "L3", face: 55, heading: 180, start: -374, step: -1, radii: many(6, narrow) });
+row({ prefix: "D", lane: "L4", face: -61, heading: 0, start: -353, step: -1, radii: many(7, commuter) });
+row({ prefix: "R", lane: "L5", face: -307, heading: 180, start: -345, step: -1, radii: many(7, narrow) });
+row({ prefix: "R", lane: "L5", face: -307, heading: 180, start: 195, step: 1, radii: many(9, narrow) });
+row({ prefix: "GA ", lane: "G3", face: -496, heading: 90, start: 1930, step: 1, kind: "ga", radii: many(8, jet) });
 for (const stand of stands) if (stand.leave === "through") stand.x = -600; // half way between the two lanes
 
 // ---- the graph ---------------------------------------------------------------------------------------------------------------
@@ -249,14 +263,13 @@ function reached(start, links) {
 const forward = new Map();
 const link = (a, b) => forward.set(a, [...(forward.get(a) ?? []), b]);
 for (const { a, b } of edges) link(a, b);
-for (const stand of stands) { link(stand.node, stand); link(stand, stand.to); }
 for (const n of nodes) if (!n.id) problems.push(`a node without a name at ${n.x}, ${n.y}`);
 for (const exit of edges.filter((e) => e.kind === "exit")) {
     const seen = reached(exit.a, forward);
-    for (const stand of stands) if (!seen.has(stand)) problems.push(`no way from ${exit.a.id} to ${stand.id}`);
+    for (const stand of stands) if (!seen.has(stand.node)) problems.push(`no way from ${exit.a.id} to ${stand.id}`);
 }
 for (const stand of stands) {
-    const seen = reached(stand, forward);
+    const seen = reached(stand.to, forward);
     for (const n of nodes) if (n.kind === "hold" && !seen.has(n)) problems.push(`no way from ${stand.id} to ${n.id}`);
 }
 if (new Set(stands.map((s) => s.id)).size !== stands.length) problems.push("a stand id twice");
@@ -282,7 +295,7 @@ if (picture) {
     const out = [];
     const at = ({ x, y }) => `${x.toFixed(1)} ${(-y).toFixed(1)}`;
     for (const r of runways) out.push(`<path d="M${r.x} ${-r.y0}V${-r.y1}" stroke="#888" stroke-width="${r.width}"/>`);
-    for (const box of [[-200, 677, 400, 95], [-520, 305, 460, 104], [60, 345, 480, 36], [-400, -61, 340, 116], [60, -39, 420, 88]])
+    for (const box of [[-200, 677, 400, 95], [-610, 305, 550, 104], [60, 345, 580, 36], [-620, -61, 560, 116], [60, -39, 560, 88]])
         out.push(`<rect x="${box[0]}" y="${-box[1] - box[3]}" width="${box[2]}" height="${box[3]}" fill="#ccd" stroke="none"/>`);
     const colors = { taxiway: "#06c", lane: "#080", exit: "#c60", entry: "#c0c" };
     for (const { a, b, kind } of edges) {

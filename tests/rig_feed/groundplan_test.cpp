@@ -43,8 +43,8 @@ class DemoAirport : public testing::Test {
 };
 
 TEST_F(DemoAirport, HasStandsOfAllKindsThatOverlapOnlyWhereOneIsWideOrTwoNarrow) {
-    EXPECT_GE(plan.stands.size(), 60u);
-    EXPECT_LE(plan.stands.size(), 100u);
+    EXPECT_GE(plan.stands.size(), 150u);
+    EXPECT_LE(plan.stands.size(), 250u);
     const auto count = [&](auto test) { return std::count_if(plan.stands.begin(), plan.stands.end(), test); };
     EXPECT_EQ(count([](const PlanStand& s) { return s.heli; }), 2);
     EXPECT_GE(count([](const PlanStand& s) { return s.cargo; }), 5);
