@@ -175,6 +175,11 @@ void lf_readLearned(const std::filesystem::path& path, AirportReading& result) {
     pugi::xml_document document;
     const std::string failure = lf_loadXml(path, document);
     if (!failure.empty()) return lf_tellSetAside(path, failure, result);
+    lf_takeLearned(document, path, path, result);
+}
+
+void lf_takeLearned(const pugi::xml_document& document, const std::filesystem::path& path,
+                    const std::filesystem::path& whole, AirportReading& result) {
     result.log(fmt::format("Read from learned airport file: \"{}\"", plat::pathText(path)));
     if (!gf_metaComplete(document)) {
         result.log(metaIncorrect);
@@ -183,7 +188,7 @@ void lf_readLearned(const std::filesystem::path& path, AirportReading& result) {
     const std::size_t stepsBefore = result.steps.size();
     try {
         if (lf_takeLearnedDocument(document, plat::pathText(path), result) && !gf_stopping())
-            result.learnedWhole = path;
+            result.learnedWhole = whole;
         result.learnedRead = true;
     } catch (const std::exception& e) { // the base data stands, and so do the parameters
         const auto isLog = [](const ReadingStep& step) { return step.kind == ReadingStep::Kind::log; };

@@ -235,6 +235,17 @@ void lf_retrySaves() {
 
 void lf_dropSaves() { unsaved.clear(); }
 
+bool lf_buildWaitingSave(const std::filesystem::path& path, pugi::xml_document& document,
+                         std::filesystem::path& whole) {
+    for (const LearnedSave& save : unsaved) {
+        if (lf_savedLearnedPath(save.file) != path) continue;
+        lf_build(document, save.file, learnedKind, save.parameters);
+        whole = save.whole;
+        return true;
+    }
+    return false;
+}
+
 static void lf_save(LearnedSave save) {
     lf_keepLearned(save.file);
     if (save.file.handmade) {
@@ -243,8 +254,10 @@ static void lf_save(LearnedSave save) {
         save.file.qfSoft = quality.soft;
     }
     lf_retrySaves();
-    // What was learned later was laid over what lies on the disk: the older data would replace it.
-    std::erase_if(unsaved, [&](const LearnedSave& old) { return old.file.code == save.file.code; });
+    // What was learned later was laid over what waits: the older data would replace it.
+    std::erase_if(unsaved, [path = lf_savedLearnedPath(save.file)](const LearnedSave& old) {
+        return lf_savedLearnedPath(old.file) == path;
+    });
     if (!lf_saveLearnedNow(save)) unsaved.push_back(std::move(save));
 }
 
