@@ -6,8 +6,7 @@ set -euo pipefail
 fail() { echo "package: $1" >&2 && exit 1; }
 build=$(cd "$1" && pwd)
 root=$(cd "$(dirname "$0")/.." && pwd)
-version=$(sed -n 's/^project(velloray VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLists.txt")
-[ -n "$version" ] || fail "no version in CMakeLists.txt"
+version=$("$root/packaging/version.sh")
 
 folder="$build/package/Velloray"
 rm -rf "$build/package"
