@@ -16,17 +16,20 @@ namespace rig {
 
 namespace {
 
-const Operator* operatorFor(double radiusM, bool cargo, Dice& dice) {
+// Freight on cargo stands, business jets on ramps, airliners at the gates; a business jet where nothing else goes in.
+const Operator* operatorFor(const StandRow& row, Dice& dice) {
     constexpr double slackM = 14, room = 0.9; // of the span: none fills its stand to the last metre
     std::vector<const Operator*> fit, all;
-    for (const auto* table : {cargo ? &freighters() : &airliners(), &businessJets()})
+    const auto* usual = row.cargo ? &freighters() : row.ramp ? &businessJets() : &airliners();
+    for (const auto* table : {usual, &businessJets()}) {
         for (const Operator& by : *table) {
-            if (*by.airline == 0 || by.spanM > 2 * room * radiusM) continue;
+            if (*by.airline == 0 || by.spanM > 2 * room * row.radiusM) continue;
             all.push_back(&by);
-            if (by.spanM > 2 * radiusM - slackM) fit.push_back(&by);
+            if (by.spanM > 2 * row.radiusM - slackM) fit.push_back(&by);
         }
-    if (all.empty()) return nullptr; // too small for any that flies by a callsign
-    return dice.oneOf(fit.empty() ? all : fit);
+        if (!all.empty()) return dice.oneOf(fit.empty() ? all : fit);
+    }
+    return nullptr; // too small for any that flies by a callsign
 }
 
 struct SeenInFeed {
@@ -67,7 +70,7 @@ void writeMadeLearnedFile(const std::filesystem::path& path, const StandTable& a
         if (row.heli) continue;
         for (int day = 1; day <= days; ++day)
             for (int hh = dice.below(3); hh < halfHours;) {
-                const Operator* by = operatorFor(row.radiusM, row.cargo, dice);
+                const Operator* by = operatorFor(row, dice);
                 if (!by) break;
                 StandOption option;
                 option.airl = by->airline;
