@@ -9,10 +9,6 @@ constexpr std::uint32_t hex = 4242424, otherHex = 4242425;
 
 class Claims : public Ground {
   protected:
-    void standing(std::uint32_t hexid, const std::string& callsign, double north, double east, double fromS,
-                  double forS, const std::string& type = "A320") {
-        for (double t = 0; t < forS; t += 2) line(fromS + t, hexid, callsign, north, east, 0, 0, 0, 0, type);
-    }
     static std::uint64_t refused() { return notSpawned(NotSpawned::standTaken); }
 };
 
@@ -99,11 +95,10 @@ TEST_F(Claims, AGhostIsNotCreatedOnTheStandOfItsRealAircraftAndGivesWayToIt) {
     StandClaim claim{1, "BAW7"};
     EXPECT_FALSE(lf_claimStand(claim, bystander));
     EXPECT_TRUE(claim.granted);
-    engine.live.clear();
 }
 
 TEST_F(Claims, ANeighbourThatWouldCollideKeepsANewcomerOffAndIsRemovedByAnArrival) {
-    Stand& home = stand("A1", 0, 0, 0, 18);
+    stand("A1", 0, 0, 0, 18);
     Stand& next = stand("A2", 0, 32, 0, 18); // 1.1 times both radii is 37.4 m
     stand("A3", 0, 72, 0, 36);               // adjacent to A2 by its size, but far enough for these two
     ASSERT_EQ(airports.file.stands[1].adjacent.size(), 2u);
@@ -129,7 +124,6 @@ TEST_F(Claims, ANeighbourThatWouldCollideKeepsANewcomerOffAndIsRemovedByAnArriva
     neighbour.radiusNm = 1 / metersPerNm;
     EXPECT_TRUE(lf_adjacentConflict(airports.file.stands[0], ac));
     engine.live.clear();
-    (void)home;
 }
 
 TEST_F(Claims, AnArrivalClearsTheNeighbourStand) {
@@ -235,7 +229,6 @@ TEST_F(UserConflicts, ALineOfTaxiingAircraftLosesOneASecondAndOnlyThoseInTheWay)
     engine.live[2].lat = engine.live[2].lon = 0;
     lf_userConflicts();
     EXPECT_EQ(engine.live[2].st, SimState::active);
-    engine.live.clear();
 }
 
 TEST_F(UserConflicts, WhoStandsOnTheRunwayGoesWhenTheUserLandsOnIt) {
@@ -254,7 +247,6 @@ TEST_F(UserConflicts, WhoStandsOnTheRunwayGoesWhenTheUserLandsOnIt) {
     EXPECT_GT(nm, 0.9);
     run(5);
     EXPECT_FALSE(wasTold(otherHex, "removed")); // 40 m is 131 feet beside
-    engine.live.clear();
 }
 
 TEST_F(UserConflicts, InTheAirOnlyWhoIsLevelNearAndOnTheLineGoes) {
@@ -286,7 +278,6 @@ TEST_F(UserConflicts, InTheAirOnlyWhoIsLevelNearAndOnTheLineGoes) {
     LiveAc& ac = active(hex, 71, fieldLat, fieldLon, 5000);
     ac.st = SimState::removingFromSim;
     EXPECT_FALSE(lf_userAirConflict(ac));
-    engine.live.clear();
 }
 
 } // namespace

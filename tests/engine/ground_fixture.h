@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -38,12 +39,12 @@ struct Way {
 
 class Ground : public Life {
   protected:
-    rig::SimHub hub{world()};
+    rig::SimHub hub;
     double seconds = 0; // since the start
     std::multimap<double, std::string> lines;
     static inline std::vector<std::pair<std::uint32_t, std::string>> heard;
 
-    Ground() {
+    explicit Ground(const LatLon& user = fieldPlace(3000, 3000)) : hub(world(user)) { // out of the way
         MSFS_2020.value = true;
         LEARN_SOFT.value = false;
         lf_resetReaders();
@@ -59,7 +60,7 @@ class Ground : public Life {
         park.elevation = fieldFt;
         park.loaded = true;
         gf_publishParkAirport(park);
-        trafficReader.userPosition.store({fieldLat, fieldLon});
+        trafficReader.userPosition.store({user.lat, user.lon});
         refData.wingspanByModel["A320"] = refData.wingspanByModel["B738"] = 17 / metersPerNm;
         refData.wingspanByModel["B744"] = 32 / metersPerNm;
         refData.wingspanByModel["R44"] = 5 / metersPerNm;
@@ -80,9 +81,8 @@ class Ground : public Life {
         trafficReader.parkAirport.store({});
         simLife.userRadiusNm = 0.0;
     }
-    static rig::WorldSettings world() {
+    static rig::WorldSettings world(const LatLon& user) {
         rig::WorldSettings s;
-        const LatLon user = fieldPlace(3000, 3000); // out of the way
         s.userLat = user.lat;
         s.userLon = user.lon;
         s.groundFt = fieldFt;
@@ -155,8 +155,59 @@ class Ground : public Life {
         return startS + t;
     }
 
+    // Reports at one place, each two seconds; the time after the last.
+    double standing(std::uint32_t hexid, const std::string& callsign, double north, double east, double fromS,
+                    double forS) {
+        double t = fromS;
+        for (; t < fromS + forS; t += 2) line(t, hexid, callsign, north, east, 0, 0, 0);
+        return t;
+    }
+
+    // ---- what holds in each Tick ----
+    struct Seen {
+        double lat, lon, alt, heading;
+        bool parked, onGround;
+        double sinkFpm;
+    };
+    std::map<std::uint32_t, Seen> before;
+    struct {
+        double altFt = 0, meters = 0, turnDeg = 0;
+        int movesWhileParked = 0;
+    } worst; // in a Tick
+    struct Touchdown {
+        double lat = 0, lon = 0, sinkFpm = 0, pitch = 0;
+    };
+    std::optional<Touchdown> touchdown;
+
+    virtual void watch() {
+        for (const LiveAc& ac : engine.live) {
+            if (ac.st != SimState::active) continue;
+            for (const double v : {ac.lat, ac.lon, ac.alt, ac.pitch, ac.bank, ac.vsFps, ac.tas})
+                ASSERT_TRUE(std::isfinite(v)) << story(ac.hexid);
+            ASSERT_TRUE(ac.heading >= 0 && ac.heading < twoPi) << ac.heading;
+            Seen now{ac.lat, ac.lon, ac.alt, ac.heading, ac.fs == FlightState::parked, ac.onGround, 0};
+            if (const auto it = before.find(ac.objectId); it != before.end()) {
+                const Seen& b = it->second;
+                const double meters = gf_distanceNm(b.lat, b.lon, now.lat, now.lon) * metersPerNm;
+                const double turn = std::abs(gf_headingDiff(b.heading, now.heading)) * radToDeg;
+                worst.meters = std::max(worst.meters, meters);
+                worst.turnDeg = std::max(worst.turnDeg, turn);
+                worst.altFt = std::max(worst.altFt, std::abs(b.alt - now.alt));
+                worst.movesWhileParked += b.parked && now.parked && (meters > 0 || turn > 0);
+                now.sinkFpm = (b.alt - now.alt) * 6000;
+                if (!b.onGround && now.onGround) touchdown = {now.lat, now.lon, b.sinkFpm, ac.pitch};
+            }
+            before[ac.objectId] = now;
+        }
+    }
+    void TearDown() override {
+        EXPECT_EQ(worst.movesWhileParked, 0);
+        EXPECT_LE(worst.meters, 2.5); // 250 m/s
+        EXPECT_LE(worst.turnDeg, 0.7);
+        EXPECT_LE(worst.altFt, 20);
+    }
+
     // ---- time ----
-    virtual void watch() {}
     void run(double forS) {
         for (const double until = seconds + forS - 0.005; seconds < until; seconds += 0.01) {
             clock.advance(10'000'000);

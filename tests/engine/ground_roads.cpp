@@ -4,6 +4,10 @@
 #include "ground_fixture.h"
 
 #include "engine/motion.h"
+#include "feed/recording.h"
+#include "support.h"
+
+#include <filesystem>
 
 namespace {
 
@@ -16,40 +20,7 @@ const std::vector<Way> arrival = {{-14000, 0, 140, 2513}, {-60, 0, 138, 14},   {
 
 class Roads : public Ground {
   protected:
-    // While it is parked an aircraft neither moves nor turns, and nothing jumps or slides backwards.
-    struct Seen {
-        double lat, lon, heading;
-        bool parked;
-    };
-    std::map<std::uint32_t, Seen> before;
-    int movesWhileParked = 0, jumps = 0;
-    void watch() override {
-        constexpr double jumpNm = 2 / metersPerNm; // in a Tick
-        for (const LiveAc& ac : engine.live) {
-            if (ac.st != SimState::active) continue;
-            const bool parked = ac.fs == FlightState::parked;
-            const auto it = before.find(ac.hexid);
-            if (it != before.end()) {
-                const Seen& b = it->second;
-                const bool same = b.lat == ac.lat && b.lon == ac.lon && b.heading == ac.heading;
-                movesWhileParked += parked && b.parked && !same;
-                jumps += gf_distanceNm(b.lat, b.lon, ac.lat, ac.lon) > jumpNm;
-            }
-            before[ac.hexid] = {ac.lat, ac.lon, ac.heading, parked};
-        }
-    }
-    void TearDown() override {
-        EXPECT_EQ(movesWhileParked, 0);
-        EXPECT_EQ(jumps, 0);
-    }
-
-    // Reports at one place, each two seconds; the time after the last.
-    double stands(double fromS, double forS, double north, double east,
-                  const std::string& callsign = "DLH1AB") {
-        double t = fromS;
-        for (; t < fromS + forS; t += 2) line(t, hex, callsign, north, east, 0, 0, 0);
-        return t;
-    }
+    using Ground::Ground;
     // Flies, lands, taxies and parks; nullptr: it is not there at the end.
     const rig::SimObject* arrive(const Stand& home) {
         run(feed(hex, "DLH1AB", arrival, 5) + 60);
@@ -58,6 +29,14 @@ class Roads : public Ground {
         if (!o) return nullptr;
         EXPECT_LT(metersFrom(*o, home), 0.5) << story(hex);
         return o;
+    }
+    void expectSmoothTouchdown(LatLon feedsOwn) {
+        ASSERT_TRUE(touchdown);
+        EXPECT_LT(gf_distanceNm(feedsOwn.lat, feedsOwn.lon, touchdown->lat, touchdown->lon) * metersPerNm,
+                  1500);
+        EXPECT_GE(touchdown->sinkFpm, 60);
+        EXPECT_LE(touchdown->sinkFpm, 610);
+        EXPECT_LT(touchdown->pitch, -2 * degToRad); // nose up
     }
     double north(const rig::SimObject& o) { return (o.lat - fieldLat) * metersPerLatDegree; }
     double east(const rig::SimObject& o) {
@@ -78,6 +57,72 @@ TEST_F(Roads, AnArrivalLandsTaxiesAndParksOnItsStand) {
     EXPECT_EQ(home.options[0].cs, "DLH1AB");
     EXPECT_EQ(airports.updates, 1u);
     EXPECT_TRUE(lf_findByHexid(hex)->landed);
+    expectSmoothTouchdown({fieldLat, fieldLon});
+}
+
+class Recorded : public Roads {
+  protected:
+    Recorded() : Roads(LatLon{51.5, -0.4619}) {
+        refData.allModels.insert("A319");
+        refData.largeModels.insert("A319");
+        gf_indexLiveries({{"ZZZ", "A319", "A319 generic", "", false}});
+    }
+};
+
+// A real flight from its first report to the taxiway, by its own lines.
+TEST_F(Recorded, AnArrivalIsFlownToTheGround) {
+    const auto path = test::sharedFolder() / "recordings" / "baw3ak-2024-06-06-lfbo-egll.rttfc.gz";
+    if (!std::filesystem::exists(path)) GTEST_SKIP() << "no recording " << path.filename();
+    ParkAirport egll{{"EGLL", "LHR", 51.4706, -0.4619, 83}, true};
+    gf_publishParkAirport(egll);
+    hub.world.settings.groundFt = 83;
+    constexpr std::uint32_t hexid = 4198297;
+    constexpr double begin = 1717671000 - 300, end = 1717672300;
+    LatLon firstGround;
+    for (const rig::TimedLine& l : rig::loadRecording(path)) {
+        if (l.time < begin || l.time >= end || l.line.find(",4198297,") == std::string::npos) continue;
+        lines.emplace(seconds + l.time - begin, l.line);
+    }
+    for (const double until = seconds + end - begin + 120; seconds < until;) {
+        run(1);
+        const LiveAc* const ac = lf_findByHexid(hexid);
+        for (std::size_t i = 0; ac && firstGround.lat == 0 && i < ac->stream.size(); ++i)
+            if (!ac->stream[i].airborne) firstGround = {ac->stream[i].lat, ac->stream[i].lon};
+    }
+    expectSmoothTouchdown(firstGround);
+    const LiveAc* const ac = lf_findByHexid(hexid);
+    ASSERT_TRUE(ac) << story(hexid); // still there, taxiing off the runway
+    EXPECT_TRUE(ac->fs == FlightState::taxi && !ac->landingRoll);
+    EXPECT_LT(ac->tas, 40);
+}
+
+class TakeOff : public Roads {
+  protected:
+    std::int32_t rotation = 0, liftoff = 0, gearUp = 0; // Ticks
+    void watch() override {
+        const auto last = before;
+        Roads::watch();
+        const LiveAc* const ac = lf_findByHexid(hex);
+        if (!ac || ac->fs == FlightState::taxi || !last.contains(ac->objectId)) return;
+        const std::int32_t now = appLife.tickCount;
+        if (rotation == 0) rotation = now;
+        if (liftoff == 0 && ac->alt > last.at(ac->objectId).alt) liftoff = now;
+        if (gearUp == 0 && !object("DLH1AB")->gearDown) gearUp = now;
+    }
+};
+
+TEST_F(TakeOff, RotatesClimbsAndLiftsTheGear) {
+    run(feed(hex, "DLH1AB", {{-500, 0, 12}, {0, 0, 12}, {1600, 0, 150, 100}, {9000, 0, 200, 2800}}, 5) + 20);
+    SCOPED_TRACE(story(hex));
+    ASSERT_TRUE(rotation && liftoff && gearUp);
+    // Rotation begins at 200 and counts down once in the Tick that begins it.
+    EXPECT_EQ(liftoff - rotation, 200);
+    EXPECT_NEAR(gearUp - rotation, 499, 4); // at -300, with the next frames
+    EXPECT_EQ(state(hex), FlightState::flying);
+    EXPECT_GT(object("DLH1AB")->alt, 1500);
+    EXPECT_LE(worst.altFt, 1);
+    EXPECT_LE(worst.meters, 1.2);
+    EXPECT_LE(worst.turnDeg, 0.2);
 }
 
 class CreatedTogether : public Roads {
@@ -158,12 +203,12 @@ TEST_F(Roads, WithoutALandingOnlyAStandWithinTwentyMetresIsTaken) {
 
 TEST_F(Roads, AStandingAircraftAppearsOnItsStandAndStaysThereWhileItsReportsWander) {
     Stand& home = stand("B7", 0, 0, 45, 18);
-    double t = stands(1, 60, 10, 5);
-    t = stands(t, 20, 14, 5); // twice 4 m farther from the stand, and back
-    t = stands(t, 20, 18, 5);
-    t = stands(t, 20, 10, 5);
-    t = stands(t, 20, 14, 5);
-    t = stands(t, 20, 10, 5);
+    double t = standing(hex, "DLH1AB", 10, 5, 1, 60);
+    t = standing(hex, "DLH1AB", 14, 5, t, 20); // twice 4 m farther from the stand, and back
+    t = standing(hex, "DLH1AB", 18, 5, t, 20);
+    t = standing(hex, "DLH1AB", 10, 5, t, 20);
+    t = standing(hex, "DLH1AB", 14, 5, t, 20);
+    t = standing(hex, "DLH1AB", 10, 5, t, 20);
     run(80);
     ASSERT_TRUE(object("DLH1AB"));
     EXPECT_LT(metersFrom(*object("DLH1AB"), home), 0.1);
@@ -178,7 +223,7 @@ TEST_F(Roads, AStandingAircraftAppearsOnItsStandAndStaysThereWhileItsReportsWand
 
 TEST_F(Roads, AJumpOfItsReportsRemovesAParkedAircraft) {
     stand("B7", 0, 0, 45, 18);
-    const double t = stands(1, 60, 1, 1);
+    const double t = standing(hex, "DLH1AB", 1, 1, 1, 60);
     line(t, hex, "DLH1AB", 250, 0, 0, 0, 5);
     run(t + 5);
     EXPECT_FALSE(object("DLH1AB"));
@@ -192,7 +237,7 @@ class PushBack : public Roads {
     // A stand that faces north; the aircraft is pushed south, and its reports tell a heading after some metres.
     void push(double trackOut) {
         stand("B7", 0, 0, 0, 18);
-        const double leaves = stands(1, 80, 1, 1);
+        const double leaves = standing(hex, "DLH1AB", 1, 1, 1, 80);
         for (int i = 0; i < 20; ++i) line(leaves + 2 * i, hex, "DLH1AB", -3.0 * i, 0, 0, trackOut, 3);
         run(leaves + 60);
     }
@@ -236,7 +281,7 @@ TEST_F(PushBack, EndsStraightWhereNoSideIsKnownOrWanted) {
 TEST_F(PushBack, DoesNotTurnTheNoseByWhatWasLeftFromTheWayToTheStand) {
     // It came to its stand with a turn that was not finished: the mark of that must not turn it as it is pushed.
     stand("B7", 0, 0, 0, 18);
-    const double leaves = stands(1, 80, 1, 1);
+    const double leaves = standing(hex, "DLH1AB", 1, 1, 1, 80);
     for (int i = 0; i < 20; ++i) line(leaves + 2 * i, hex, "DLH1AB", -3.0 * i, 0, 0, 0, 3);
     run(leaves - 5);
     ASSERT_EQ(state(hex), FlightState::parked);
@@ -266,7 +311,7 @@ TEST_F(PushBack, WaitsBehindTheStandUntilTheFeedMovesOnOrAppearsElsewhere) {
 TEST_F(PushBack, ANewCallsignOnTheWayOutChangesTheObjectWhereItIs) {
     GUID_CHANGES.value = true;
     stand("B7", 0, 0, 0, 18);
-    const double leaves = stands(1, 80, 1, 1);
+    const double leaves = standing(hex, "DLH1AB", 1, 1, 1, 80);
     for (int i = 0; i < 20; ++i) line(leaves + 2 * i, hex, "DLH1AB", -3.0 * i, 0, 0, 60, 3);
     run(leaves - 5);
     ASSERT_EQ(state(hex), FlightState::parked);
@@ -295,7 +340,7 @@ TEST_F(PushBack, IsNotEndedByAWaitBeforeTheStand) {
     ASSERT_TRUE(lf_findByHexid(hex));
     EXPECT_TRUE(wasTold(hex, "waits where it stands"));
     const double leaves = comes + 60 * (MAX_HOLDING_MINUTES.value + 5);
-    stands(comes + 60, leaves - comes - 60, -1, 0);
+    standing(hex, "DLH1AB", -1, 0, comes + 60, leaves - comes - 60);
     run(leaves - 5 - seconds);
     SCOPED_TRACE(story(hex));
     ASSERT_EQ(state(hex), FlightState::parked);
@@ -309,7 +354,7 @@ TEST_F(PushBack, IsNotEndedByAWaitBeforeTheStand) {
 
 TEST_F(Roads, AStandThatIsLeftForwardsIsPulledOutOf) {
     stand("P1", 0, 0, 0, 18);
-    const double leaves = stands(1, 80, 1, 1);
+    const double leaves = standing(hex, "DLH1AB", 1, 1, 1, 80);
     feed(hex, "DLH1AB", {{1, 0, 3}, {60, 0, 10}, {300, 0, 12}}, leaves);
     run(leaves + 20);
     EXPECT_TRUE(wasTold(hex, "pulls out of stand P1"));
@@ -357,7 +402,7 @@ TEST_F(Roads, AnAircraftThatLeavesSoonAfterItsLandingIsTowedToAnotherStand) {
     for (const Row row : {Row{24.6, true}, Row{25.1, false}}) { // of a Large one
         stand("T1", 0, 0, 0, 18);
         Stand& other = stand("T2", 0, 400, 0, 18);
-        const double leaves = stands(1, 60, 1, 1);
+        const double leaves = standing(hex, "DLH1AB", 1, 1, 1, 60);
         run(leaves);
         LiveAc& ac = *lf_findByHexid(hex);
         ASSERT_EQ(ac.fs, FlightState::parked);
@@ -423,7 +468,6 @@ TEST_F(Roads, AnArrivalAtAStandOfAnotherAirportThanThePresentTellsNothingOfThePr
     EXPECT_TRUE(lf_checkLeaveStand(ac, away));
     EXPECT_TRUE(here.options.empty());
     EXPECT_EQ(airports.updates, 0u);
-    engine.live.clear();
 }
 
 TEST_F(Roads, AReportElsewhereEndsTheWayToTheStand) {
@@ -452,7 +496,6 @@ TEST_F(Roads, WithNoReportsOnlyTheFinalApproachFreesAStandThatIsStillHeld) {
     EXPECT_TRUE(ac.landing);
     EXPECT_EQ(ac.standId, 0u);
     EXPECT_FALSE(home.occupied);
-    engine.live.clear();
 }
 
 } // namespace

@@ -95,7 +95,7 @@ TEST_F(Statics, AnAircraftThatAppearsOnAStandDrivesStaticsOffItAndOffItsNeighbou
     parked(2, "BAW2", stands[1]);
     parked(3, "BAW3", stands[2]);
     parked(4, "BAW4", stands[1]).st = SimState::adding2sim;
-    for (int i = 0; i < 30; ++i) line(1 + 2 * i, hex, "DLH1AB", 1, 1, 0, 0, 0);
+    standing(hex, "DLH1AB", 1, 1, 1, 60);
     ASSERT_TRUE(runUntil(40, [&] { return state(hex) == FlightState::parked; }));
     // The objects of those made by hand do not exist: nothing reports their end.
     EXPECT_EQ(states(), (std::vector{goes, goes, stays, SimState::adding2sim}));
@@ -172,18 +172,6 @@ TEST_F(Statics, AStaticInTheWayOfATaxiingAircraftGoesAndThoseInTheWayOfTheUser) 
     EXPECT_EQ(there.st, goes);
 }
 
-TEST_F(Statics, AnAircraftThatAppearsOnItsStandParksOverAStaticOne) {
-    const Stand& s = stand("A1", 0, 0, 0, 18);
-    LiveAc& ac = live("DLH1");
-    lf_takeStand(ac, s);
-    ac.fs = FlightState::parked;
-    parked(1, "BAW1", s);
-    app.weekSlot.store({3, 12});
-    lf_parkedAtCreation(ac);
-    EXPECT_EQ(states(), std::vector{goes});
-    EXPECT_EQ(ac.parkedSince, (WeekSlot{3, 12}));
-}
-
 // ---- the limit -----------------------------------------------------------------------------------------------------
 
 TEST_F(Statics, BeyondTheLimitTheLongestParkedGoesAndTheLastOfTheStatics) {
@@ -239,7 +227,6 @@ TEST_F(Statics, TheOldestParkedAreRemovedOnDemand) {
     EXPECT_EQ(engine.live[3].st, stays);
     lf_removeOldestParked(9);
     EXPECT_EQ(engine.live[0].st, goes);
-    engine.live.clear();
 }
 
 } // namespace

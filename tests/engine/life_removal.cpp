@@ -52,20 +52,6 @@ TEST_F(Life, ARemovalAfterTheCreationWasSentTakesTheObjectOnceItHasSettled) {
     EXPECT_TRUE(engine.live.empty());
 }
 
-TEST_F(Life, ThreeCreationsFindTheirAircraftWhateverTheOrderOfTheAnswers) {
-    for (std::uint32_t i = 0; i < 3; ++i) due(hex + i, 50 + i);
-    tick(160);
-    ASSERT_EQ(sim.creations.size(), 3u);
-    for (std::uint32_t i = 3; i-- > 0;) appear(hex + i, 100 + i);
-    tick(202);
-    for (std::uint32_t i = 0; i < 3; ++i) {
-        LiveAc* ac = lf_findByObjectId(100 + i);
-        ASSERT_TRUE(ac);
-        EXPECT_EQ(ac->hexid, hex + i);
-        EXPECT_EQ(ac->st, SimState::active);
-    }
-}
-
 TEST_F(Life, AnObjectThatNobodyWaitsForIsRemoved) {
     appear(hex, 77); // its record is gone
     active(hex + 1, 78, 50, 8);
@@ -231,25 +217,6 @@ TEST_F(Life, AnAircraftWithoutItsObjectIsDroppedAtOnce) {
 }
 
 // ---- static aircraft ---------------------------------------------------------------------------------------------
-
-TEST_F(Life, StaticAircraftAreCreatedWaitedForAndRemovedLikeTheOthers) {
-    engine.parked.resize(3);
-    for (std::uint32_t i = 0; i < 3; ++i) {
-        engine.parked[i].hexid = i + 1;
-        engine.parked[i].st = SimState::adding2sim;
-        gf_postSimMessage({100 + i, i + 1, 0, SimMessageKind::staticAppeared, 0, 0});
-    }
-    removeAircraftFromSim(engine.parked[1], Removed::other);
-    tick(202);
-    EXPECT_EQ(engine.parked[0].st, SimState::active);
-    EXPECT_EQ(engine.parked[0].objectId, 100u);
-    EXPECT_EQ(engine.parked[1].st, SimState::removingFromSim);
-    goes(101);
-    tick(20);
-    ASSERT_EQ(engine.parked.size(), 2u);
-    EXPECT_EQ(engine.parked[1].hexid, 3u);
-    EXPECT_EQ(sim.removals, std::vector<std::uint32_t>{101});
-}
 
 TEST_F(Life, AStaticAircraftIsTheDoubleOfALiveOneByCallsignOrRegistration) {
     engine.parked.resize(3);

@@ -84,19 +84,6 @@ TEST_F(Plans, APlanThatIsNotAcceptedCostsOnlyItself) {
     EXPECT_FALSE(ac.hasFlightPlan);
 }
 
-TEST_F(Life, TheCountsTellWhoFliesAndWhoIsParked) {
-    engine.live.reserve(8);
-    active(20000, 100, 50, 8);
-    active(20001, 101, 50, 8);
-    active(20002, 102, 50, 8, 0).fs = FlightState::parked;
-    due(20003, 50);
-    engine.parked.resize(4);
-    lf_refreshCounts();
-    EXPECT_EQ(display.liveCount, 2u);
-    EXPECT_EQ(display.parkedLive, 1u);
-    EXPECT_EQ(display.parkedStatic, 4u);
-}
-
 TEST_F(Life, TheAutomaticRangeFollowsTheUsersHeight) {
     AUTO_RANGE_ABOVE_HEIGHT.value = 18000;
     AIRPORT_HEIGHT.value = 10000;
@@ -217,18 +204,6 @@ TEST_F(Life, AnArrivalWhoseAircraftIsGoneDoesNotBlockTheNext) {
     engine.newArrivals = {1, 2, 3};
     for (int i = 0; i < 4; ++i) lf_serveNewArrival();
     EXPECT_TRUE(engine.newArrivals.empty());
-}
-
-TEST_F(Life, AFreshRunStartsEmptyAndKeepsTheTitles) {
-    active(20000, 100, 50, 8);
-    engine.ghosts.insert("X_");
-    engine.noLivery.insert("x");
-    engineLife.hexidTitles[1] = "t";
-    lf_resetEngine();
-    EXPECT_TRUE(engine.live.empty() && engine.ghosts.empty() && engine.noLivery.empty());
-    EXPECT_EQ(lf_findByHexid(20000), nullptr);
-    EXPECT_EQ(lf_findByObjectId(100), nullptr);
-    EXPECT_EQ(engineLife.hexidTitles.size(), 1u);
 }
 
 } // namespace

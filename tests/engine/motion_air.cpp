@@ -3,6 +3,7 @@
 #include "motion_fixture.h"
 
 #include <map>
+#include <random>
 
 namespace {
 
@@ -59,22 +60,6 @@ TEST_F(AirMotion, EndsASegmentInsideItsElasticityAndNeverInThePast) {
                 << "start " << start << " p1 " << row.p1Due;
         }
     }
-}
-
-TEST_F(AirMotion, ASegmentDueInThePastRunsForTwentyFiveTicksAndArrives) {
-    LiveAc& ac = add("A320", {at(-40, 0, 0, 30000, 400), at(-30, 60, 20, 30100, 400)}, 0);
-    ac.extendCount = -1;
-    ac.agl = 5000;
-    const StreamPoint target = ac.stream.back();
-    for (int i = 0; i < 25; ++i) {
-        EXPECT_EQ(ac.st, SimState::active);
-        tick(ac);
-    }
-    EXPECT_NEAR(ac.lat, target.lat, 1e-9);
-    EXPECT_NEAR(ac.lon, target.lon, 1e-9);
-    EXPECT_EQ(fillingUpdates.size(), 25u);
-    tick(ac); // and then the stream has ended
-    EXPECT_EQ(ac.st, SimState::removingFromSim);
 }
 
 TEST_F(AirMotion, AimsAtTheNextPointFromWhereItReallyIs) {
@@ -360,4 +345,56 @@ TEST_F(AirMotion, BeginsAnApproachNearTheFieldAndGoesAroundFromIt) {
     ac.goingAround = false;
     ac.fs = FlightState::takeOff; // a steep first climb is none
     EXPECT_THAT(configure(ac, 2000, 300), ElementsAre(Pair(evCabinLights, 0)));
+}
+
+// Whatever the feed says: no NaN, no heading outside its range, no jump of the altitude, no exception.
+TEST_F(AirMotion, SurvivesRandomStreams) {
+    constexpr const char* types[] = {"A320", "B744", "C56X", "F16", "EC35", "C172"};
+    constexpr double groundFt = 83;
+    for (unsigned seed = 1; seed <= 40; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        reset();
+        setAirport(50, 8, groundFt);
+        std::mt19937 random(seed);
+        const auto pick = [&](double low, double high) {
+            return low + (high - low) * static_cast<double>(random()) / 4294967296.0;
+        };
+        appLife.tickCount = seed % 4 == 0 ? 2147483647 - 3000 : 10000;
+        double north = pick(-8000, 8000), east = pick(-8000, 8000), course = pick(0, twoPi);
+        double alt = seed % 2 ? pick(100, 3000) : 0, speed = alt > 0 ? pick(60, 250) : pick(0, 40);
+        LiveAc& ac = add(types[seed % 6], {at(0, north, east, alt, speed)}, course);
+        if (ac.onGround) ac.alt = groundFt + ac.staticCg;
+        for (int i = 0; i < 12000 && ac.st == SimState::active; ++i) {
+            if (i % 100 == 0 && pick(0, 1) < 0.4) {
+                const double step = pick(1, 12);
+                course += pick(-1, 1) * (pick(0, 1) < 0.1 ? 3 : 0.3);
+                speed = std::max(0.0, speed + pick(-25, 25));
+                alt = pick(0, 1) < 0.3 ? 0 : std::max(0.0, alt + pick(-400, 400));
+                north += std::cos(course) * speed * 0.5144 * step;
+                east += std::sin(course) * speed * 0.5144 * step;
+                StreamPoint p = at(30 + step, north, east, alt, speed);
+                p.vs = pick(-3000, 3000);
+                p.bankValid = p.headingValid = p.trueHeadingSource = pick(0, 1) < 0.3;
+                p.bank = pick(-0.5, 0.5);
+                p.heading = pick(0, 1) < 0.1 ? twoPi : pick(0, twoPi);
+                if (pick(0, 1) < 0.15) p.lat = ac.stream.back().lat, p.lon = ac.stream.back().lon;
+                decodeExisting(ac, p);
+            }
+            const double agl = ac.alt - groundFt, lastAlt = ac.alt, lastHeading = ac.heading;
+            if (i % 20 == 0 && agl <= 2500)
+                lf_onHeightReport(
+                    {ac.objectId, agl <= ac.staticCg + 1, 0, SimMessageKind::heightReport, groundFt, agl});
+            bool erase = false;
+            ASSERT_NO_THROW(erase = tick(ac));
+            if (erase) break;
+            for (const double v : {ac.lat, ac.lon, ac.alt, ac.pitch, ac.bank, ac.heading, ac.vsFps, ac.tas})
+                ASSERT_TRUE(std::isfinite(v)) << i;
+            ASSERT_TRUE(ac.heading >= 0 && ac.heading < twoPi && std::abs(ac.lon) <= 180);
+            for (std::size_t k = 2; k < ac.stream.size(); ++k) // the front has the time that its segment got
+                ASSERT_GE(lf_ticksBetween(ac.stream[k - 1].dueTick, ac.stream[k].dueTick), 0);
+            ASSERT_LE(std::abs(ac.alt - lastAlt), 120)
+                << i; // 400 feet in the shortest segment, and the ground
+            ASSERT_LE(std::abs(gf_headingDiff(lastHeading, ac.heading)) * radToDeg, 5) << i;
+        }
+    }
 }

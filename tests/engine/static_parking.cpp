@@ -242,8 +242,6 @@ TEST_F(StaticParking, ShowsNobodyWhoIsInTheFeedOrStandsElsewhere) {
     lf_calculateStatics();
     ASSERT_EQ(airports.staticQueue.size(), 1u);
     EXPECT_EQ(airports.staticQueue[0].reg, "PH-2");
-    engine.parked.clear();
-    engine.live.clear();
 }
 
 TEST_F(StaticParking, OneAircraftOnTwoStandsOfOneHalfHourIsShownOnce) {
@@ -272,7 +270,6 @@ TEST_F(StaticParking, ALiveAircraftThatComesWhileItsImageIsMadeTakesItAway) {
     active(hex, 77, fieldLat, fieldLon + 0.1, 5000).regcode = "D-AIZA";
     lf_placeNextStatic();
     EXPECT_TRUE(engine.parked.empty());
-    engine.live.clear();
 }
 
 TEST_F(StaticParking, SerialNumberNoughtIsAnAircraftLikeAnyOther) {
@@ -319,13 +316,12 @@ TEST_F(StaticParking, NothingIsPlacedWhereALiveAircraftStandsOrWhatTheUserHasSwi
     lf_calculateStatics();
     lf_placeNextStatic();
     EXPECT_TRUE(engine.parked.empty());
-    engine.staticCreationQueue.clear();
 }
 
 TEST_F(StaticParking, ALiveAircraftOnAStandDrivesTheStaticOneAwayAndEndsItsPlan) {
     option(stand("A", 0, 0, 0, 18), "D-AIZA", "DLH1", "", 3, {20});
     ASSERT_EQ(fill(), Names{"DLH1*"});
-    for (int i = 0; i < 30; ++i) line(seconds + 2 * i, hex, "DLH5AB", 1, 1, 0, 0, 0);
+    standing(hex, "DLH5AB", 1, 1, seconds, 60);
     ASSERT_TRUE(runUntil(50, [&] { return object("DLH5AB") != nullptr; }));
     EXPECT_TRUE(runUntil(3, [&] { return shown().empty() && engine.parked.empty(); }));
     const std::uint32_t standId = lf_findByHexid(hex)->standId;
@@ -333,6 +329,7 @@ TEST_F(StaticParking, ALiveAircraftOnAStandDrivesTheStaticOneAwayAndEndsItsPlan)
         {static_cast<std::int32_t>(standId), 0, "DLH", "A320", "DLH9", "", "", true});
     lf_parkedAtCreation(*lf_findByHexid(hex));
     EXPECT_TRUE(airports.staticQueue.empty());
+    EXPECT_EQ(lf_findByHexid(hex)->parkedSince, app.weekSlot.load());
 }
 
 // ---- renewal ------------------------------------------------------------------------------------------------------
@@ -452,7 +449,6 @@ TEST_F(StaticParking, TooManyGoInTheOrderOfTheirRights) {
     lf_adjustStatics();
     EXPECT_EQ(ac.st, SimState::active) << "live aircraft have the right of way";
     for (const ParkedAc& p : engine.parked) EXPECT_EQ(p.st, SimState::removingFromSim);
-    engine.live.clear();
 }
 
 // ---- the time line ------------------------------------------------------------------------------------------------
