@@ -216,12 +216,12 @@ static bool lf_replaceSimaddon(const fs::path& archive, const VersionData& versi
 }
 
 bool gf_checkSimaddon() {
+    lf_clearUp(SwapFolders()); // the server may not answer today
     const VersionData latest = gf_latestPackageVersion("mysimaddon24");
     if (latest == VersionData()) {
         gf_logLine("No mysimaddon version info found at the Velloray server?");
         return false;
     }
-    lf_clearUp(SwapFolders());
     if (latest <= VersionData(MYSIMADDON24_VERSION.value()) && !gf_simaddonMissing()) return false;
     const fs::path archive = "my_simaddon2024.zip";
     const bool result = gf_fetchFile(gf_downloadBaseUrl() + "mysimaddon24/" + plat::pathText(archive),

@@ -215,8 +215,7 @@ TEST_F(Versions, NamesInADataSetLeadNowhereElse) {
 }
 
 TEST_F(Versions, AReplacementThatWasCutOffIsClearedUp) {
-    // Ended between the two renames: the old set waits beside, the folder is made anew, empty, and there is no network
-    // but for the version.
+    // Ended between the two renames: the old set waits beside, the folder is made anew, empty, and the server is away.
     fs::create_directories("airports/my_simaddon.old");
     test::writeFile("airports/my_simaddon.old/EGLL.txt", "old");
     fs::create_directories("airports/my_simaddon.new");
@@ -224,7 +223,7 @@ TEST_F(Versions, AReplacementThatWasCutOffIsClearedUp) {
     fs::create_directories(folders.mySimaddon);
     MYSIMADDON24_VERSION.set("1.0.0");
     offerSet("2.0.0", {{"EGLL.xml", "new"}});
-    fault("404=mysimaddon24/my_simaddon2024.zip");
+    fault("404=mysimaddon24/version.json");
     EXPECT_FALSE(gf_checkSimaddon());
     EXPECT_EQ(installedSet(), (std::map<std::string, std::string>{{"EGLL.txt", "old"}}));
     server->clearFaults();
