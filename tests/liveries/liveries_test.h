@@ -53,6 +53,25 @@ class LiveriesTest : public testing::Test {
         return test::readFile("Log.txt").find(text) != std::string::npos;
     }
 
+    // The number of the error that the user gets, 0 for none.
+    static int errorOf(void (*action)()) {
+        try {
+            action();
+        } catch (const orvo::UserErrorException& e) {
+            return e.number();
+        }
+        return 0;
+    }
+    // The parts stand in the log in this order.
+    static void expectInOrder(const std::vector<std::string>& parts) {
+        const std::string text = test::readFile("Log.txt");
+        std::size_t place = 0;
+        for (const std::string& part : parts) {
+            place = text.find(part, place);
+            ASSERT_NE(place, std::string::npos) << part << " is missing in\n" << text;
+        }
+    }
+
     // What the log has got since mark().
     void mark() { marked = test::readFile("Log.txt").size(); }
     std::string sinceMark() const { return test::readFile("Log.txt").substr(marked); }

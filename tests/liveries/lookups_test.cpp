@@ -15,8 +15,6 @@ TEST_F(Lookups, AModelInSeveralClassesCountsByTheirOrder) {
         {"RRRR", AcCategory::rotorcraft}, {"PPPP", AcCategory::highPerf}, {"C172", AcCategory::light},
         {"", AcCategory::light}};
     for (const auto& [model, category] : rows) EXPECT_EQ(gf_modelCategory(model), category) << model;
-    EXPECT_STREQ(gf_categoryName(AcCategory::highPerf), "HighPerf");
-    EXPECT_STREQ(gf_categoryName(AcCategory::buzjets), "Buzjets");
 }
 
 TEST_F(Lookups, EmptyCodesAreNeverValid) {
@@ -29,20 +27,16 @@ TEST_F(Lookups, EmptyCodesAreNeverValid) {
     EXPECT_FALSE(gf_isValidAirline(""));
 }
 
-static std::vector<std::string> formsOf(const char* registration) {
-    const auto forms = gf_regcodeVariants(registration);
-    return {forms.begin(), forms.end()};
-}
-
 TEST_F(Lookups, TriesTheDashBehindTheSecondThenTheFirstCharacter) {
-    using Texts = std::vector<std::string>;
-    EXPECT_EQ(formsOf("GBAFM"), (Texts{"GB-AFM", "G-BAFM", "GBAFM"}));
-    EXPECT_EQ(formsOf("G-BAFM"), (Texts{"G-BAFM"}));
-    EXPECT_EQ(formsOf("N123AB"), (Texts{"N123AB"}));
-    EXPECT_EQ(formsOf("GBAF"), (Texts{"GBAF"}));
-    EXPECT_EQ(formsOf(""), (Texts{""}));
+    const auto forms = [](const char* registration) {
+        std::string text;
+        for (const auto& form : gf_regcodeVariants(registration)) text += form + " ";
+        return text;
+    };
+    EXPECT_EQ(forms("GBAFM"), "GB-AFM G-BAFM GBAFM ");
+    EXPECT_EQ(forms("G-BAFM") + forms("N123AB") + forms("GBAF"), "G-BAFM N123AB GBAF ");
+    EXPECT_EQ(forms(""), " ");
 }
-
 TEST_F(Lookups, TheFirstFormThatIsKnownWins) {
     auto& store = refData.dbaseRegcodes;
     store.insert("G-BAFM", "BAW", "A320", "SHT", false);
@@ -90,24 +84,20 @@ TEST_F(Lookups, ThePublisherIsTheFirstNameOfTheFirstGroupThatOccurs) {
 
 TEST_F(Lookups, TheAirlineOfACallsign) {
     refData.icaoAirlines = {"BAW", "PHA"};
-    const std::tuple<const char*, const char*, const char*> rows[] = {{"BAW3AK", "G-EUUA", "BAW"},
-                                                                      {"BAW123", "", "BAW"},
-                                                                      {"BAWAB1", "", ""},
-                                                                      {"BA123", "", ""},
-                                                                      {"BAW", "", ""},
-                                                                      {"baw123", "", ""},
-                                                                      {"XYZ123", "", ""},
-                                                                      {"", "", ""},
-                                                                      {"PHA12", "PH-A12", ""},
-                                                                      {"PHA12", "PHA12", ""},
-                                                                      {"PHA12", "PH-A13", "PHA"},
-                                                                      {"BAW12_", "", "BAW"}};
+    const struct {
+        const char *callsign, *registration, *airline;
+    } rows[] = {{"BAW3AK", "G-EUUA", "BAW"},
+                {"BAW123", "", "BAW"},
+                {"BAWAB1", "", ""},
+                {"BA123", "", ""},
+                {"BAW", "", ""},
+                {"baw123", "", ""},
+                {"XYZ123", "", ""},
+                {"", "", ""},
+                {"PHA12", "PH-A12", ""},
+                {"PHA12", "PHA12", ""},
+                {"PHA12", "PH-A13", "PHA"},
+                {"BAW12_", "", "BAW"}};
     for (const auto& [callsign, registration, airline] : rows)
         EXPECT_EQ(gf_airlineOfCallsign(callsign, registration), airline) << callsign << " " << registration;
-}
-
-TEST_F(Lookups, TheSimulatorsOwnFoldersHaveTheirModels) {
-    EXPECT_EQ(baseContainerModels.size(), 30u);
-    EXPECT_EQ(baseContainerModels.find(std::string_view("Asobo_Baron_G58"))->second, "B58T");
-    EXPECT_EQ(baseContainerModels.find(std::string_view("FlyByWire_A320_NEO"))->second, "A20N");
 }

