@@ -120,12 +120,9 @@ TEST_F(FrameStep, FailuresAreToldInTheOrderInWhichTheyHappen) {
 }
 
 TEST_F(FrameStep, TheExchangeGivesUpAtFiftyFramesAndWaitsAbove) {
-    struct Row {
-        float rate;
-        bool waits;
-    };
-    for (const Row row : {Row{0, false}, Row{50, false}, Row{50.1f, true}}) {
-        sim.frameRate = row.rate;
+    for (const float rate : {0.0F, 50.0F, 50.1F}) {
+        const bool waits = rate > 50;
+        sim.frameRate = rate;
         sim.draining.clear();
         fillingUpdates.assign(3, {{}, 20});
         simLock.lock();
@@ -134,25 +131,21 @@ TEST_F(FrameStep, TheExchangeGivesUpAtFiftyFramesAndWaitsAbove) {
             gf_exchangeUpdates();
             done = true;
         });
-        if (row.waits) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-            EXPECT_FALSE(done);
-        } else {
-            engine.join();
-            EXPECT_TRUE(sim.draining.empty());
-        }
+        if (!waits) engine.join(); // or it stands here for ever
+        if (waits) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_TRUE(sim.draining.empty() && done != waits);
         simLock.unlock();
-        if (row.waits) engine.join();
-        EXPECT_EQ(sim.draining.size(), row.waits ? 3u : 0u) << row.rate;
+        if (waits) engine.join();
+        EXPECT_EQ(sim.draining.size(), waits ? 3u : 0u) << rate;
         EXPECT_TRUE(fillingUpdates.empty());
     }
     sim.draining.clear();
     sim.frameRate = 30;
-    fillingUpdates.assign(
-        2, {{}, 20}); // a free lock always exchanges, and what a frame has not taken is replaced
-    gf_exchangeUpdates();
-    fillingUpdates.assign(5, {{}, 20});
-    gf_exchangeUpdates();
+    for (const std::size_t count :
+         {2u, 5u}) { // a free lock always exchanges, and replaces what no frame took
+        fillingUpdates.assign(count, {{}, 20});
+        gf_exchangeUpdates();
+    }
     EXPECT_EQ(sim.draining.size(), 5u);
     fillingUpdates.assign(5, {{}, 20});
     gf_dropUpdates();

@@ -4,8 +4,6 @@
 #include "platform/process.h"
 #include "simlink_fixture.h"
 
-#include <functional>
-
 using namespace test;
 using testing::HasSubstr;
 namespace fs = std::filesystem;
@@ -36,8 +34,7 @@ class Installation : public SimLink {
     static void userCfg(const fs::path& file, const std::string& line, const char* lineEnd = "\n") {
         fs::create_directories(file.parent_path());
         std::string text;
-        for (const char* part : {"Version 66", "{Graphics", "\tVersion 1.1.0", "\t{Video", "\t\tMonitor 0",
-                                 "\t\tResolution 2560 1440", "\t}", "}"})
+        for (const char* part : {"Version 66", "{Graphics", "\t{Video", "\t\tMonitor 0", "\t}", "}"})
             text += part + std::string(lineEnd);
         writeFile(file, text + line + lineEnd);
     }
@@ -62,38 +59,18 @@ TEST_F(Installation, IsFoundOnEachRoadOfEachEdition) {
         const std::string store =
             is2020 ? "Microsoft.FlightSimulator_8wekyb3d8bbwe" : "Microsoft.Limitless_8wekyb3d8bbwe";
         const fs::path drive = scratch.path / "drive";
+        const fs::path cache = local("Packages") / store / "LocalCache";
         const struct Row {
             const char* name;
-            std::function<fs::path()> install; // gives the packages folder
-            std::vector<const char*> missing;  // what the log tells before
+            fs::path cfg, packages;
+            std::size_t missing; // of the lines that the log has before
         } rows[] = {
-            {"Steam", [&] { return packages(roaming(steam) / "Packages", own); }, {}},
-            {"Store",
-             [&] {
-                 const fs::path cache = local("Packages") / store / "LocalCache";
-                 userCfg(cache / "UserCfg.opt", quoted(cache / "Packages"));
-                 return packages(cache / "Packages", own);
-             },
-             {}},
-            {"Steam, on a drive of its own",
-             [&] {
-                 userCfg(roaming(steam) / "UserCfg.opt", quoted(drive), "\r\n");
-                 return packages(drive, own);
-             },
-             {"no Store:"}},
-            {"dashboard",
-             [&] {
-                 userCfg(local("Packages/Microsoft.FlightDashboard_8wekyb3d8bbwe/LocalCache/UserCfg.opt"),
-                         quoted(drive));
-                 return packages(drive, own);
-             },
-             {"no Store:", "no Steam1:"}},
-            {"boxed",
-             [&] {
-                 userCfg(local("MSFSPackages/UserCfg.opt"), "  " + quoted(drive) + "   ");
-                 return packages(drive, own);
-             },
-             {"no Store:", "no Steam1:", "no Steam2:"}},
+            {"Steam", {}, roaming(steam) / "Packages", 0},
+            {"Store", cache / "UserCfg.opt", cache / "Packages", 0},
+            {"Steam, on a drive of its own", roaming(steam) / "UserCfg.opt", drive, 1},
+            {"dashboard", local("Packages/Microsoft.FlightDashboard_8wekyb3d8bbwe/LocalCache/UserCfg.opt"),
+             drive, 2},
+            {"boxed", local("MSFSPackages/UserCfg.opt"), drive, 3},
         };
         for (const Row& row : rows) {
             SCOPED_TRACE(std::string(row.name) + (is2020 ? ", 2020" : ", 2024"));
@@ -105,17 +82,20 @@ TEST_F(Installation, IsFoundOnEachRoadOfEachEdition) {
             EXPECT_THAT(log(), HasSubstr("MSFS detection, no Boxed:" +
                                          plat::pathText(local("MSFSPackages/UserCfg.opt")) +
                                          "\nNo UserCfg.opt found?\n"));
-            const fs::path expected = row.install();
+            const fs::path expected = packages(row.packages, own);
+            if (!row.cfg.empty())
+                userCfg(row.cfg, is2020 ? quoted(expected) : "  " + quoted(expected) + "   ",
+                        is2020 ? "\n" : "\r\n");
             TearDown(); // a log of its own
             SetUp();
             MSFS_2020.value = is2020;
             EXPECT_EQ(found(), expected);
-            EXPECT_EQ(logged("MSFS detection, "), row.missing.size());
-            for (const char* text : row.missing) EXPECT_EQ(logged(text), 1u) << text;
-            EXPECT_THAT(log(), HasSubstr(row.name == std::string("Steam")
-                                             ? "Steam packages:" + plat::pathText(expected) + "\n"
-                                             : "UserCfg.opt: InstalledPackagesPath=" +
-                                                   plat::pathText(expected) + "\n"));
+            EXPECT_EQ(logged("MSFS detection, "), row.missing);
+            const char* const missing[] = {"no Store:", "no Steam1:", "no Steam2:"};
+            for (std::size_t i = 0; i < row.missing; ++i) EXPECT_EQ(logged(missing[i]), 1u) << missing[i];
+            EXPECT_THAT(log(), HasSubstr(row.cfg.empty() ? "Steam packages:" + plat::pathText(expected) + "\n"
+                                                         : "UserCfg.opt: InstalledPackagesPath=" +
+                                                               plat::pathText(expected) + "\n"));
             MSFS_2020.value = !is2020; // the roads of the other edition do not end at this one's folder
             EXPECT_EQ(found(), fs::path());
         }
@@ -131,23 +111,19 @@ TEST_F(Installation, ASteamFolderThatIsNoneGivesWayToTheConfiguredOne) {
 
 TEST_F(Installation, OnlyTheFirstLineWithThePathCounts) {
     const std::string good = plat::pathText(packages(scratch.path / "good", "Official"));
-    const struct Row {
-        std::string line, result;
-    } rows[] = {
-        {"InstalledPackagesPath " + good, "???"}, // without quotes the whole line is the path
-        {"InstalledPackagesPath \"" + good, "???"},
-        {"InstalledPackagesPath \"\"", "???"},
-        {"installedpackagespath \"" + good + "\"", "???"},
-        {"InstalledPackagesPath \"" + good + ".gone\"\nInstalledPackagesPath \"" + good + "\"", "???"},
-        {"InstalledPackagesPath \"" + good + "\"\nInstalledPackagesPath \"/else\"", good},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.line);
+    for (const auto& [line, result] : std::vector<std::pair<std::string, std::string>>{
+             {"InstalledPackagesPath " + good, "???"}, // without quotes the whole line is the path
+             {"InstalledPackagesPath \"" + good, "???"},
+             {"InstalledPackagesPath \"\"", "???"},
+             {"installedpackagespath \"" + good + "\"", "???"},
+             {"InstalledPackagesPath \"" + good + ".gone\"\nInstalledPackagesPath \"" + good + "\"", "???"},
+             {"InstalledPackagesPath \"" + good + "\"\nInstalledPackagesPath \"/else\"", good}}) {
+        SCOPED_TRACE(line);
         TearDown();
         SetUp();
-        userCfg(local("MSFSPackages/UserCfg.opt"), row.line);
-        EXPECT_EQ(plat::pathText(found()), row.result == "???" ? "" : row.result);
-        EXPECT_EQ(logged("UserCfg.opt: InstalledPackagesPath=" + row.result + "\n"), 1u) << log();
+        userCfg(local("MSFSPackages/UserCfg.opt"), line);
+        EXPECT_EQ(plat::pathText(found()), result == "???" ? "" : result);
+        EXPECT_EQ(logged("UserCfg.opt: InstalledPackagesPath=" + result + "\n"), 1u) << log();
     }
     writeFile(local("MSFSPackages/UserCfg.opt"), "");
     EXPECT_EQ(found(), fs::path());

@@ -72,16 +72,14 @@ TEST_F(SimMessages, CreationsAnsweredInReverseFindTheirAircraftAndAreFrozen) {
     ASSERT_EQ(packets.size(), 3u);
     for (std::size_t i = 0; i < 3; ++i) {
         EXPECT_EQ(packets[i].function, fnRelease);
-        EXPECT_EQ(packets[i].u32(16), (std::vector<std::uint32_t>{25, 22, 20})[i]);
-        EXPECT_EQ(packets[i].u32(20), 103u);
+        EXPECT_EQ(packets[i].body, Bytes().u32(i == 0 ? 25 : i == 1 ? 22 : 20).u32(103).text);
     }
     arrive(frame());
     packets = stream->takePackets();
     ASSERT_EQ(packets.size(), 9u);
     for (std::uint32_t i = 0; i < 9; ++i) {
         EXPECT_EQ(packets[i].function, fnTransmit);
-        EXPECT_EQ(packets[i].u32(20), 214 + i % 3);
-        EXPECT_EQ(packets[i].u32(24), 1u);
+        EXPECT_EQ(packets[i].body.substr(4, 8), Bytes().u32(214 + i % 3).u32(1).text);
     }
     // From now on they give height reports, but for the static one.
     arrive(inRange(25, "AFR9*", 12) + inRange(22, "KLM12", 1500, 300, false) + inRange(20, "DLH4AB", 8.5));
@@ -124,36 +122,33 @@ TEST_F(SimMessages, HeightReportsAreThoseOfLowLiveAircraft) {
     EXPECT_TRUE(posts().empty());
 }
 
-TEST_F(SimMessages, ARemovedAircraftIsTold) {
+TEST_F(SimMessages, ARemovedAircraftIsToldAndTheStaticCgWithItsPitch) {
     arrive(added(30) + removed(30) + removed(31, 1));
-    EXPECT_EQ(posts(), (std::vector<Post>{{wasRemoved, 30}}));
-    EXPECT_TRUE(sim.newObjects.empty());
-}
-
-TEST_F(SimMessages, TheStaticCgComesWithItsPitch) {
     arrive(answerHead(reqStaticCg, 40, defStaticCg).f64(9.5).f64(-0.01).message(8));
-    EXPECT_EQ(posts(), (std::vector<Post>{{SimMessageKind::staticCg, 40, 0, 0, 9.5, -0.01}}));
+    EXPECT_EQ(posts(),
+              (std::vector<Post>{{wasRemoved, 30}, {SimMessageKind::staticCg, 40, 0, 0, 9.5, -0.01}}));
+    EXPECT_TRUE(sim.newObjects.empty());
 }
 
 // ---- creations that fail ------------------------------------------------------------------------------------------
 
 TEST_F(SimMessages, AnExceptionForACreationEndsItAndOnlySomeRefuseTheTitle) {
-    struct Row {
+    const struct {
         std::uint32_t number;
         int titleRefused;
         const char* line;
-    } const rows[] = {{22, 1, ""},
-                      {33, 1, "===> SIMCON EXCEP 33\n"},
-                      {37, 1, "===> SIMCON EXCEP 37\n"},
-                      {32, 0, "===> SIMCON EXCEP 32\n"},
-                      {38, 0, "===> SIMCON EXCEP 38\n"},
-                      {1, 0, "===> SIMCON EXCEP 1\n"},
-                      {3, 0, "===> SIMCONNECT_EXCEPTION_UNRECOGNIZED_ID\n"},
-                      {11, 0, "SimConnect: too many objects (max 1000)\n"},
-                      {19, 0, "SIMCON EXCEP 19\n"},
-                      {23, 0, "===> Simconnect exception: load flight plan failed\n"},
-                      {24, 0, "SIMCON EXCEP 24\n"}};
-    for (const Row& row : rows) {
+    } rows[] = {{22, 1, ""},
+                {33, 1, "===> SIMCON EXCEP 33\n"},
+                {37, 1, "===> SIMCON EXCEP 37\n"},
+                {32, 0, "===> SIMCON EXCEP 32\n"},
+                {38, 0, "===> SIMCON EXCEP 38\n"},
+                {1, 0, "===> SIMCON EXCEP 1\n"},
+                {3, 0, "===> SIMCONNECT_EXCEPTION_UNRECOGNIZED_ID\n"},
+                {11, 0, "SimConnect: too many objects (max 1000)\n"},
+                {19, 0, "SIMCON EXCEP 19\n"},
+                {23, 0, "===> Simconnect exception: load flight plan failed\n"},
+                {24, 0, "SIMCON EXCEP 24\n"}};
+    for (const auto& row : rows) {
         const std::uint32_t first = create(10001, "DLH4AB"), second = create(10002, "KLM12");
         const std::string before = log();
         arrive(exception(row.number, second) + exception(row.number, second)); // once only
@@ -248,7 +243,7 @@ TEST_F(SimMessages, ALongTailNumberIsFoundAsTheSimulatorGivesItBack) {
 
 // ---- the user's aircraft ------------------------------------------------------------------------------------------
 
-TEST_F(SimMessages, AJumpOfMoreThanTenMilesIsANewFlight) {
+TEST_F(SimMessages, AJumpOfMoreThanTenMilesIsANewFlightUnlessFromNoPosition) {
     constexpr double mile = 1.0 / 60;
     arrive(userAt(50 + 9 * mile, 8.5));
     EXPECT_FALSE(app.stopRequested);
@@ -256,9 +251,7 @@ TEST_F(SimMessages, AJumpOfMoreThanTenMilesIsANewFlight) {
     EXPECT_EQ(logged("Teleport\n"), 1u);
     EXPECT_EQ(app.runState, RunState::newFlight);
     EXPECT_EQ(sim.userBlock.lat, 50 + 20 * mile);
-}
-
-TEST_F(SimMessages, AJumpFromNoPositionIsNone) {
+    app = AppRun{};
     for (const auto& [lat, lon] : {std::pair{0.0009, 0.05}, std::pair{0.0, 0.0}, std::pair{-0.0, -0.0}}) {
         sim.userPrevPosition = {lat, lon};
         arrive(userAt(40, -70));
@@ -349,8 +342,7 @@ TEST_F(SimMessages, AFlightThatIsLoadedEndsTheRunOnlyOnceTheUserIsThere) {
 TEST_F(SimMessages, TheSimEventStartsAndStopsTheFlight) {
     for (const std::uint32_t data : {1u, 0u, 1u, 2u}) {
         arrive(event(evSim, data));
-        EXPECT_EQ(app.simRunning.isSet(), data == 1);
-        EXPECT_EQ(display.simRunning, data == 1);
+        EXPECT_TRUE(app.simRunning.isSet() == (data == 1) && display.simRunning == (data == 1)) << data;
     }
     arrive(event(evSim, 1) + event(evGear, 1) + Bytes().message(3)); // the user's own gear is no news
     EXPECT_FALSE(app.simRunning);
@@ -380,9 +372,6 @@ TEST(Epoch, IsRightForEveryDayFrom1970To2100) {
             ASSERT_EQ(gf_epochOfZulu(y, day, 86399), expected + 86399) << y << " " << day;
         }
     }
-    EXPECT_EQ(gf_epochOfZulu(1970, 1, 1), 1);
-    EXPECT_EQ(gf_epochOfZulu(2000, 366, 0), 978220800);
-    EXPECT_EQ(gf_epochOfZulu(2100, 60, 0), 4107542400); // the first of March: 2100 has no leap day
 }
 
 // ---- messages that cannot be trusted --------------------------------------------------------------------------------

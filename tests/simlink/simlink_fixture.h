@@ -86,19 +86,9 @@ class SimLink : public testing::Test {
 
     // Messages of the simulator.
     static std::string openMessage(const std::string& name) {
-        return Bytes()
-            .str(name, 256)
-            .u32(11)
-            .u32(0)
-            .u32(282174)
-            .u32(999)
-            .u32(11)
-            .u32(0)
-            .u32(62651)
-            .u32(3)
-            .u32(0)
-            .u32(0)
-            .message(2);
+        Bytes message = Bytes().str(name, 256);
+        for (const std::uint32_t part : {11, 0, 282174, 999, 11, 0, 62651, 3, 0, 0}) message.u32(part);
+        return message.message(2);
     }
     static std::string event(std::uint32_t id, std::uint32_t data) {
         return Bytes().u32(0xFFFFFFFF).u32(id).u32(data).message(4);
@@ -120,28 +110,13 @@ class SimLink : public testing::Test {
     }
     static std::string inRange(std::uint32_t object, const std::string& tail, double agl = 0,
                                double ground = 364, bool onGround = true) {
-        return answerHead(reqInRange, object, defInRange)
-            .f64(agl)
-            .f64(ground)
-            .i64(onGround)
-            .str(tail, 32)
-            .message(9);
+        Bytes answer = answerHead(reqInRange, object, defInRange).f64(agl).f64(ground);
+        return answer.i64(onGround).str(tail, 32).message(9);
     }
     static std::string userAt(double lat, double lon, std::uint32_t object = 1, double groundSpeed = 0) {
-        return answerHead(reqUser, object, defUser)
-            .f64(lat)
-            .f64(lon)
-            .f64(0)
-            .f64(0)
-            .f64(1)
-            .f64(364)
-            .f64(0)
-            .f64(groundSpeed)
-            .i64(3600)
-            .i64(59)
-            .i64(2024)
-            .i64(7)
-            .message(8);
+        Bytes answer = answerHead(reqUser, object, defUser);
+        for (const double part : {lat, lon, 0.0, 0.0, 1.0, 364.0, 0.0, groundSpeed}) answer.f64(part);
+        return answer.i64(3600).i64(59).i64(2024).i64(7).message(8);
     }
     static std::string onGround(bool on) {
         return answerHead(reqOnGround, 1, defOnGround).i64(on).message(8);

@@ -4,6 +4,8 @@
 #include "liveries/refdata.h"
 #include "simlink_fixture.h"
 
+#include <fmt/format.h>
+
 using namespace test;
 using testing::HasSubstr;
 
@@ -52,49 +54,40 @@ class UserAircraft : public SimLink {
 TEST_F(UserAircraft, IsRecognisedInEachFormOfTheModelText) {
     const struct Row {
         const char *title, *model;
-        double halfSpan; // metres
-        bool known;
-        const char* line; // behind "SimConnect: User aircraft model"
+        const char *code, *category; // as the log names them
+        double halfSpan;             // metres; 0 for one that is unknown, which gets that of the widest
     } rows[] = {
-        {"", "A320", 18, true, ": A320, half wing span: 18.0 meter, category: Large"},
-        {"", "A350-900", 32, true, ": A359, half wing span: 32.0 meter, category: Heavy"},
-        {"", "N738B", 17.9, true, ": B38M, half wing span: 17.9 meter, category: Large"},
-        {"", "777", 6, true, ": 772, half wing span: 6.0 meter, category: Light"}, // no such code
-        {"", "A330-200 (RR)", 30, true, ": A332, half wing span: 30.0 meter, category: Heavy"},
+        {"", "A320", ": A320", "Large", 18},
+        {"", "A350-900", ": A359", "Heavy", 32},
+        {"", "N738B", ": B38M", "Large", 17.9},
+        {"", "777", ": 772", "Light", 6}, // no such code
+        {"", "A330-200 (RR)", ": A332", "Heavy", 30},
         // keys into the simulator's texts
-        {"", "TT:ATCCOM.AC_MODEL_C172.0.text", 5.5, true,
-         ": C172, half wing span: 5.5 meter, category: Light"},
-        {"", "TT:ATCCOM.AC_MODEL_GLEX.0.text", 12, true,
-         ": GLEX, half wing span: 12.0 meter, category: Buzjets"}, // a model without a span of its own
-        {"", "TT:ATCCOM.AC_MODEL_H60.0.text", 7, true,
-         ": H60, half wing span: 7.0 meter, category: Rotorcraft"},
-        {"", "TT:ATCCOM.AC_MODEL_U2.0.text", 6, true, ": U2, half wing span: 6.0 meter, category: Light"},
-        {"", "AC_MODEL_A320.0.text.0.text", 18, true,
-         ": A320, half wing span: 18.0 meter, category: Large"}, // the first mark counts
-        {"", "TT:ATCCOM.AC_MODEL_ZZZZ.0.text", 40, false,
-         ": TT:ATCCOM.AC_MODEL_ZZZZ.0.text, category: Light"},
-        {"", "$$:A320", 18, true, ": A320, half wing span: 18.0 meter, category: Large"},
-        {"", "$$:A", 6, true, ": $$:A, half wing span: 6.0 meter, category: Light"},
-        {"", "$$:U2", 6, true, ": U2, half wing span: 6.0 meter, category: Light"},
-        {"", "$$:A350-900", 40, false, ": A350-900, category: Light"}, // one rule alone is applied
+        {"", "TT:ATCCOM.AC_MODEL_C172.0.text", ": C172", "Light", 5.5},
+        {"", "TT:ATCCOM.AC_MODEL_GLEX.0.text", ": GLEX", "Buzjets", 12}, // without a span of its own
+        {"", "TT:ATCCOM.AC_MODEL_H60.0.text", ": H60", "Rotorcraft", 7},
+        {"", "TT:ATCCOM.AC_MODEL_U2.0.text", ": U2", "Light", 6},
+        {"", "AC_MODEL_A320.0.text.0.text", ": A320", "Large", 18}, // the first mark counts
+        {"", "TT:ATCCOM.AC_MODEL_ZZZZ.0.text", ": TT:ATCCOM.AC_MODEL_ZZZZ.0.text", "Light", 0},
+        {"", "$$:A320", ": A320", "Large", 18},
+        {"", "$$:A", ": $$:A", "Light", 6},
+        {"", "$$:U2", ": U2", "Light", 6},
+        {"", "$$:A350-900", ": A350-900", "Light", 0}, // one rule alone is applied
         // the four variants of one add-on
-        {"DG 737-800 BBJ", "737", 17.2, true, ": B738, half wing span: 17.2 meter, category: Large"},
-        {"My DG 737-700", "737", 16, true, ": B737, half wing span: 16.0 meter, category: Large"},
-        {"DG 737-600", "737", 16, true, ": B736, half wing span: 16.0 meter, category: Large"},
-        {"DG 737-900", "737", 16, true, ": B739, half wing span: 16.0 meter, category: Large"},
-        {"DG 737-900 and DG 737-700", "737", 16, true, ": B737, half wing span: 16.0 meter, category: Large"},
-        {"dg 737-800", "737", 6, true, ": 737, half wing span: 6.0 meter, category: Light"},
+        {"DG 737-800 BBJ", "737", ": B738", "Large", 17.2},
+        {"My DG 737-700", "737", ": B737", "Large", 16},
+        {"DG 737-600", "737", ": B736", "Large", 16},
+        {"DG 737-900", "737", ": B739", "Large", 16},
+        {"DG 737-900 and DG 737-700", "737", ": B737", "Large", 16},
+        {"dg 737-800", "737", ": 737", "Light", 6},
         // no code, and the title helps
-        {"Aerosoft A319 CFM", "Aerosoft", 17, true,
-         " deduced from title: A319, half wing span: 17.0 meter, category: Large"},
-        {"Aerosoft A320", "A320-214", 18, true,
-         " deduced from title: A320, half wing span: 18.0 meter, category: Large"},
-        {"Aerosoft A321 IAE", "A321-231", 16, true, // no span of its own: the mean of its class
-         " deduced from title: A321, half wing span: 16.0 meter, category: Large"},
-        {"Aerosoft A32", "A320-214", 40, false, ": A320-214, category: Light"},
-        {"The Aerosoft A320", "A320-214", 40, false, ": A320-214, category: Light"},
+        {"Aerosoft A319 CFM", "Aerosoft", " deduced from title: A319", "Large", 17},
+        {"Aerosoft A320", "A320-214", " deduced from title: A320", "Large", 18},
+        {"Aerosoft A321 IAE", "A321-231", " deduced from title: A321", "Large", 16}, // the mean of its class
+        {"Aerosoft A32", "A320-214", ": A320-214", "Light", 0},
+        {"The Aerosoft A320", "A320-214", ": A320-214", "Light", 0},
         // the widest of all looks like an unknown one
-        {"Airbus A380", "A388", 40, false, ": A388, category: Heavy"},
+        {"Airbus A380", "A388", ": A388", "Heavy", 0},
     };
     refData.allModels.insert("A321");
     refData.largeModels.insert("A321");
@@ -102,27 +95,26 @@ TEST_F(UserAircraft, IsRecognisedInEachFormOfTheModelText) {
         SCOPED_TRACE(std::string(row.title) + " / " + row.model);
         gf_clearMessage();
         const std::size_t before = log().size();
-        simLife.userModelKnown = !row.known;
+        const bool known = row.halfSpan > 0;
+        simLife.userModelKnown = !known;
         ASSERT_TRUE(arrive(titleAnswer(row.title) + modelAnswer(row.model)));
-        EXPECT_NEAR(simLife.userRadiusNm * 1852, row.halfSpan, 1e-9);
-        EXPECT_EQ(simLife.userModelKnown, row.known);
+        EXPECT_NEAR(simLife.userRadiusNm * 1852, known ? row.halfSpan : 40, 1e-9);
+        EXPECT_EQ(simLife.userModelKnown, known);
         std::string text = log().substr(before);
         text = text.substr(text.find("model raw: "));
-        EXPECT_EQ(text, "model raw: " + std::string(row.model) + "\n" + (row.known ? "" : spanUnknown) +
-                            "SimConnect: User aircraft model" + row.line + "\n");
-        EXPECT_EQ(gf_shownMessage() + "\n", row.known ? "\n" : spanUnknown);
+        EXPECT_EQ(text, fmt::format("model raw: {}\n{}SimConnect: User aircraft model{}{}, category: {}\n",
+                                    row.model, known ? "" : spanUnknown, row.code,
+                                    known ? fmt::format(", half wing span: {:.1f} meter", row.halfSpan) : "",
+                                    row.category));
+        EXPECT_EQ(gf_shownMessage() + "\n", known ? "\n" : spanUnknown);
     }
-}
-
-TEST_F(UserAircraft, ATitleWhoseModelHasNoSizeAtAllLeavesTheLargest) {
-    refData.wingspanByModel.erase("A319");
+    refData.wingspanByModel.erase("A319"); // nor has its class a span
     refData.wingspanByCategory = {};
     ASSERT_TRUE(arrive(titleAnswer("Aerosoft A319") + modelAnswer("Aerosoft")));
     EXPECT_DOUBLE_EQ(simLife.userRadiusNm, refData.maxHalfWingspan);
     EXPECT_FALSE(simLife.userModelKnown);
-    EXPECT_THAT(log(),
-                HasSubstr(spanUnknown + std::string("SimConnect: User aircraft model deduced from title: "
-                                                    "A319, category: Large\n")));
+    EXPECT_THAT(log(), HasSubstr(spanUnknown + std::string("SimConnect: User aircraft model deduced from "
+                                                           "title: A319, category: Large\n")));
 }
 
 TEST_F(UserAircraft, ACameraOrABoatCountsAsARegionalJetAndIsNotLogged) {
