@@ -70,7 +70,7 @@ TEST_F(MainWindow, EachControlStandsInItsPlace) {
         const plat::headless::Control control = plat::headless::control(r.id);
         EXPECT_EQ(control.kind, r.kind);
         EXPECT_EQ(control.place.left, r.x);
-        EXPECT_EQ(control.place.right - control.place.left, r.width);
+        EXPECT_EQ(control.place.right, r.x + r.width);
         EXPECT_EQ(control.place.top, r.row + (r.kind == 'c' ? 2 : 0));
         EXPECT_EQ(control.place.bottom - control.place.top, r.kind == 'c' ? 12 : r.kind == 'b' ? 20 : 16);
         EXPECT_EQ(control.enabled, r.kind == 'c') << "until a run begins";
@@ -96,18 +96,11 @@ TEST_F(OpenWindow, ARunBeginsWithEachControlInItsState) {
     EXPECT_EQ(box(parking_percentage), "") << "until an airport is loaded";
     EXPECT_EQ(box(MAX_FIT_FL), "");
 
-    struct Rule {
-        BoolParameter& parameter;
-        const Parameter &whenOn, &whenOff; // enabled in that state alone
-    };
-    for (const Rule& rule : {Rule{AUTO_RANGE, AUTO_RANGE_ABOVE_HEIGHT, LATERAL_RANGE},
-                             Rule{LIG_AUTOMATIC, AI_PACKAGE_ORDER, FLUSH_STATIC},
-                             Rule{MSFS_2020, CALLSIGN_OBJECTIDS, FLUSH_STATIC}}) {
-        rule.parameter.value = false;
-        lf_controlsToStartState();
-        EXPECT_FALSE(enabled(rule.whenOn)) << rule.whenOn.name;
-        EXPECT_EQ(enabled(rule.whenOff), &rule.whenOff == &LATERAL_RANGE);
-    }
+    for (BoolParameter* const p : {&AUTO_RANGE, &LIG_AUTOMATIC, &MSFS_2020}) p->value = false;
+    lf_controlsToStartState();
+    EXPECT_FALSE(enabled(AUTO_RANGE_ABOVE_HEIGHT) || enabled(AI_PACKAGE_ORDER) ||
+                 enabled(CALLSIGN_OBJECTIDS));
+    EXPECT_TRUE(enabled(LATERAL_RANGE));
     BLOCK_CALLSIGN.set("BAW1");
     MAX_FIT.value = 14;
     parking_percentage.value = 77;
@@ -124,63 +117,58 @@ bool drawn(const std::vector<Text>& texts, const Text& wanted) {
 }
 
 TEST_F(OpenWindow, EachLabelStandsInItsPlaceInTheColourOfItsState) {
-    for (const Text& label : std::initializer_list<Text>{
-             {672, 203, "Aerowinx", black},
-             {672, 147, "Log", black},
-             {768, 147, "Stay on top", black},
-             {768, 175, "Learn Soft", black},
-             {672, 175, "Nav lights", black},
-             {768, 203, "GUID changes", black},
-             {768, 231, "objectids", black},
-             {25, 119, "Install path:", black},
-             {25, 147, "Scan for liveries", yellow},
-             {237, 147, "Automatic, selector:", black},
-             {450, 147, "Prioritize", black},
-             {556, 147, "Stub", black},
-             {25, 175, "Scan for addon airports", yellow},
-             {5, 203, "Max aircraft matching depth", black},
-             {253, 203, "Optional:", black},
-             {343, 203, "Light aircraft", black},
-             {450, 203, "Helicopters", black},
-             {556, 203, "FighterJets", black},
-             {5, 231, "Traffic injection", black},
-             {167, 231, "radius:", black},
-             {260, 231, "nm,  or", black},
-             {343, 231, "auto range", black},
-             {430, 231, "ah:", black},
-             {510, 231, "ft", black},
-             {5, 259, "Callsigns", black},
-             {172, 259, "block:", black},
-             {430, 259, "oid:", black},
-             {5, 287, "Collision avoidance", black},
-             {237, 287, "User ground", black},
-             {343, 287, "User air", black},
-             {450, 287, "Live X parked", black},
-             {5, 315, "Airport parking", black},
-             {217, 315, "generic max park:", grey},
-             {536, 315, "max live:", grey},
-             {672, 315, "Straight push backs only", grey},
-             {139, 343, "destination:", black},
-             {303, 343, "range:", black},
-             {393, 343, "nm", black},
-             {440, 343, "height above gnd:", black},
-             {621, 343, "ft", black},
-             {25, 371, "Fake", black},
-             {91, 371, "Week", black},
-             {171, 371, "Soft", black},
-             {264, 371, "wanted: ", black},
-             {363, 371, "%", black},
-             {450, 371, "ILO", black},
-             {506, 371, "Max fit:", black},
-         })
+    for (const Text& label : std::initializer_list<Text>{{672, 203, "Aerowinx", black},
+                                                         {672, 147, "Log", black},
+                                                         {768, 147, "Stay on top", black},
+                                                         {768, 175, "Learn Soft", black},
+                                                         {672, 175, "Nav lights", black},
+                                                         {768, 203, "GUID changes", black},
+                                                         {768, 231, "objectids", black},
+                                                         {25, 119, "Install path:", black},
+                                                         {25, 147, "Scan for liveries", yellow},
+                                                         {237, 147, "Automatic, selector:", black},
+                                                         {450, 147, "Prioritize", black},
+                                                         {556, 147, "Stub", black},
+                                                         {25, 175, "Scan for addon airports", yellow},
+                                                         {5, 203, "Max aircraft matching depth", black},
+                                                         {253, 203, "Optional:", black},
+                                                         {343, 203, "Light aircraft", black},
+                                                         {450, 203, "Helicopters", black},
+                                                         {556, 203, "FighterJets", black},
+                                                         {5, 231, "Traffic injection", black},
+                                                         {167, 231, "radius:", black},
+                                                         {260, 231, "nm,  or", black},
+                                                         {343, 231, "auto range", black},
+                                                         {430, 231, "ah:", black},
+                                                         {510, 231, "ft", black},
+                                                         {5, 259, "Callsigns", black},
+                                                         {172, 259, "block:", black},
+                                                         {430, 259, "oid:", black},
+                                                         {5, 287, "Collision avoidance", black},
+                                                         {237, 287, "User ground", black},
+                                                         {343, 287, "User air", black},
+                                                         {450, 287, "Live X parked", black},
+                                                         {5, 315, "Airport parking", black},
+                                                         {217, 315, "generic max park:", grey},
+                                                         {536, 315, "max live:", grey},
+                                                         {672, 315, "Straight push backs only", grey},
+                                                         {139, 343, "destination:", black},
+                                                         {303, 343, "range:", black},
+                                                         {393, 343, "nm", black},
+                                                         {440, 343, "height above gnd:", black},
+                                                         {621, 343, "ft", black},
+                                                         {25, 371, "Fake", black},
+                                                         {91, 371, "Week", black},
+                                                         {171, 371, "Soft", black},
+                                                         {264, 371, "wanted: ", black},
+                                                         {363, 371, "%", black},
+                                                         {450, 371, "ILO", black},
+                                                         {506, 371, "Max fit:", black}})
         EXPECT_TRUE(drawn(textsIn(Band::settings), label)) << label;
     EXPECT_EQ(textsIn(Band::settings).size(), 47u) << "and no other";
 
-    struct Change {
-        std::function<void()> make;
-        Text label;
-    };
-    const std::vector<Change> changes = {
+    const auto disable = [](const Parameter& p) { plat::setEnabled(p.control.controlId, false); };
+    const std::pair<std::function<void()>, Text> changes[] = {
         {[] { AEROWINX.value = true; }, {672, 203, "Aerowinx", yellow}},
         {[] { ALWAYS_ON_TOP.value = true; }, {768, 147, "Stay on top", yellow}},
         {[] { GUID_CHANGES.value = false; }, {768, 203, "GUID changes", yellow}},
@@ -189,11 +177,9 @@ TEST_F(OpenWindow, EachLabelStandsInItsPlaceInTheColourOfItsState) {
         {[] { SCAN_AIRPORTS.value = false; }, {25, 175, "Scan for addon airports", black}},
         {[] { airportScan.tbloCount = 1; }, {217, 175, "1 airport in TBLO folder", yellow}},
         {[] { airportScan.tbloCount = 12; }, {217, 175, "12 airports in TBLO folder", yellow}},
-        {[] { plat::setEnabled(LIGHT_AIRCRAFT.control.controlId, false); },
-         {343, 203, "Light aircraft", grey}},
-        {[] { plat::setEnabled(HELICOPTERS.control.controlId, false); }, {450, 203, "Helicopters", grey}},
-        {[] { plat::setEnabled(HIGH_PERF_AIRCRAFT.control.controlId, false); },
-         {556, 203, "FighterJets", grey}},
+        {[&] { disable(LIGHT_AIRCRAFT); }, {343, 203, "Light aircraft", grey}},
+        {[&] { disable(HELICOPTERS); }, {450, 203, "Helicopters", grey}},
+        {[&] { disable(HIGH_PERF_AIRCRAFT); }, {556, 203, "FighterJets", grey}},
         {[] { AUTO_RANGE.value = false; }, {430, 231, "ah:", grey}},
         {[] { gf_setAutoRange(true); }, {430, 231, "ah:", black}},
         {[] { gf_setAutoRange(false); }, {510, 231, "ft", grey}},
@@ -203,19 +189,16 @@ TEST_F(OpenWindow, EachLabelStandsInItsPlaceInTheColourOfItsState) {
         {[] { STRAIGHT_PBS_ONLY.value = true; }, {672, 315, "Straight push backs only", black}},
         {[] { INITIAL_LOAD_ONLY.value = true; }, {450, 371, "ILO", yellow}},
     };
-    for (const Change& change : changes) {
-        EXPECT_FALSE(drawn(textsIn(Band::settings), change.label)) << change.label;
-        change.make();
-        EXPECT_TRUE(drawn(textsIn(Band::settings), change.label)) << change.label;
+    for (const auto& [make, label] : changes) {
+        EXPECT_FALSE(drawn(textsIn(Band::settings), label)) << label;
+        make();
+        EXPECT_TRUE(drawn(textsIn(Band::settings), label)) << label;
     }
-}
-
-TEST_F(OpenWindow, TheObjectIdStandsBesideACallsignAlone) {
-    const Text wanted{561, 259, "= 4711", black};
-    gf_setDisplayText(DisplayText::objectId, "= 4711");
-    EXPECT_FALSE(drawn(textsIn(Band::settings), wanted));
+    const Text id{561, 259, "= 4711", black}; // beside a callsign alone
+    gf_setDisplayText(DisplayText::objectId, id.text);
+    EXPECT_FALSE(drawn(textsIn(Band::settings), id));
     CALLSIGN_2_OBJECTID.set("BAW1");
-    EXPECT_TRUE(drawn(textsIn(Band::settings), wanted));
+    EXPECT_TRUE(drawn(textsIn(Band::settings), id));
 }
 
 TEST_F(OpenWindow, TheMinutesToTheNextRenewalStandWhereThereWillBeOne) {
@@ -231,15 +214,12 @@ TEST_F(OpenWindow, TheMinutesToTheNextRenewalStandWhereThereWillBeOne) {
         EXPECT_EQ(shown(), text);
     }
     display.minutesToSummary = 7;
-    EXPECT_EQ(shown(), "(next in 7 min)");
-    INITIAL_LOAD_ONLY.value = true;
-    EXPECT_EQ(shown(), "");
-    INITIAL_LOAD_ONLY.value = false;
-    display.staticWork = true;
-    EXPECT_EQ(shown(), "");
-    display.staticWork = false;
-    display.airportLoaded = false;
-    EXPECT_EQ(shown(), "");
+    for (int state = 0; state < 4; ++state) {
+        INITIAL_LOAD_ONLY.value = state == 1;
+        display.staticWork = state == 2;
+        display.airportLoaded = state != 3;
+        EXPECT_EQ(shown(), state == 0 ? "(next in 7 min)" : "");
+    }
 }
 
 // ---- the park airport --------------------------------------------------------------------------------------------
