@@ -38,11 +38,7 @@ TEST_F(AppTest, AFirstStartWritesAllKeysWithTheirDefaults) {
     int count = 0;
     for ([[maybe_unused]] const auto& p : document.child("parameters").children("parameter")) ++count;
     EXPECT_EQ(count, 26 + 15 + 18) << "each key once";
-    EXPECT_EQ(inFile("PORT_NUMBER"), "10747");
-    EXPECT_EQ(inFile("PROGRAM_VERSION"), "10.10.10");
-    EXPECT_EQ(inFile("MAX_LIVE"), "-1");
-    EXPECT_EQ(inFile("LOG"), "true");
-    EXPECT_EQ(inFile("WEEK"), "false");
+    EXPECT_EQ(inFile("PROGRAM_VERSION") + " " + inFile("MAX_LIVE") + " " + inFile("LOG"), "10.10.10 -1 true");
     EXPECT_EQ(inFile("parking_percentage"), "-") << "not stored";
     EXPECT_TRUE(logged(plat::pathText(folders.parameters) + " not found, default values taken:"));
     EXPECT_TRUE(logged("\"" + plat::pathText(folders.parameters) + "\" saved"));
@@ -52,19 +48,15 @@ TEST_F(AppTest, AFirstStartWritesAllKeysWithTheirDefaults) {
 TEST_F(AppTest, LogsTheValuesBetweenTwoHeadlines) {
     writeParameters(current + element("RANDOM", "yes"));
     gf_readParameters();
-    const std::string stars(34, '*');
-    const std::string text = logText();
-    EXPECT_NE(text.find("\n\n" + stars + " Parameters " + stars + "\nfrom \"" +
-                        plat::pathText(folders.parameters) + "\"\nRANDOM=1\nAEROWINX=0\nMSFS_2020=1\n"),
-              std::string::npos)
-        << text;
-    EXPECT_NE(
-        text.find("\nAI_PACKAGE_ORDER=1\nPROGRAM_VERSION=10.10.10\nMSFS_INSTALL_PATH=\nPORT_NUMBER=10747\n"),
-        std::string::npos);
+    const std::string stars(34, '*'), file = "\"" + plat::pathText(folders.parameters) + "\"";
+    EXPECT_EQ(timesLogged("\n\n" + stars + " Parameters " + stars + "\nfrom " + file +
+                          "\nRANDOM=1\nAEROWINX=0\nMSFS_2020=1\n"),
+              1)
+        << logText();
+    EXPECT_TRUE(
+        logged("\nAI_PACKAGE_ORDER=1\nPROGRAM_VERSION=10.10.10\nMSFS_INSTALL_PATH=\nPORT_NUMBER=10747"));
     EXPECT_EQ(timesLogged("\nCUSTOM_MAX_PARK=-1\n"), 2) << "among the numbers with and without a control";
-    EXPECT_NE(text.find("\nBLOCK_CALLSIGN=\n\"" + plat::pathText(folders.parameters) + "\" saved\n" +
-                        std::string(80, '*') + "\n\n"),
-              std::string::npos);
+    EXPECT_TRUE(logged("\nBLOCK_CALLSIGN=\n" + file + " saved\n" + std::string(80, '*') + "\n"));
 }
 
 TEST_F(AppTest, ABrokenFileGivesDefaultsAndIsRepaired) {
@@ -95,8 +87,7 @@ TEST_F(AppTest, ValuesAreBroughtIntoTheirLimitsAndStayInTheFile) {
     }
     writeParameters(current + element("LOG", "nonsense") + "<parameter name=\"WEEK\"/>");
     gf_readParameters();
-    EXPECT_FALSE(LOG);
-    EXPECT_FALSE(WEEK);
+    EXPECT_FALSE(LOG || WEEK);
 }
 
 TEST_F(AppTest, ReadsNumbersAlikeUnderAComma) {
@@ -123,36 +114,30 @@ TEST_F(AppTest, AnEmptyLiveryFolderGoesAndASetOneStays) {
 TEST_F(AppTest, AnUnknownKeyOutlivesReadingAndSaving) {
     writeParameters(current + element("FUTURE", "42") + "<other/>");
     gf_readParameters();
-    LATERAL_RANGE.value = 33;
-    gf_saveParameter(LATERAL_RANGE);
     gf_setAndSave(DESTINATION, "E'GLL\" & <x>");
     EXPECT_EQ(inFile("FUTURE"), "42");
-    EXPECT_EQ(inFile("LATERAL_RANGE"), "33");
     EXPECT_EQ(inFile("DESTINATION"), "E'GLL\" & <x>");
     EXPECT_NE(test::readFile(folders.parameters).find("<other"), std::string::npos);
 }
 
 TEST_F(AppTest, ANewVersionScansAgain) {
-    for (const char* older : {"10.10.9", "9-99-99", "no version", ""}) {
+    const std::vector<std::string> versions{"10.10.9",  "9-99-99",  "no version",
+                                            "", // of which four are older
+                                            "10.10.10", "10-10-10", "11.0.0"};
+    for (std::size_t i = 0; i < versions.size(); ++i) {
+        SCOPED_TRACE(versions[i]);
         test::writeFile(folders.installer, "exe");
-        writeParameters(element("PROGRAM_VERSION", older) + element("SCAN_LIVERIES", "false") +
+        writeParameters(element("PROGRAM_VERSION", versions[i]) + element("SCAN_LIVERIES", "false") +
                         element("SCAN_AIRPORTS", "false"));
         gf_readParameters();
-        EXPECT_TRUE(SCAN_LIVERIES && SCAN_AIRPORTS) << older;
-        EXPECT_EQ(inFile("SCAN_LIVERIES"), "true") << older;
-        EXPECT_EQ(inFile("PROGRAM_VERSION"), "10.10.10") << older;
-        EXPECT_FALSE(std::filesystem::exists(folders.installer));
+        EXPECT_TRUE(SCAN_LIVERIES.value == (i < 4) && SCAN_AIRPORTS.value == (i < 4));
+        EXPECT_EQ(inFile("SCAN_LIVERIES"), i < 4 ? "true" : "false");
+        EXPECT_EQ(inFile("PROGRAM_VERSION"), "10.10.10");
+        EXPECT_EQ(std::filesystem::exists(folders.installer), i >= 4);
     }
     EXPECT_TRUE(logged("This is a version update from 10.10.9 -> 10.10.10"));
     EXPECT_EQ(timesLogged("This is a version update from 0.0.0 -> 10.10.10"), 2);
-    for (const char* other : {"10.10.10", "10-10-10", "11.0.0"}) {
-        test::writeFile(folders.installer, "exe");
-        writeParameters(element("PROGRAM_VERSION", other) + element("SCAN_LIVERIES", "false"));
-        gf_readParameters();
-        EXPECT_FALSE(SCAN_LIVERIES) << other;
-        EXPECT_EQ(inFile("PROGRAM_VERSION"), "10.10.10") << other;
-        EXPECT_TRUE(std::filesystem::exists(folders.installer));
-    }
+    EXPECT_EQ(timesLogged("VersionData exception: parse error in version string\n"), 1) << "not for none";
 }
 
 TEST_F(AppTest, ASaveThatFailsKeepsTheValueInMemory) {
@@ -177,15 +162,12 @@ TEST_F(AppTest, BothThreadsSaveWithoutLosingEachOther) {
 }
 
 TEST_F(AppTest, TheWindowsPlaceOnALimitGoesBackToTheOneBefore) {
+    const auto place = [] { return inFile("MAIN_WINDOW_X") + "," + inFile("MAIN_WINDOW_Y"); };
     gf_readParameters();
     gf_saveWindowPosition(100, -200);
-    EXPECT_EQ(inFile("MAIN_WINDOW_X") + "," + inFile("MAIN_WINDOW_Y"), "100,-200");
+    EXPECT_EQ(place(), "100,-200");
     gf_saveWindowPosition(-32000, 300); // where a system puts a minimized window
-    EXPECT_EQ(inFile("MAIN_WINDOW_X") + "," + inFile("MAIN_WINDOW_Y"), "100,300");
-    gf_resetParametersToDefaults();
-    gf_readWindowPosition();
-    EXPECT_EQ(MAIN_WINDOW_X.value, 100);
-    EXPECT_EQ(MAIN_WINDOW_Y.value, 300);
+    EXPECT_EQ(place(), "100,300");
 
     // A file that an older program left on a limit, or beyond it, opens the window where it can be seen.
     MAIN_WINDOW_X.value = -32000;
@@ -193,5 +175,5 @@ TEST_F(AppTest, TheWindowsPlaceOnALimitGoesBackToTheOneBefore) {
     gf_resetParametersToDefaults();
     gf_readWindowPosition();
     EXPECT_EQ(MAIN_WINDOW_X.value, MAIN_WINDOW_X.defaultValue);
-    EXPECT_EQ(inFile("MAIN_WINDOW_X") + "," + inFile("MAIN_WINDOW_Y"), "400,300");
+    EXPECT_EQ(place(), "400,300");
 }

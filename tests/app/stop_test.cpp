@@ -8,6 +8,13 @@
 #include <thread>
 
 TEST_F(AppTest, TheFirstStopWins) {
+    gf_fatalError("disk on fire");
+    EXPECT_EQ(gf_shownError(), "disk on fire");
+    EXPECT_EQ(app.runState, RunState::systemError);
+    EXPECT_EQ(app.restartDelay, 0);
+    EXPECT_TRUE(logged("Error disk on fire"));
+
+    lf_freshRun();
     gf_requestStop(RunState::readerError, 15);
     gf_requestStop(RunState::newSettings, 3);
     gf_fatalError("too late");
@@ -26,16 +33,7 @@ TEST_F(AppTest, ClosingTheWindowIsAStopOfItsOwn) {
     EXPECT_EQ(timesLogged("Close window"), 0);
     lf_freshRun();
     EXPECT_FALSE(app.stopRequested || app.userClosing);
-    EXPECT_TRUE(appLife.windowClosed) << "no reset clears it";
-    EXPECT_TRUE(gf_stopping());
-}
-
-TEST_F(AppTest, AFatalErrorShowsItsTextAndStops) {
-    gf_fatalError("disk on fire");
-    EXPECT_EQ(gf_shownError(), "disk on fire");
-    EXPECT_EQ(app.runState, RunState::systemError);
-    EXPECT_EQ(app.restartDelay, 0);
-    EXPECT_TRUE(logged("Error disk on fire"));
+    EXPECT_TRUE(appLife.windowClosed && gf_stopping()) << "no reset clears it";
 }
 
 TEST_F(AppTest, AnErrorOfTheSetUpWaitsForNewSettingsAlone) {
@@ -116,13 +114,9 @@ TEST_F(AppTest, ClosingTheWindowEndsTheProcessWhenNoWorkerIsLeft) {
             plat::quitLoop(0);
         };
         plat::openWindow("", 0, 0, 0, 0, handlers);
-        if (failsFirst) {
-            lf_noteClosingFailed();
-            gf_userClosesWindow();
-        } else {
-            gf_userClosesWindow();
-            lf_noteClosingFailed();
-        }
+        if (failsFirst) lf_noteClosingFailed();
+        gf_userClosesWindow();
+        if (!failsFirst) lf_noteClosingFailed();
         plat::runLoop();
         EXPECT_EQ(posted, std::vector<unsigned>{messageEndProcess});
     }
