@@ -60,11 +60,8 @@ TEST_F(FeedTest, FormatsThePositionLine) {
 }
 
 TEST_F(FeedTest, GivesSocketErrorsTheirTexts) {
-    EXPECT_EQ(gf_winsockErrorText(10048), "10048 Address already in use");
     EXPECT_EQ(gf_winsockErrorText(10040), "10040 Messenger too long");
     EXPECT_EQ(gf_winsockErrorText(11004), "11004 No host data of that type was found");
-    EXPECT_EQ(gf_winsockErrorText(10060), "10060 Connection timed out");
-    EXPECT_EQ(gf_winsockErrorText(10109), "10109 Unknown errror code");
     EXPECT_EQ(gf_winsockErrorText(0), "0 Unknown errror code");
 }
 
@@ -100,9 +97,7 @@ TEST_F(ControlLinkTest, GoesTheWholeRoadWithAClient) {
     trafficReader.datagramCount = 5;
     lf_waitForRealTraffic();
     other.join();
-    EXPECT_TRUE(controlLink.clientConnected);
-    EXPECT_TRUE(controlLink.rtProfessional);
-    EXPECT_TRUE(display.feedConnected);
+    EXPECT_TRUE(controlLink.clientConnected && controlLink.rtProfessional && display.feedConnected);
     EXPECT_FALSE(app.rtNotYetConnected);
     EXPECT_EQ(trafficReader.datagramCount, 0u);
     EXPECT_EQ(gf_shownMessage(), "");
@@ -133,8 +128,7 @@ TEST_F(ControlLinkTest, NoticesAVanishedClientAndTakesItBack) {
     trafficReader.takeDatagram(feedLine());
     plat::closeSocket(client);
     ASSERT_TRUE(lossShows());
-    EXPECT_FALSE(display.feedConnected);
-    EXPECT_FALSE(controlLink.clientConnected);
+    EXPECT_FALSE(display.feedConnected || controlLink.clientConnected);
     EXPECT_EQ(controlLink.clientSocket, plat::noSocket);
     EXPECT_TRUE(logged("RealTraffic client socket closed"));
     EXPECT_EQ(timesLogged("sendDataPacket to RealTraffic failed: 100"), 1);
@@ -144,8 +138,7 @@ TEST_F(ControlLinkTest, NoticesAVanishedClientAndTakesItBack) {
 
     connect();
     EXPECT_FALSE(lf_sendPosition(user)) << "this second is for the connection alone";
-    EXPECT_TRUE(controlLink.clientConnected);
-    EXPECT_TRUE(display.feedConnected);
+    EXPECT_TRUE(controlLink.clientConnected && display.feedConnected);
     EXPECT_EQ(timesLogged(" RealTraffic re-connected\n"), 1);
     EXPECT_EQ(gf_shownMessage(), "");
     EXPECT_FALSE(lf_sendPosition(user));
@@ -213,20 +206,17 @@ TEST_F(ControlLinkTest, TakesAnAnswerThatFitsItsBufferOnly) {
     EXPECT_EQ(lf_receiveLine(), "");
 }
 
-TEST_F(ControlLinkTest, TellsWhyThePortCannotBeOpened) {
-    try {
-        lf_openControlPort("no port");
-        FAIL();
-    } catch (const std::runtime_error& e) {
-        EXPECT_STREQ(e.what(), "getaddrinfo failed with error 10109 Unknown errror code");
-    }
-}
-
-TEST_F(FeedTest, KeepsTheLinkShutWithRealTrafficOnAnotherComputer) {
+TEST_F(FeedTest, KeepsTheLinkShutWithRealTrafficOnAnotherComputerAndTellsOfABadPort) {
     appLife.realTrafficLocal = false;
     lf_waitForRealTraffic();
     EXPECT_FALSE(lf_sendPosition({50, 8, 0, 0, 0, 0, 0}));
     EXPECT_FALSE(waitForClient());
     EXPECT_EQ(timesLogged("RealTraffic"), 0);
     gf_closeControlLink();
+    try {
+        lf_openControlPort("no port");
+        FAIL();
+    } catch (const std::runtime_error& e) {
+        EXPECT_STREQ(e.what(), "getaddrinfo failed with error 10109 Unknown errror code");
+    }
 }
