@@ -64,13 +64,6 @@ BglPosition position(int number, float radius = 20, int name = 10) {
     return p;
 }
 
-std::string ofAltitude(std::uint32_t mm) {
-    BglAirport airport;
-    airport.altitudeMm = mm;
-    const auto found = decodeAirport(airport);
-    return found.airports.empty() ? "none" : fmt::format("{}", found.airports[0].file.altitude);
-}
-
 } // namespace
 
 TEST(Bgl, IdentifiersOfFourCharactersAreAirports) {
@@ -86,7 +79,7 @@ TEST(Bgl, IdentifiersOfFourCharactersAreAirports) {
     EXPECT_EQ(ident(packIdent("EDDFX")), "EDDFX!");
     EXPECT_EQ(ident(37u << 5), "!");
     EXPECT_EQ(ident(38u << 5), "6 !") << "digit 1 is no character of its own, but moved like the letters";
-    EXPECT_EQ(ident(0xFFFFFFFF).size(), std::string("123456!").size()) << "the longest there is";
+    EXPECT_EQ(ident(0xFFFFFFFF).size(), 7u) << "the longest there is";
 
     BglAirport three, five, four;
     three.ident = "YBF";
@@ -96,12 +89,16 @@ TEST(Bgl, IdentifiersOfFourCharactersAreAirports) {
 }
 
 TEST(Bgl, AltitudesAreFeetUpToTenThousand) {
-    EXPECT_EQ(ofAltitude(100'000), "328");
-    EXPECT_EQ(ofAltitude(152), "0") << "0.4987 ft";
-    EXPECT_EQ(ofAltitude(153), "1") << "0.502 ft";
-    EXPECT_EQ(ofAltitude(3'048'100), "10000");
-    EXPECT_EQ(ofAltitude(3'048'160), "0") << "10001 ft";
-    EXPECT_EQ(ofAltitude(static_cast<std::uint32_t>(-3000)), "0") << "below the sea";
+    const auto altitude = [](int mm) {
+        BglAirport airport;
+        airport.altitudeMm = static_cast<std::uint32_t>(mm);
+        return decodeAirport(airport).airports.at(0).file.altitude;
+    };
+    EXPECT_EQ(altitude(152), 0) << "0.4987 ft";
+    EXPECT_EQ(altitude(153), 1) << "0.502 ft";
+    EXPECT_EQ(altitude(3'048'100), 10000);
+    EXPECT_EQ(altitude(3'048'160), 0) << "10001 ft";
+    EXPECT_EQ(altitude(-3000), 0) << "below the sea";
 }
 
 TEST(Bgl, NamesTypesAndNumbersOfPositions) {
@@ -144,15 +141,14 @@ TEST(Bgl, LeavesOutWhatCannotBeAStand) {
     const auto found = decodeAirport(airport);
     EXPECT_EQ(stands(found), "g2 1.1 90|g3 199.9 90|g20 20.0 360|g30 20.0 360|")
         << "what is left out takes no id; a heading of 0 is a full turn";
-    EXPECT_EQ(lines(found), "skipped position with radius 1.0 meters, in x.bgl|"
-                            "skipped position with radius 200.0 meters, in x.bgl|"
-                            "skipped position with radius 0.0 meters, in x.bgl|"
-                            "skipped position with radius -5.0 meters, in x.bgl|"
-                            "skipped position with radius NAN meters, in x.bgl|"
-                            "skipped position with radius INF meters, in x.bgl|"
-                            "lat/lon: 0.000500,0.020000, incorrect (skipped) |"
-                            "lat/lon: -91.000000,8.021000, incorrect (skipped) |"
-                            "skipped position with radius 300.0 meters, in x.bgl|");
+    std::string expected;
+    for (const char* radius : {"1.0", "200.0", "0.0", "-5.0", "NAN", "INF", "300.0"}) {
+        if (std::string(radius) == "300.0")
+            expected += "lat/lon: 0.000500,0.020000, incorrect (skipped) |"
+                        "lat/lon: -91.000000,8.021000, incorrect (skipped) |";
+        expected += fmt::format("skipped position with radius {} meters, in x.bgl|", radius);
+    }
+    EXPECT_EQ(lines(found), expected);
 }
 
 TEST(Bgl, DoubledIdsGoByTheWidth) {
@@ -173,9 +169,8 @@ TEST(Bgl, DoubledIdsGoByTheWidth) {
 
 TEST(Bgl, HelipadsUpToTheParkingRecord) {
     BglAirport airport;
-    BglHelipad nowhere{0.0009, 0.05, 20}, other{50, 8.1, 15},
-        sizeless{50, 8.2, std::numeric_limits<float>::quiet_NaN()};
-    airport.helipads = {{}, nowhere, {}, other, sizeless};
+    const float none = std::numeric_limits<float>::quiet_NaN();
+    airport.helipads = {{}, {0.0009, 0.05, 20}, {}, {50, 8.1, 15}, {50, 8.2, none}};
     airport.positions = {position(1)};
     airport.behind = bglHelipad({50, 8.3, 20}) + bglParking({position(2)});
     const auto found = decodeAirport(airport);
@@ -259,10 +254,8 @@ TEST(Bgl, ACutFileKeepsWhatCameBefore) {
         ASSERT_FALSE(found.lines.empty());
         EXPECT_EQ(found.lines.back(), "Exception in lf_toParkingPositions: x.bgl") << cut;
     }
-    BglAirport lying = a; // more positions than there is room for
-    std::string record = bglAirport(lying);
-    const auto parking = record.rfind(bglParking(a.positions));
-    record[parking + 7] = '\x7F';
+    std::string record = bglAirport(a); // with more positions than there is room for
+    record[record.rfind(bglParking(a.positions)) + 7] = '\x7F';
     const auto found = decode(fileOf(record + std::string(100'000, '\x40')));
     EXPECT_EQ(codes(found), "");
     EXPECT_NE(found.failure, "") << "what lies behind the airport is no position of it";
@@ -271,8 +264,7 @@ TEST(Bgl, ACutFileKeepsWhatCameBefore) {
 // What would make a reader loop, or take time and memory out of proportion to the file.
 TEST(Bgl, NothingHangsAndNothingGrowsWithoutBounds) {
     BglAirport a;
-    std::string sizeless = bglRecord(0x99, std::string(58, '\0'), 0);
-    a.behind = sizeless;
+    a.behind = bglRecord(0x99, std::string(58, '\0'), 0);
     const auto stuck = decodeAirport(a);
     EXPECT_EQ(codes(stuck), "EDTT ");
     EXPECT_EQ(lines(stuck), "===> record 0x0099 without a size ends airport EDTT in x.bgl|");
@@ -316,11 +308,9 @@ TEST(Bgl, TheQuickTestLooksAtTheHeadAlone) {
     };
     const std::string file = bglFile({{0x13, 1, {"abcd"}}, {3, 1, {bglAirport({})}}});
     EXPECT_TRUE(passes(file));
-    EXPECT_FALSE(passes(bglFile({{0x13, 1, {"abcd"}}})));
-    EXPECT_FALSE(passes(bglFile({}, "abcd")));
-    EXPECT_FALSE(passes(""));
-    EXPECT_FALSE(passes(file.substr(0, 14)));
-    EXPECT_FALSE(passes(file.substr(0, 55)));
+    for (const std::string& none : {bglFile({{0x13, 1, {"abcd"}}}), bglFile({}, "abcd"), std::string(),
+                                    file.substr(0, 14), file.substr(0, 55)})
+        EXPECT_FALSE(passes(none)) << none.size();
     EXPECT_FALSE(passes(file.substr(0, 96))) << "nothing behind the table";
     EXPECT_TRUE(passes(file.substr(0, 97)));
     std::string many = file;

@@ -34,13 +34,8 @@ struct Kind {
 };
 
 std::optional<Expected> expectedOf(const nlohmann::json& parking, Kind kind) {
-    Expected e;
-    e.radiusM = parking.at("radius_m");
-    e.lat = parking.at("lat");
-    e.lon = parking.at("lon");
-    e.headingDeg = parking.at("heading_deg");
-    e.ramp = kind.ramp;
-    e.cargo = kind.cargo;
+    const Expected e{parking.at("lat"),      parking.at("lon"), parking.at("heading_deg"),
+                     parking.at("radius_m"), kind.ramp,         kind.cargo};
     const bool none = e.lat >= 0 && e.lat <= 0.0009 && e.lon >= 0 && e.lon <= 0.05;
     if (!kind.stand || e.radiusM <= 1 || e.radiusM >= 200 || none) return std::nullopt;
     return e;
@@ -52,12 +47,8 @@ void addHelipads(const nlohmann::json& helipads, ExpectedStands& stands) {
     for (const auto& pad : helipads) {
         if (!seen.emplace(std::pair(pad.at("lat").get<double>(), pad.at("lon").get<double>()), true).second)
             continue;
-        Expected e;
-        e.lat = pad.at("lat");
-        e.lon = pad.at("lon");
-        e.radiusM = pad.at("length_m").get<double>() / 2;
-        e.heli = true;
-        stands[fmt::format("helipad{}", number++)].push_back(e);
+        stands[fmt::format("helipad{}", number++)].push_back(
+            {pad.at("lat"), pad.at("lon"), 0, pad.at("length_m").get<double>() / 2, false, false, true});
     }
 }
 
@@ -117,14 +108,12 @@ void expectSame(const std::vector<Stand>& stands, ExpectedStands expected, doubl
         family.resize(std::min<std::size_t>(family.size(), 7)); // there are no more letters
         std::stable_sort(family.begin(), family.end(),
                          [](const Expected& a, const Expected& b) { return a.radiusM > b.radiusM; });
-        const auto sizeOf = [](const Expected& e) { return e.radiusM; };
         for (std::size_t i = 0; i < family.size(); ++i) {
             const std::string name = i == 0 ? id : id + static_cast<char>('a' + i - 1);
             const auto found = byId.find(name);
             ASSERT_TRUE(found != byId.end()) << where << " lacks " << name;
-            const double radius = sizeOf(family[i]);
             const auto fit = std::find_if(family.begin(), family.end(), [&](const Expected& e) {
-                return std::abs(sizeOf(e) - radius) < 1e-4 && fits(*found->second, e, degrees);
+                return std::abs(e.radiusM - family[i].radiusM) < 1e-4 && fits(*found->second, e, degrees);
             });
             EXPECT_TRUE(fit != family.end()) << where << " " << name;
             matched += fit != family.end();

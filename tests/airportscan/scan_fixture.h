@@ -43,13 +43,9 @@ class AirportScanTest : public testing::Test {
         freshState();
         gf_openLog();
         gf_setDownloadBase("server/");
-        plat::openWindow("test", 0, 0, 880, 516,
-                         {[] { plat::addCheckBox(SCAN_AIRPORTS.control.controlId, 0, 0, 12, 12, true); },
-                          {},
-                          {},
-                          {},
-                          {},
-                          {}});
+        plat::WindowHandlers handlers;
+        handlers.create = [] { plat::addCheckBox(SCAN_AIRPORTS.control.controlId, 0, 0, 12, 12, true); };
+        plat::openWindow("test", 0, 0, 880, 516, handlers);
         refData.publisherGroups = {{"Sim Wings", "simwings"}, {"orbx"}, {"TropicalSim"}};
         test::writeFile(folders.airportNamesXml,
                         "<AirportNames><airport ICAO=\"EDDF\" name=\"Frankfurt\"/></AirportNames>");
