@@ -36,33 +36,31 @@ TEST_F(Filing, KeepsAReportThatIsMoreThanASecondBehindTheLast) {
 }
 
 TEST_F(Filing, DropsSpeedsThatNoAircraftTakesBetweenTwoReports) {
-    struct Row {
+    const struct {
         double last, now;
         bool stored;
-    };
-    const Row rows[] = {{4, 79, true},   {4, 80, false},   {79, 4, true},    {80, 4, false},
-                        {30, 299, true}, {30, 300, false}, {30, 400, false}, {59, 6, true},
-                        {60, 6, false},  {5, 79, true},    {0, 0, true}};
-    for (const Row& row : rows)
+    } rows[] = {{4, 79, true},   {4, 80, false},   {79, 4, true},    {80, 4, false},
+                {30, 299, true}, {30, 300, false}, {30, 400, false}, {59, 6, true},
+                {60, 6, false},  {5, 79, true},    {0, 0, true}};
+    for (const auto& row : rows)
         EXPECT_EQ(stores(report(hex, 50, 8, 0, row.last), later(20, 0, row.now)), row.stored)
             << row.last << " then " << row.now;
 }
 
 TEST_F(Filing, DropsReportsThatOnlyConfirmTheStraightWayAhead) {
-    struct Row {
+    // 450 m take 3.645 s at 240 knots; 20 m take 1.944 s at 20 knots and never more than 15 s.
+    const struct {
         double alt, speed, track, dt;
         int extendCount;
         bool stored;
-    };
-    // 450 m take 3.645 s at 240 knots; 20 m take 1.944 s at 20 knots and never more than 15 s.
-    const Row rows[] = {{5000, 240, 0.4, 3.64, 0, false}, {5000, 240, 0.4, 3.65, 0, true},
-                        {5000, 240, 1.1, 3.64, 0, true},  {5000, 240, 359.6, 3.64, 0, false},
-                        {5000, 120, 0.4, 3.64, 0, true},  {5000, 240, 0.4, 3.64, 1, true},
-                        {0, 20, 2, 1.94, 0, false},       {0, 20, 2, 1.95, 0, true},
-                        {0, 20, 2.2, 1.94, 0, true},      {0, 31, 2, 1.1, 0, true},
-                        {0, 0, 0, 15, 0, false},          {0, 0, 0, 15.1, 0, true},
-                        {0, 1, 0, 15, 0, false},          {0, 1, 0, 15.1, 0, true}};
-    for (const Row& row : rows) {
+    } rows[] = {{5000, 240, 0.4, 3.64, 0, false}, {5000, 240, 0.4, 3.65, 0, true},
+                {5000, 240, 1.1, 3.64, 0, true},  {5000, 240, 359.6, 3.64, 0, false},
+                {5000, 120, 0.4, 3.64, 0, true},  {5000, 240, 0.4, 3.64, 1, true},
+                {0, 20, 2, 1.94, 0, false},       {0, 20, 2, 1.95, 0, true},
+                {0, 20, 2.2, 1.94, 0, true},      {0, 31, 2, 1.1, 0, true},
+                {0, 0, 0, 15, 0, false},          {0, 0, 0, 15.1, 0, true},
+                {0, 1, 0, 15, 0, false},          {0, 1, 0, 15.1, 0, true}};
+    for (const auto& row : rows) {
         TrafficRecord first = report(hex, 50, 8, row.alt, row.speed);
         first.point.track = 0;
         TrafficRecord second = later(row.dt, row.alt, row.speed, row.track);
@@ -102,23 +100,22 @@ TEST_F(Filing, TakesTwoReportsATickInTheOrderOfTheFeed) {
 
 TEST_F(Filing, MakesNewAircraftOnlyOfWantedCategoriesAwayFromTheField) {
     airports.park = {{"EDDF", "FRA", 50, 8.5, 364}, true};
-    struct Row {
+    const struct {
         const char* type;
         double alt;
         bool made;
         NotSpawned why;
-    };
-    const Row rows[] = {{"A320", 5000, true, {}},
-                        {"A320", 484, false, NotSpawned::nearGround},
-                        {"A320", 485, true, {}},
-                        {"A320", 244, false, NotSpawned::nearGround},
-                        {"A320", 0, true, {}},
-                        {"C172", 5000, false, NotSpawned::category},
-                        {"F16", 5000, false, NotSpawned::category},
-                        {"R44", 5000, false, NotSpawned::category},
-                        {"XXXX", 5000, false, NotSpawned::unknownType}};
+    } rows[] = {{"A320", 5000, true, {}},
+                {"A320", 484, false, NotSpawned::nearGround},
+                {"A320", 485, true, {}},
+                {"A320", 244, false, NotSpawned::nearGround},
+                {"A320", 0, true, {}},
+                {"C172", 5000, false, NotSpawned::category},
+                {"F16", 5000, false, NotSpawned::category},
+                {"R44", 5000, false, NotSpawned::category},
+                {"XXXX", 5000, false, NotSpawned::unknownType}};
     LIGHT_AIRCRAFT.value = HIGH_PERF_AIRCRAFT.value = HELICOPTERS.value = false;
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         fresh();
         engineCounters = {};
         TrafficRecord r = report(hex, 50, 8, row.alt, 200);

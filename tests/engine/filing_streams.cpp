@@ -24,14 +24,13 @@ class Streams : public Life {
 };
 
 TEST_F(Streams, TellsARepeatedPositionFromAMove) {
-    struct Row {
+    const struct {
         const char* what;
         double dLat, speed, lastSpeed;
         bool airborne, active, onGround, departing, rotor;
         bool passes, stationary;
         double speedAfter;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"same, on the ground", 0, 3, 5, false, false, false, false, false, true, true, 0},
         {"same, in the air", 0, 3, 5, true, false, false, false, false, false, true, 3},
         {"same, flown aircraft", 0, 3, 5, false, true, false, false, false, false, true, 3},
@@ -49,7 +48,7 @@ TEST_F(Streams, TellsARepeatedPositionFromAMove) {
         {"move in the air, speed 0", 0.01, 0, 50, true, false, false, false, false, false, false, 0},
         {"move in the air, speed 0, slow", 0.01, 0, 49, true, false, false, false, false, true, false, 0},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         LiveAc ac = lf_makeLiveAc(report(hex, 0, 8, 0, row.lastSpeed));
         ac.stream.front().dueTick = 4711;
@@ -122,17 +121,16 @@ TEST_F(Streams, AHoldingAircraftGoesWhenTheFeedShowsItElsewhere) {
 }
 
 TEST_F(Streams, LearnsTheSideOfAPushBackWhileItIsStraight) {
-    struct Row {
+    const struct {
         int pushCounter;
         bool straightOnly, headingValid;
         double heading, track; // radians, degrees
         bool known, right;
-    };
-    const Row rows[] = {{2, false, true, 0.5, 0, true, true},    {2, false, true, 6.0, 90, true, false},
-                        {2, false, false, 0, 90, true, true},    {2, false, false, 0, 270, true, false},
-                        {2, false, false, 0.5, 0, false, false}, {1, false, true, 0.5, 0, false, false},
-                        {2, true, true, 0.5, 0, false, false}};
-    for (const Row& row : rows) {
+    } rows[] = {{2, false, true, 0.5, 0, true, true},    {2, false, true, 6.0, 90, true, false},
+                {2, false, false, 0, 90, true, true},    {2, false, false, 0, 270, true, false},
+                {2, false, false, 0.5, 0, false, false}, {1, false, true, 0.5, 0, false, false},
+                {2, true, true, 0.5, 0, false, false}};
+    for (const auto& row : rows) {
         fresh();
         LiveAc& ac = taxiing();
         ac.fs = FlightState::pushingBack;
@@ -178,16 +176,15 @@ TEST_F(Streams, AfterAPushBackItWaitsUntilTheFeedHasMovedOn) {
 }
 
 TEST_F(Streams, StartsTheTakeOffRollFromWhatTheFeedShows) {
-    struct Row {
+    const struct {
         const char* what;
         double lastSpeed, speed, alt;
         bool landingRoll, departing, expected;
-    };
-    const Row rows[] = {{"fast twice", 43, 43, 0, false, false, true},
-                        {"fast once", 42, 60, 0, false, false, false},
-                        {"airborne", 30, 60, 200, false, false, true},
-                        {"rolling out", 90, 80, 0, true, false, false}};
-    for (const Row& row : rows) {
+    } rows[] = {{"fast twice", 43, 43, 0, false, false, true},
+                {"fast once", 42, 60, 0, false, false, false},
+                {"airborne", 30, 60, 200, false, false, true},
+                {"rolling out", 90, 80, 0, true, false, false}};
+    for (const auto& row : rows) {
         fresh();
         LiveAc& ac = taxiing();
         ac.stream.front().speed = row.lastSpeed;

@@ -61,11 +61,10 @@ TEST_F(Claims, AStandThatIsStillReportedIsNotGivenToANewcomer) {
 
 TEST_F(Claims, AGhostIsNotCreatedOnTheStandOfItsRealAircraftAndGivesWayToIt) {
     stand("A1", 0, 0, 90, 18);
-    struct Row {
+    const struct {
         const char *holder, *claimant;
         bool feedAtStand, holderStays, granted;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"DLH123", "DLH123_", false, true, false}, // a ghost of the holder
         {"DLH123_", "DLH123", true, false, true},  // the holder is its ghost
         {"DLH123_", "BAW7", true, false, true},    // any real aircraft goes before any ghost
@@ -77,7 +76,7 @@ TEST_F(Claims, AGhostIsNotCreatedOnTheStandOfItsRealAircraftAndGivesWayToIt) {
         {"", "BAW7", true, true, false},
         {"DLH123_", "BAW7_", true, true, false},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         LiveAc& holder = active(otherHex, 77, fieldLat, fieldLon, 0);
         holder.callsign = row.holder;
         holder.fs = FlightState::parked;
@@ -256,11 +255,10 @@ TEST_F(UserConflicts, InTheAirOnlyWhoIsLevelNearAndOnTheLineGoes) {
     engine.user.lat = fieldLat;
     engine.user.lon = fieldLon;
     engine.user.alt = 5000;
-    struct Row {
+    const struct {
         double northNm, eastNm, alt, heading; // of the other, degrees
         bool goes;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {3.9, 0, 5900, 180, true},                                // head on
         {4.1, 0, 5900, 180, false},                               // too far
         {3.9, 0, 6001, 180, false},                               // above
@@ -268,7 +266,7 @@ TEST_F(UserConflicts, InTheAirOnlyWhoIsLevelNearAndOnTheLineGoes) {
         {3.9, 0.13, 5000, 180, false}, {3.9, 0, 5000, 90, false}, // crosses ahead
         {3.9, 0, 5000, 0, true}, // flies away on the same line: the line counts, not the direction
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         LiveAc& ac = active(hex, 71, fieldLat + row.northNm / 60,
                             fieldLon + row.eastNm / 60 / std::cos(fieldLat * degToRad), row.alt);
         ac.heading = row.heading * degToRad;

@@ -39,16 +39,15 @@ class Stands : public Ground {
 };
 
 TEST_F(Stands, TheNearestThatFitsIsFoundAndOneRightUnderTheAircraftGrows) {
-    struct Row {
+    const struct {
         double meters, standRadius, radius; // of the stand from the aircraft, and of the search
         bool isFound, grows;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {54.9, 18, 55, true, false},  {55.1, 18, 55, false, false}, {19.9, 18, 20, true, false},
         {20.1, 18, 20, false, false}, {50, 15.2, 55, true, false}, // 1.8 m too small still fits
         {50, 15.1, 55, false, false}, {21, 10, 55, false, false},   {19, 10, 55, true, true},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         Stand& s = stand("A1", row.meters, 0, 0, row.standRadius);
         airports.updates = 0;
         EXPECT_EQ(found(aircraft("A320", 17), row.radius, false), row.isFound ? "A1" : "") << row.meters;
@@ -74,15 +73,14 @@ TEST_F(Stands, OfSeveralTheNearestCountsAndTheSmallNearOneOnlyWithinTwentyMetres
 }
 
 TEST_F(Stands, FartherOffAStandCountsOnlyForAFlightThatWasSeenThere) {
-    struct Row {
-        StandOption known;
-        double meters;
-        bool isFound;
-    };
     StandOption dead = option("DLH", "A320", ""), soft = dead;
     dead.index = 0;
     soft.real = 0;
-    const Row rows[] = {
+    const struct {
+        StandOption known;
+        double meters;
+        bool isFound;
+    } rows[] = {
         {option("", "", "DLH424"), 84.9, true},
         {option("", "", "X", "DLH424"), 84.9, true},
         {option("DLH", "A320", ""), 84.9, true},
@@ -91,7 +89,7 @@ TEST_F(Stands, FartherOffAStandCountsOnlyForAFlightThatWasSeenThere) {
         {dead, 84.9, false},
         {soft, 84.9, false},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         stand("A1", row.meters, 0, 0, 18).options.push_back(row.known);
         EXPECT_EQ(found(aircraft("A320", 17), 55, true), row.isFound ? "A1" : "") << row.meters;
         EXPECT_EQ(found(aircraft("A320", 17), 55, false), "");
@@ -187,12 +185,11 @@ TEST_F(Stands, AnAircraftIsLearnedAgainOnlyAfterAWhile) {
 TEST_F(Stands, TheOtherFlightOfATurnRoundIsFoundAroundThisTime) {
     Stand& s = stand("A1", 0, 0, 0, 18);
     s.options.push_back(option("DLH", "A320", "DLH424", "DLH425"));
-    struct Row {
+    const struct {
         const char *callsign, *airline, *type;
         WeekSlot slot;
         bool isFound;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"DLH424", "DLH", "A320", {1, 20}, true},
         {"DLH425", "DLH", "A320", {1, 20}, true},
         {"DLH424_", "DLH", "A320", {1, 20}, true},
@@ -203,7 +200,7 @@ TEST_F(Stands, TheOtherFlightOfATurnRoundIsFoundAroundThisTime) {
         {"DLH424", "BAW", "A320", {1, 20}, false},
         {"DLH42", "DLH", "A320", {1, 20}, false},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         LiveAc ac = aircraft(row.type, 17);
         ac.callsign = row.callsign;
         ac.airline = row.airline;
@@ -220,22 +217,20 @@ TEST_F(Stands, TheOtherFlightOfATurnRoundIsFoundAroundThisTime) {
 // ---- a likely stand ------------------------------------------------------------------------------------------------
 
 TEST_F(Stands, ALikelyStandIsPickedByKindAndThenBySize) {
-    struct Kind {
+    const struct {
         const char* id;
         double radius;
         bool cargo, ramp, heli;
-    };
-    const Kind kinds[] = {{"gate 18", 18, false, false, false}, {"gate 36", 36, false, false, false},
-                          {"ramp 10", 10, false, true, false},  {"ramp 33", 33, false, true, false},
-                          {"cargo 20", 20, true, false, false}, {"cargo ramp 40", 40, true, true, false},
-                          {"pad 6", 6, false, true, true}};
-    struct Row {
+    } kinds[] = {{"gate 18", 18, false, false, false}, {"gate 36", 36, false, false, false},
+                 {"ramp 10", 10, false, true, false},  {"ramp 33", 33, false, true, false},
+                 {"cargo 20", 20, true, false, false}, {"cargo ramp 40", 40, true, true, false},
+                 {"pad 6", 6, false, true, true}};
+    const struct {
         const char* type;
         double radius;
         bool cargo;
         const char *airline, *without, *expected; // stands whose ids hold `without` are not there
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"R44", 5, false, "DLH", "", "pad 6"},
         {"R44", 5, false, "DLH", "pad", "ramp 10"},
         {"R44", 50, false, "DLH", "", "pad 6"}, // fits nowhere: any pad
@@ -253,9 +248,9 @@ TEST_F(Stands, ALikelyStandIsPickedByKindAndThenBySize) {
         {"A320", 30, false, "DLH", "gate", "ramp 33"},
     };
     airports.park.code = "KTST"; // there a gate comes before a ramp in all cases
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         airports.file.stands.clear();
-        for (const Kind& k : kinds) {
+        for (const auto& k : kinds) {
             if (*row.without && std::string(k.id).find(row.without) != std::string::npos) continue;
             Stand& s = stand(k.id, 0, 200.0 * static_cast<double>(airports.file.stands.size()), 0, k.radius);
             s.cargo = k.cargo;

@@ -10,6 +10,7 @@
 #include "platform/random.h"
 #include "platform/virtual_clock.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 inline TrafficRecord report(std::uint32_t hexid, double lat, double lon, double alt, double speed) {
@@ -147,6 +148,13 @@ class Life : public testing::Test {
         ASSERT_EQ(lf_findByHexid(hexid)->st, SimState::active);
     }
 
+    // The events to the simulator, and their data.
+    static std::vector<std::pair<std::uint32_t, std::uint32_t>> sent(std::size_t first) {
+        std::vector<std::pair<std::uint32_t, std::uint32_t>> result;
+        for (const QueuedEvent& e : sim.events)
+            if (result.size() < first) result.emplace_back(e.event, e.data);
+        return result;
+    }
     static std::uint64_t notSpawned(NotSpawned why) {
         return engineCounters.notSpawned[static_cast<int>(why)];
     }

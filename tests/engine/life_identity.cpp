@@ -25,12 +25,11 @@ TEST_F(Identity, ARegistrationThatSaysOtherwiseAsksForANewLivery) {
     refData.dbaseRegcodes.insert("F-HOPR", "AFR", "B738", "CTY", false);
     refData.dbaseRegcodes.insert("F-HOWN", "AFR", "B738", "DLH", false);
     refData.dbaseRegcodes.insert("F-NOLV", "AFR", "B738", "", false);
-    struct Row {
+    const struct {
         const char *what, *stored, *reported, *callsign;
         bool respawns;
         const char *airline, *type, *regAfter;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"the same", "D-AIXX", "D-AIXX", "DLH1", false, "DLH", "A320", "D-AIXX"},
         {"none reported", "D-AIXX", "", "DLH1", false, "DLH", "A320", "D-AIXX"},
         {"unknown one", "D-AIXX", "G-UNKN", "DLH1", false, "DLH", "A320", "G-UNKN"},
@@ -48,7 +47,7 @@ TEST_F(Identity, ARegistrationThatSaysOtherwiseAsksForANewLivery) {
         {"first one, no title", "", "F-NOLV", "DLH1", true, "AFR", "B738", "F-NOLV"},
         {"copy of the callsign", "DLH1", "F-NOLV", "DLH1", true, "AFR", "B738", "F-NOLV"},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         fresh();
         LiveAc& ac = active(hex, 77, 50, 8);
@@ -102,14 +101,13 @@ TEST_F(Identity, ANewCallsignIsTakenUnlessItsRealBearerFlies) {
 TEST_F(Identity, ANewRouteNeedsBothEndsChangedAndIsNoRoundTripHere) {
     GUID_CHANGES.value = false; // taken over, but nothing respawns
     airports.park.code = "EDDF";
-    struct Row {
+    const struct {
         const char *origin, *destination, *newOrigin, *newDestination;
         bool taken;
-    };
-    const Row rows[] = {{"EDDF", "EGLL", "EGLL", "LFPG", true},  {"EDDF", "EGLL", "EDDF", "LFPG", false},
-                        {"EDDF", "EGLL", "EGLL", "EDDF", false}, {"LFPG", "EDDF", "EDDF", "EGLL", true},
-                        {"EDDF", "EGLL", "", "LFPG", false},     {"", "", "EDDF", "EGLL", true}};
-    for (const Row& row : rows) {
+    } rows[] = {{"EDDF", "EGLL", "EGLL", "LFPG", true},  {"EDDF", "EGLL", "EDDF", "LFPG", false},
+                {"EDDF", "EGLL", "EGLL", "EDDF", false}, {"LFPG", "EDDF", "EDDF", "EGLL", true},
+                {"EDDF", "EGLL", "", "LFPG", false},     {"", "", "EDDF", "EGLL", true}};
+    for (const auto& row : rows) {
         fresh();
         LiveAc& ac = active(hex, 77, 50, 8, 0);
         ac.fs = FlightState::pushedBack;

@@ -86,24 +86,15 @@ TEST_F(Plans, APlanThatIsNotAcceptedCostsOnlyItself) {
 
 TEST_F(Life, TheAutomaticRangeFollowsTheUsersHeight) {
     AUTO_RANGE_ABOVE_HEIGHT.value = 18000;
-    AIRPORT_HEIGHT.value = 10000;
-    struct Row {
-        bool onGround;
-        double alt;
-        int range;
-    };
-    const Row rows[] = {{true, 30000, 10},
-                        {false, 18001, 100},
-                        {false, 18000, 40},
-                        {false, 10001, 40},
-                        {false, 10000, 40}}; // no park airport: as if far away
-    for (const Row& row : rows) {
-        sim.userOnGround = row.onGround;
-        engine.user.alt = row.alt;
+    for (const auto& [onGround, alt, range] : {std::tuple{true, 30000, 10},
+                                               {false, 18001, 100},
+                                               {false, 18000, 40},
+                                               {false, 5000, 40}}) { // no park airport: as if far away
+        sim.userOnGround = onGround;
+        engine.user.alt = alt;
         lf_autoRange();
-        EXPECT_EQ(app.rangeNm, row.range) << row.alt;
-        EXPECT_EQ(app.rangeMeters, row.range * 1852) << row.alt;
-        EXPECT_EQ(LATERAL_RANGE.value, LATERAL_RANGE.limited(row.range)) << row.alt;
+        EXPECT_EQ(app.rangeNm, range) << alt;
+        EXPECT_EQ(LATERAL_RANGE.value, LATERAL_RANGE.limited(range)) << alt;
     }
 }
 

@@ -4,6 +4,9 @@
 
 namespace {
 
+using testing::ElementsAre;
+using testing::Pair;
+
 constexpr std::uint32_t hex = 4242424;
 constexpr double metersNorth = 1 / metersPerNm / 60; // degrees of latitude
 
@@ -21,77 +24,52 @@ TEST_F(Life, AnAircraftIsCreatedLitAndFlownWhenItsObjectIsThere) {
     EXPECT_EQ(only().st, SimState::buffer);
     tick(); // 100 ticks before it is due
     EXPECT_EQ(only().st, SimState::adding2sim);
-    EXPECT_EQ(only().fs, FlightState::flying);
     EXPECT_TRUE(sim.creations.empty()); // paced: at a 50th tick
     tick(50);
     ASSERT_EQ(sim.creations.size(), 1u);
     const CreationRecord& c = sim.creations.front();
-    EXPECT_EQ(c.tailNumber, "DLH424");
-    EXPECT_EQ(c.title, "FSLTL_A320_DLH");
-    EXPECT_EQ(c.hexid, hex);
-    EXPECT_EQ(c.lat, 50);
-    EXPECT_EQ(c.alt, 5000);
+    EXPECT_TRUE(c.tailNumber == "DLH424" && c.title == "FSLTL_A320_DLH");
+    EXPECT_TRUE(c.hexid == hex && c.lat == 50 && c.alt == 5000 && c.onGround == 0 && c.airspeed == 0);
     EXPECT_NEAR(c.pitch, -3 + 2.2, 1e-9); // a descent counts half
     EXPECT_NEAR(c.bank, 0.1 * radToDeg, 1e-9);
     EXPECT_NEAR(c.heading, 0, 1e-6);
-    EXPECT_EQ(c.onGround, 0u);
-    EXPECT_EQ(c.airspeed, 0u);
     EXPECT_TRUE(only().titleIsFsltl);
 
     appear(hex, 77, 3900);
     tick();
-    EXPECT_EQ(only().objectId, 77u);
     EXPECT_EQ(only().agl, 3900);
     EXPECT_TRUE(sim.events.empty()); // airborne: its gear stays as it is
     tick(199);
     EXPECT_EQ(only().st, SimState::adding2sim);
     tick();
     EXPECT_EQ(only().st, SimState::active);
-    const std::uint32_t expected[][2] = {{evEngineStart, 0},  {evSpoilers, 0},      {evNavLights, 1},
-                                         {evBeaconLights, 1}, {evLandingLights, 1}, {evTaxiLights, 0},
-                                         {evStrobes, 1},      {evLogoLights, 1},    {evCabinLights, 1}};
-    ASSERT_GE(sim.events.size(), std::size(expected));
-    for (std::size_t i = 0; i < std::size(expected); ++i) {
-        EXPECT_EQ(sim.events[i].objectId, 77u);
-        EXPECT_EQ(sim.events[i].event, expected[i][0]) << i;
-        EXPECT_EQ(sim.events[i].data, expected[i][1]) << i;
-    }
+    EXPECT_THAT(sent(9), ElementsAre(Pair(evEngineStart, 0), Pair(evSpoilers, 0), Pair(evNavLights, 1),
+                                     Pair(evBeaconLights, 1), Pair(evLandingLights, 1), Pair(evTaxiLights, 0),
+                                     Pair(evStrobes, 1), Pair(evLogoLights, 1), Pair(evCabinLights, 1)));
+    EXPECT_EQ(sim.events[0].objectId, 77u);
     EXPECT_EQ(engine.newArrivals.front(), hex);
-    EXPECT_EQ(engineCounters.spawned, 1u);
     EXPECT_EQ(engineCounters.ready, 1u);
 }
 
 TEST_F(Life, AnAircraftOnTheGroundStartsWithItsGearDownAndTaxiLights) {
     due(hex, 50, 0, 12);
     bringUp(hex, 77, 8);
-    EXPECT_EQ(only().fs, FlightState::taxi); // no airport is current
-    EXPECT_TRUE(only().onGround);
-    const std::uint32_t expected[][2] = {{evGear, 1},        {evSpoilers, 0},     {evEngineStart, 0},
-                                         {evNavLights, 1},   {evBeaconLights, 1}, {evLandingLights, 0},
-                                         {evTaxiLights, 1},  {evStrobes, 0},      {evLogoLights, 1},
-                                         {evCabinLights, 1}, {evThrottle, 0},     {evFlaps, 3072}};
-    ASSERT_GE(sim.events.size(), std::size(expected));
-    for (std::size_t i = 0; i < std::size(expected); ++i) {
-        EXPECT_EQ(sim.events[i].event, expected[i][0]) << i;
-        EXPECT_EQ(sim.events[i].data, expected[i][1]) << i;
-    }
+    EXPECT_TRUE(only().onGround && only().fs == FlightState::taxi); // no airport is current
+    EXPECT_THAT(sent(12), ElementsAre(Pair(evGear, 1), Pair(evSpoilers, 0), Pair(evEngineStart, 0),
+                                      Pair(evNavLights, 1), Pair(evBeaconLights, 1), Pair(evLandingLights, 0),
+                                      Pair(evTaxiLights, 1), Pair(evStrobes, 0), Pair(evLogoLights, 1),
+                                      Pair(evCabinLights, 1), Pair(evThrottle, 0), Pair(evFlaps, 3072)));
 }
 
 TEST_F(Life, AMovingAircraftOnTheGroundMayAppearThreeSecondsEarly) {
-    struct Row {
-        double alt, speed;
-        int lead;
-    };
-    const Row rows[] = {{0, 12, 300}, {0, 0, 100}, {5000, 200, 100}};
-    for (const Row& row : rows) {
+    for (const auto& [alt, speed, lead] : {std::tuple{0., 12., 300}, {0., 0., 100}, {5000., 200., 100}}) {
         fresh();
-        LiveAc& ac = due(hex, 50, row.alt, row.speed);
-        ac.stream[0].dueTick = lf_tickAfter(appLife.tickCount, row.lead + 1);
-        lf_checkSpawn(ac);
-        EXPECT_EQ(ac.st, SimState::buffer) << row.lead;
-        ac.stream[0].dueTick = lf_tickAfter(appLife.tickCount, row.lead);
-        lf_checkSpawn(ac);
-        EXPECT_EQ(ac.st, SimState::adding2sim) << row.lead;
+        LiveAc& ac = due(hex, 50, alt, speed);
+        for (const int early : {1, 0}) {
+            ac.stream[0].dueTick = lf_tickAfter(appLife.tickCount, lead + early);
+            lf_checkSpawn(ac);
+            EXPECT_EQ(ac.st, early ? SimState::buffer : SimState::adding2sim) << lead;
+        }
     }
 }
 
@@ -119,7 +97,7 @@ TEST_F(Life, AStreamThatLeavesTheGroundWaitsUntilItIsWhollyInTheAir) {
 }
 
 TEST_F(Life, OnlyASafeDistanceFromTheUserLetsAnAircraftAppear) {
-    struct Row {
+    const struct {
         const char* what;
         bool userOnGround, avoidUser;
         double userSpeed, userAlt, userAgl; // knots, feet
@@ -127,8 +105,7 @@ TEST_F(Life, OnlyASafeDistanceFromTheUserLetsAnAircraftAppear) {
         double targetHeading;
         bool gndRule, airRule;
         bool appears, avoidsAfter;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"at 149 m", true, false, 0, 0, 0, 0, 5, 149, 0, true, true, false, false},
         {"at 151 m", true, false, 0, 0, 0, 0, 5, 151, 0, true, true, true, false},
         {"at 149 m, rule off", true, false, 0, 0, 0, 0, 5, 149, 0, false, true, true, false},
@@ -148,7 +125,7 @@ TEST_F(Life, OnlyASafeDistanceFromTheUserLetsAnAircraftAppear) {
         {"on the ground, kept out", false, true, 200, 3000, 3000, 0, 5, 90000, 0, true, true, false, true},
         {"on the ground, new", false, false, 120, 500, 500, 0, 5, 900, 0, true, true, true, false},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         fresh();
         sim.userOnGround = row.userOnGround;
@@ -170,16 +147,15 @@ TEST_F(Life, OnlyASafeDistanceFromTheUserLetsAnAircraftAppear) {
 }
 
 TEST_F(Life, NobodyReappearsOnTheRunwayThatTheUserLandsOn) {
-    struct Row {
+    const struct {
         double metersAhead, metersBeside, agl;
         bool appears;
-    };
-    const Row rows[] = {{2000, 0, 900, false},
-                        {2000, 150, 900, false},
-                        {2000, 160, 900, true},
-                        {2000, 0, 1000, true},
-                        {2800, 0, 900, true}};
-    for (const Row& row : rows) {
+    } rows[] = {{2000, 0, 900, false},
+                {2000, 150, 900, false},
+                {2000, 160, 900, true},
+                {2000, 0, 1000, true},
+                {2800, 0, 900, true}};
+    for (const auto& row : rows) {
         fresh();
         engine.user.lat = 0;
         engine.user.lon = 8;
@@ -214,41 +190,32 @@ TEST_F(Life, TheNearestAircraftWinUnderTheLimit) {
     EXPECT_TRUE(next.eraseNow);
 }
 
-TEST_F(Life, ALongCreationQueueKeepsNewAircraftBackButNoRespawn) {
-    for (int i = 0; i < 11; ++i) engine.creationQueue.emplace_back();
-    LiveAc& birth = due(hex, 50);
-    lf_checkSpawn(birth);
-    EXPECT_EQ(birth.stream.size(), 2u);
-    LiveAc& again = due(hex + 1, 50);
-    again.fs = FlightState::flying;
-    again.title = "B744 BAW";
-    lf_checkSpawn(again);
-    EXPECT_EQ(again.st, SimState::adding2sim);
-}
-
-TEST_F(Life, NobodyAppearsBeyondTheRangeThatHoldsNow) {
-    engine.user.lat = 50; // `due` places aircraft at this latitude, north of it one minute per nautical mile
+TEST_F(Life, ALongCreationQueueAndTheRangeThatHoldsNowKeepNewAircraftBack) {
+    engine.user.lat = 50; // `due` places aircraft north of here, one minute per nautical mile
     engine.user.lon = 8;
     gf_setRange(40);
-    LiveAc& far = due(hex, 50 + 39.5 / 60);
-    const std::size_t points = far.stream.size();
-    lf_checkSpawn(far);
-    EXPECT_EQ(far.st, SimState::buffer);
-    EXPECT_EQ(far.stream.size(), points - 1);
-    LiveAc& near = due(hex + 1, 50 + 38.5 / 60);
-    lf_checkSpawn(near);
-    EXPECT_EQ(near.st, SimState::adding2sim);
+    const auto appears = [](std::uint32_t hexid, double nm, bool flewBefore = false) {
+        LiveAc& ac = due(hexid, 50 + nm / 60);
+        if (flewBefore) ac.fs = FlightState::flying, ac.title = "B744 BAW";
+        lf_checkSpawn(ac);
+        EXPECT_EQ(ac.stream.size(), ac.st == SimState::buffer ? 2u : 3u);
+        return ac.st == SimState::adding2sim;
+    };
+    EXPECT_FALSE(appears(hex, 39.5));
+    EXPECT_TRUE(appears(hex + 1, 38.5));
+    for (int i = 0; i < 11; ++i) engine.creationQueue.emplace_back();
+    EXPECT_FALSE(appears(hex + 2, 1));
+    EXPECT_TRUE(appears(hex + 3, 1, true));
 }
 
 TEST_F(Life, NamesDecideWhoAppearsAndUnderWhichAirline) {
     refData.dbaseRegcodes.insert("D-AIXX", "DLH", "A320", "", true);
     refData.dbaseRegcodes.insert("G-BNLY", "BAW", "B744", "CTY", false);
-    struct Row {
+    const struct {
         const char *callsign, *regcode, *blocked;
         bool appears;
         const char *callsignAfter, *airline, *type;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"BAW12", "", "", true, "BAW12", "BAW", "A320"},
         {"GABCD", "G-ABCD", "", true, "GABCD", "PVT", "A320"},
         {"ABC12", "", "", true, "ABC12", "PVT", "A320"}, // no valid airline
@@ -262,7 +229,7 @@ TEST_F(Life, NamesDecideWhoAppearsAndUnderWhichAirline) {
         {"BAW12", "", "BAW12", false, "BAW12", "", "A320"},
         {"BAW12", "", "BAW13", true, "BAW12", "BAW", "A320"},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.callsign) + " " + row.regcode);
         fresh();
         BLOCK_CALLSIGN.set(row.blocked);
@@ -342,21 +309,18 @@ TEST_F(Life, AReturningAircraftKeepsItsTitleUnlessTheSimulatorRefusedIt) {
 }
 
 TEST_F(Life, AtAnAirportWithoutStandsOnlyAMovingAircraftAppears) {
-    airports.park = {{"EDDF", "FRA", 50, 8, 364}, true};
-    LiveAc& standing = due(hex, 50, 0, 0, 4);
-    for (std::size_t i = 0; i < 4; ++i) {
-        standing.stream[i].lat = 50;
-        standing.stream[i].stationary = i > 0;
+    for (const bool moves : {false, true}) {
+        fresh();
+        airports.park = {{"EDDF", "FRA", 50, 8, 364}, true};
+        LiveAc& ac = due(hex, 50, 0, moves ? 12 : 0, 4);
+        for (std::size_t i = 0; i < 4 && !moves; ++i) {
+            ac.stream[i].lat = 50;
+            ac.stream[i].stationary = i > 0;
+        }
+        lf_checkSpawn(ac);
+        EXPECT_EQ(ac.st, moves ? SimState::adding2sim : SimState::buffer);
+        EXPECT_EQ(ac.fs, moves ? FlightState::taxi : FlightState::birth);
     }
-    lf_checkSpawn(standing);
-    EXPECT_EQ(standing.st, SimState::buffer);
-    EXPECT_EQ(standing.stream.size(), 3u);
-
-    fresh();
-    LiveAc& rolling = due(hex, 50, 0, 12);
-    lf_checkSpawn(rolling);
-    EXPECT_EQ(rolling.fs, FlightState::taxi);
-    EXPECT_EQ(rolling.st, SimState::adding2sim);
 }
 
 TEST_F(Life, CreationsAndRemovalsArePacedAndStaticsComeLast) {

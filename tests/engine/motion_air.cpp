@@ -30,13 +30,12 @@ constexpr double metersPerKnotSecond = metersPerNm / 3600;
 } // namespace
 
 TEST_F(AirMotion, EndsASegmentInsideItsElasticityAndNeverInThePast) {
-    struct Row {
+    const double threeSeconds = 200 * 3 * metersPerKnotSecond;
+    const struct {
         double p0Due, p1Due, meters; // seconds from now
         std::int32_t lead, lag, extend;
         double expected;
-    };
-    const double threeSeconds = 200 * 3 * metersPerKnotSecond;
-    const Row rows[] = {
+    } rows[] = {
         {0, 3, threeSeconds, 1000, 1000, 0, 3},
         {0, 3, threeSeconds + 200 * 40 * metersPerKnotSecond, 1000, 1000, 0, 13}, // 40 s more: 10 s granted
         {0, 50, threeSeconds, 3000, 1000, 0, 20},                                 // early by the lead
@@ -45,7 +44,7 @@ TEST_F(AirMotion, EndsASegmentInsideItsElasticityAndNeverInThePast) {
         {-40, -30, 1, 1000, 1000, 0, 0.25},                                       // far in the past
     };
     for (const std::int32_t start : {10000, 2147483000, INT32_MIN}) { // the counter may wrap
-        for (const Row& row : rows) {
+        for (const auto& row : rows) {
             reset();
             appLife.tickCount = start;
             LiveAc& ac =

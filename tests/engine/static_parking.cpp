@@ -77,14 +77,13 @@ class StaticParking : public Ground {
 };
 
 TEST_F(StaticParking, CountsTheStandsToFill) {
-    struct Row {
+    const struct {
         int stands, percentage, custom, most, wanted, shownPercentage;
-    };
-    const Row rows[] = {{1, 1, -1, -1, 1, 1},      {3, 49, -1, -1, 1, 49},  {3, 50, -1, -1, 2, 50},
-                        {5, 50, -1, -1, 3, 50},    {10, 25, -1, -1, 3, 25}, {10, 30, 60, -1, 6, 60},
-                        {10, 80, -1, 3, 3, 30},    {10, 80, -1, 0, 0, 0},   {10, 80, -1, 500, 8, 80},
-                        {10, 150, -1, -1, 15, 150}};
-    for (const Row& row : rows) {
+    } rows[] = {{1, 1, -1, -1, 1, 1},      {3, 49, -1, -1, 1, 49},  {3, 50, -1, -1, 2, 50},
+                {5, 50, -1, -1, 3, 50},    {10, 25, -1, -1, 3, 25}, {10, 30, 60, -1, 6, 60},
+                {10, 80, -1, 3, 3, 30},    {10, 80, -1, 0, 0, 0},   {10, 80, -1, 500, 8, 80},
+                {10, 150, -1, -1, 15, 150}};
+    for (const auto& row : rows) {
         airports.file.stands.assign(static_cast<std::size_t>(row.stands), Stand());
         parking_percentage.value = row.percentage;
         CUSTOM_PARKING_PERCENTAGE.value = row.custom;
@@ -192,11 +191,10 @@ TEST_F(StaticParking, TakesNoStandOfTheUserAndNoneBesideOneThatIsTaken) {
 // ---- nobody twice -------------------------------------------------------------------------------------------------
 
 TEST_F(StaticParking, ShowsNobodyWhoIsInTheFeedOrStandsElsewhere) {
-    struct Row {
+    const struct {
         const char *feed, *reg, *cs, *cs2;
         bool used;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"KLM1234", "PH-1", "KLM1234", "", false},
         {"KLM1234_", "PH-1", "KLM1234", "", false},
         {"KLM1234", "PH-1", "KLM1", "KLM1234", false},
@@ -228,7 +226,7 @@ TEST_F(StaticParking, ShowsNobodyWhoIsInTheFeedOrStandsElsewhere) {
     there.regcode = "PH-PARK";
     lf_takeStand(there, b);
     engine.parked.push_back(there);
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         a.options.clear();
         option(a, row.reg, row.cs, row.cs2, 3, {20});
         if (*row.feed) inFeed(row.feed);
@@ -378,18 +376,17 @@ TEST_F(StaticParking, TheOlderGivesWayAndSundayComesBeforeMonday) {
 }
 
 TEST_F(StaticParking, TheFlightThatHasComeBecomesTheOneThatLeavesAlsoOverMidnight) {
-    struct Row {
+    const struct {
         WeekSlot filled, renewed;
         std::initializer_list<std::size_t> today, tomorrow;
         bool changes;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {{3, 20}, {3, 21}, {20, 21}, {}, true},     {{3, 20}, {3, 21}, {20, 21, 22}, {}, false},
         {{7, 46}, {7, 47}, {46, 47}, {}, true},     {{7, 46}, {7, 47}, {46, 47}, {0, 1}, false},
         {{7, 46}, {7, 47}, {46, 47}, {1, 2}, true},
     };
     Stand& a = stand("A", 0, 0, 0, 18);
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         a.options.clear();
         option(a, "D-AIZA", "DLH1", "DLH2", row.filled.day, row.today);
         if (row.tomorrow.size() > 0)
@@ -413,14 +410,13 @@ TEST_F(StaticParking, TheFlightThatHasComeBecomesTheOneThatLeavesAlsoOverMidnigh
 TEST_F(StaticParking, ALiveAircraftThatNobodyReportsForNinetyMinutesGoesWithTheRenewal) {
     Stand& a = stand("A", 0, 0, 0, 18);
     constexpr std::int64_t minute = 600'000'000;
-    struct Row {
+    const struct {
         int minutes;
         bool heavy, reported, initialOnly, stays;
-    };
-    const Row rows[] = {{90, false, false, false, true}, {91, false, false, false, false},
-                        {91, false, true, false, true},  {91, false, false, true, true},
-                        {180, true, false, false, true}, {181, true, false, false, false}};
-    for (const Row& row : rows) {
+    } rows[] = {{90, false, false, false, true}, {91, false, false, false, false},
+                {91, false, true, false, true},  {91, false, false, true, true},
+                {180, true, false, false, true}, {181, true, false, false, false}};
+    for (const auto& row : rows) {
         LiveAc& ac = active(hex, 77, fieldLat, fieldLon, 0);
         ac.fs = FlightState::parked;
         ac.category = row.heavy ? AcCategory::heavy : AcCategory::large;
