@@ -30,6 +30,14 @@ class Roads : public Ground {
         EXPECT_LT(metersFrom(*o, home), 0.5) << story(hex);
         return o;
     }
+    double mostSpoilers = 0, leastThrottle = 0; // percent
+    void watch() override {
+        Ground::watch();
+        if (const rig::SimObject* o = touchdown ? object("DLH1AB") : nullptr) {
+            mostSpoilers = std::max(mostSpoilers, o->spoilers);
+            leastThrottle = std::min({leastThrottle, o->throttle[0], o->throttle[1]});
+        }
+    }
     void expectSmoothTouchdown(LatLon feedsOwn) {
         ASSERT_TRUE(touchdown);
         EXPECT_LT(gf_distanceNm(feedsOwn.lat, feedsOwn.lon, touchdown->lat, touchdown->lon) * metersPerNm,
@@ -43,22 +51,6 @@ class Roads : public Ground {
         return (o.lon - fieldLon) * metersPerLatDegree * std::cos(fieldLat * degToRad);
     }
 };
-
-TEST_F(Roads, AnArrivalLandsTaxiesAndParksOnItsStand) {
-    const Stand& home = stand("A1", 2200, 700, 90, 18);
-    const rig::SimObject* o = arrive(home);
-    ASSERT_TRUE(o);
-    EXPECT_LT(degreesOff(*o, 90), 3);
-    EXPECT_EQ(o->lights & ~rig::lightCabin, rig::lightNav | rig::lightLogo);
-    EXPECT_FALSE(o->engineRunning);
-    EXPECT_NEAR(o->alt, fieldFt + o->staticCg, 0.01);
-    ASSERT_EQ(home.options.size(), 1u);
-    EXPECT_EQ(home.options[0].real, 1);
-    EXPECT_EQ(home.options[0].cs, "DLH1AB");
-    EXPECT_EQ(airports.updates, 1u);
-    EXPECT_TRUE(lf_findByHexid(hex)->landed);
-    expectSmoothTouchdown({fieldLat, fieldLon});
-}
 
 class Recorded : public Roads {
   protected:
@@ -178,13 +170,38 @@ class SlopingGround : public Roads {
     }
 };
 
-TEST_F(SlopingGround, WheelsStayOnItFromTheTouchdownToTheStand) {
+TEST_F(SlopingGround, AnArrivalLandsTaxiesAndParksOnItsStandWithItsWheelsOnTheGround) {
     hub.world.settings.slope = rig::parseSlope("2,30", fieldLat, fieldLon);
-    const rig::SimObject* o = arrive(stand("A1", 2200, 700, 90, 18));
+    const Stand& home = stand("A1", 2200, 700, 90, 18);
+    const rig::SimObject* o = arrive(home);
     ASSERT_TRUE(o);
     EXPECT_GT(hub.world.groundFt(o->lat, o->lon), fieldFt + 100); // 2.3 km up the slope
     EXPECT_NEAR(hub.world.heightFt(*o), o->staticCg, 0.05);
     EXPECT_LE(worstFt, 0);
+    EXPECT_LT(degreesOff(*o, 90), 3);
+    EXPECT_EQ(o->lights & ~rig::lightCabin, rig::lightNav | rig::lightLogo);
+    EXPECT_FALSE(o->engineRunning);
+    EXPECT_TRUE(mostSpoilers == 100 && leastThrottle == -100 && o->spoilers == 0);
+    ASSERT_EQ(home.options.size(), 1u);
+    EXPECT_TRUE(home.options[0].real == 1 && home.options[0].cs == "DLH1AB");
+    EXPECT_EQ(airports.updates, 1u);
+    EXPECT_TRUE(lf_findByHexid(hex)->landed);
+    expectSmoothTouchdown({fieldLat, fieldLon});
+}
+
+TEST_F(Roads, OnlyAircraftOfOneMakeReverseAndNoLightOne) {
+    gf_indexLiveries({{"DLH", "A320", "A320 DLH", "", false}, {"ZZZ", "C172", "C172 generic", "", false}});
+    for (const char* const type : {"A320", "C172"}) {
+        mostSpoilers = leastThrottle = 0;
+        touchdown = {};
+        run(feed(hex, "DLH1AB", {{-5000, 0, 90, 900}, {-60, 0, 85, 14}, {0, 0, 80}, {900, 0, 15}},
+                 seconds + 5, type) +
+            20 - seconds);
+        EXPECT_TRUE(touchdown) << story(hex);
+        EXPECT_TRUE(mostSpoilers == 100 && leastThrottle == 0) << type << mostSpoilers << leastThrottle;
+        removeAircraftFromSim(*lf_findByHexid(hex), Removed::other);
+        run(2);
+    }
 }
 
 TEST_F(Roads, WithoutALandingOnlyAStandWithinTwentyMetresIsTaken) {
@@ -243,7 +260,7 @@ class PushBack : public Roads {
     }
 };
 
-TEST_F(PushBack, SwingsTheTailToTheSideThatTheFeedShows) {
+TEST_F(PushBack, SwingsTheTailToTheSideThatTheFeedShowsAndWaitsUntilTheFeedMovesOn) {
     for (const double side : {1.0, -1.0}) { // nose to the right, tail to the left; and the other way
         push(side > 0 ? 60 : 300);
         SCOPED_TRACE(story(hex));
@@ -255,6 +272,14 @@ TEST_F(PushBack, SwingsTheTailToTheSideThatTheFeedShows) {
         EXPECT_LT(degreesOff(*o, side > 0 ? 90 : 270), 2);
         EXPECT_TRUE(o->engineRunning);
         EXPECT_TRUE(o->lights & rig::lightTaxi);
+        const LiveAc& waiting = *lf_findByHexid(hex);
+        EXPECT_TRUE(waiting.holding && waiting.standId != 0);
+        feed(hex, "DLH1AB", {{-57, 0, 2}, {-57, side * 400, 12}}, seconds); // past it
+        run(60);
+        EXPECT_EQ(state(hex), FlightState::taxi);
+        EXPECT_EQ(waiting.standId, 0u);
+        EXPECT_GT(side * east(*o), 20);
+        EXPECT_LT(std::abs(north(*o) + 52), 10);
         removeAircraftFromSim(*lf_findByHexid(hex), Removed::other);
         run(2);
         ASSERT_TRUE(engine.live.empty());
@@ -289,23 +314,6 @@ TEST_F(PushBack, DoesNotTurnTheNoseByWhatWasLeftFromTheWayToTheStand) {
     run(60);
     EXPECT_EQ(state(hex), FlightState::pushedBack);
     EXPECT_LT(degreesOff(*object("DLH1AB"), 0), 0.1);
-}
-
-TEST_F(PushBack, WaitsBehindTheStandUntilTheFeedMovesOnOrAppearsElsewhere) {
-    push(60);
-    ASSERT_EQ(state(hex), FlightState::pushedBack);
-    const LiveAc& waiting = *lf_findByHexid(hex);
-    EXPECT_TRUE(waiting.holding);
-    EXPECT_NE(waiting.standId, 0u);
-    feed(hex, "DLH1AB", {{-57, 0, 2}, {-57, 400, 12}}, seconds); // past it to the east
-    run(60);
-    SCOPED_TRACE(story(hex));
-    EXPECT_EQ(state(hex), FlightState::taxi);
-    EXPECT_EQ(lf_findByHexid(hex)->standId, 0u);
-    rig::SimObject* o = object("DLH1AB");
-    ASSERT_TRUE(o);
-    EXPECT_GT(east(*o), 20);
-    EXPECT_LT(std::abs(north(*o) + 52), 10);
 }
 
 TEST_F(PushBack, ANewCallsignOnTheWayOutChangesTheObjectWhereItIs) {
