@@ -67,25 +67,19 @@ TEST_F(Learning, FillsTheHoursOfAVisitAndCouplesTheCallsigns) {
     EXPECT_EQ(stand.options.size(), 1u);
 }
 
-TEST_F(Learning, AVisitOverMidnightLeavesAnOptionOnEachDay) {
-    EXPECT_TRUE(visit({7, 47}, {1, 1}, aircraft("BAW1")));
-    ASSERT_EQ(stand.options.size(), 2u);
-    EXPECT_EQ(hours(0), "47");
-    EXPECT_EQ(hours(1), "0,1");
-    EXPECT_TRUE(stand.options[1].day == 1 && stand.options[1].cs == "BAW1");
-    EXPECT_EQ(running.index, 2);
-    EXPECT_TRUE(visit({3, 45}, {4, 0}, aircraft("BAW1")));
-    EXPECT_EQ(hours(0), "45,46,47");
-    EXPECT_EQ(hours(1), "0");
-}
-
 TEST_F(Learning, AVisitThatIsTooLongIsNotFilled) {
-    EXPECT_TRUE(visit({1, 10}, {1, 15}, aircraft("A")));
-    EXPECT_FALSE(visit({1, 10}, {1, 16}, aircraft("A")));
-    EXPECT_TRUE(visit({1, 10}, {1, 17}, aircraft("A", AcCategory::heavy)));
-    EXPECT_FALSE(visit({1, 10}, {1, 18}, aircraft("A", AcCategory::heavy)));
-    EXPECT_TRUE(visit({1, 10}, {1, 21}, aircraft("A", AcCategory::heavy, true)));
-    EXPECT_FALSE(visit({1, 10}, {1, 22}, aircraft("A", AcCategory::large, true)));
+    const struct {
+        WeekSlot last, tooLong;
+        AcCategory category;
+        bool cargo;
+    } rows[] = {{{1, 15}, {1, 16}, AcCategory::large, false},
+                {{1, 17}, {1, 18}, AcCategory::heavy, false},
+                {{1, 21}, {1, 22}, AcCategory::heavy, true},
+                {{1, 21}, {1, 22}, AcCategory::large, true}};
+    for (const auto& row : rows) {
+        EXPECT_TRUE(visit({1, 10}, row.last, aircraft("A", row.category, row.cargo))) << row.last.hh;
+        EXPECT_FALSE(visit({1, 10}, row.tooLong, aircraft("A", row.category, row.cargo))) << row.last.hh;
+    }
     EXPECT_FALSE(visit({1, 10}, {1, 9}, aircraft("A")));
     EXPECT_FALSE(visit({1, 46}, {3, 0}, aircraft("A"))) << "two days on";
 }

@@ -31,6 +31,15 @@ class ParkStep : public AirportsTest {
         ASSERT_NE(lf_newStandOption(*gf_standById(standId), ac, true, {2, 20}, key, "BAW1"), 0);
         airports.updates += 1;
     }
+    static void leave() { // what was learned is saved
+        lf_giveUpParkAirport();
+        lf_serveLoader();
+    }
+    static void comeAgain() {
+        step(true);
+        step();
+        ASSERT_TRUE(airports.park.loaded) << gf_shownMessage();
+    }
 };
 
 // ---- on the ground ----------------------------------------------------------------------------------------------
@@ -67,19 +76,10 @@ TEST_F(ParkStep, AnAirportFartherDownTheListKeepsItsStandWhenTheUserIsOnNone) {
     DESTINATION.set("EDFF"); // the list is not sorted by distance
     putStock("EDTT", baseFile(stand("A", 0, 20) + stand("B", 600, 20)));
     placeUser(300);
-    step(true);
-    step();
-    ASSERT_TRUE(airports.park.loaded);
+    comeAgain();
     lf_serveLoader();
     EXPECT_EQ(readFile(folders.myParkAirports), "EDFF\nEDTT,B\n");
     EXPECT_EQ(airports.parkAirports.size(), 2u);
-}
-
-TEST_F(ParkStep, TheFirstStepWaitsForTheAnswer) {
-    putStock("EDTT", baseFile(stand("A", 0, 20)));
-    placeUser(0);
-    lf_parkingStep(true);
-    EXPECT_TRUE(airports.pending);
 }
 
 TEST_F(ParkStep, TellsWhatIsMissingUnderTheUser) {
@@ -106,17 +106,14 @@ TEST_F(ParkStep, AFileThatCannotBeUsedGivesTheAirportUpAndIsTriedAgain) {
     step();
     EXPECT_THAT(gf_shownMessage(), HasSubstr("archive/stock/EDTT.xml could not be loaded: "));
     EXPECT_FALSE(airports.park.known() || airports.pending || trafficReader.parkAirport.load().known);
-    putStock("EDTT", baseFile(stand("A", 0, 20)));
-    for (int i = 0; i < 3; ++i) step();
-    EXPECT_TRUE(airports.park.loaded);
-}
-
-TEST_F(ParkStep, AFileOfAnUnknownPublisherIsNotRead) {
     writeFile(folders.myThirdparty / "EDTT.txt", "archive/unknown/EDTT.xml");
-    placeUser(0);
     step(true);
     step();
     EXPECT_EQ(gf_shownMessage(), "lf_readParkedFile EDTT has publisher:unknown, archive/unknown/EDTT.xml");
+    std::filesystem::remove(folders.myThirdparty / "EDTT.txt");
+    putStock("EDTT", baseFile(stand("A", 0, 20)));
+    for (int i = 0; i < 3; ++i) step();
+    EXPECT_TRUE(airports.park.loaded);
 }
 
 TEST_F(ParkStep, AnErrorForTheUserEndsTheRun) {
@@ -223,9 +220,7 @@ TEST_F(ParkStep, WhatWasLearnedIsSavedWhenTheAirportIsLeftAndReadAgain) {
 
     PARK_FAKE.value = false;
     MAX_LIVE.value = app.liveLimit = 100;
-    step(true);
-    step();
-    ASSERT_TRUE(airports.park.loaded);
+    comeAgain();
     EXPECT_EQ(gf_standById("B")->options.at(0).reg, "GBAFM");
     EXPECT_TRUE(gf_standById("A")->radiusChanged);
     EXPECT_TRUE(PARK_FAKE.value && plat::isChecked(PARK_FAKE.control.controlId));
@@ -260,8 +255,7 @@ TEST_F(ParkStep, WhatARenewalHasSetAsideIsSavedAndCountsAndNewNumbersGoOnBehindI
     EXPECT_GT(gf_qualityFactor(airports.file.stands).real, 0);
     learn("A", "GCCCC");
     EXPECT_EQ(gf_standById("A")->options.back().index, 2);
-    lf_giveUpParkAirport();
-    lf_serveLoader();
+    leave();
     EXPECT_THAT(readFile(folders.learnedStock / "EDTT.xml"),
                 testing::AllOf(HasSubstr("GBAFM"), HasSubstr("GCCCC")));
 }
@@ -274,8 +268,7 @@ TEST_F(ParkStep, NothingIsSavedOverALearnedFileThatWasNotTakenInWhole) {
     bringUp(stand("A", 0, 20));
     EXPECT_EQ(readFile(path), partly) << "it is of use as it is";
     learn("A", "GBAFM");
-    lf_giveUpParkAirport();
-    lf_serveLoader();
+    leave();
     EXPECT_EQ(readFile(aside), partly);
     EXPECT_THAT(readFile(path), HasSubstr("GBAFM"));
 
@@ -283,24 +276,18 @@ TEST_F(ParkStep, NothingIsSavedOverALearnedFileThatWasNotTakenInWhole) {
     writeFile(folders.mySimaddon / "EDTT.xml", baseFile(stand("A", 0, 20), "stock"));
     writeFile(folders.learnedSimaddon / "EDTT.xml", learnedFile(""));
     const std::string other = readFile(path);
-    step(true);
-    step();
-    ASSERT_TRUE(airports.park.loaded);
+    comeAgain();
     learn("A", "GCCCC");
-    lf_giveUpParkAirport();
-    lf_serveLoader();
+    leave();
     EXPECT_EQ(readFile(aside), other);
 
     // One that cannot be set aside stays.
     std::filesystem::remove(aside);
     std::filesystem::create_directories(aside / "full");
     const std::string before = readFile(path);
-    step(true);
-    step();
-    ASSERT_TRUE(airports.park.loaded);
+    comeAgain();
     learn("A", "GDDDD");
-    lf_giveUpParkAirport();
-    lf_serveLoader();
+    leave();
     EXPECT_EQ(readFile(path), before);
     EXPECT_THAT(logText(), HasSubstr("saving \"" + plat::pathText(path) + "\" did not succeed"));
 }
@@ -324,12 +311,9 @@ TEST_F(ParkStep, WhatIsLearnedIsReadAgainWhereThePathOfTheFileAndItsPublisherLea
         std::filesystem::remove(path);
         placeUser(0);
         for (const char* key : {"GBAFM", "GCCCC"}) { // two visits, a week apart
-            step(true);
-            step();
-            ASSERT_TRUE(airports.park.loaded) << gf_shownMessage();
+            comeAgain();
             learn("A", key);
-            lf_giveUpParkAirport();
-            lf_serveLoader();
+            leave();
         }
         const std::string text = readFile(path);
         EXPECT_THAT(text, HasSubstr("GBAFM")) << row.publisher;
