@@ -96,33 +96,31 @@ TEST_F(Claims, AGhostIsNotCreatedOnTheStandOfItsRealAircraftAndGivesWayToIt) {
     EXPECT_TRUE(claim.granted);
 }
 
-TEST_F(Claims, ANeighbourThatWouldCollideKeepsANewcomerOffAndIsRemovedByAnArrival) {
+TEST_F(Claims, ANeighbourThatWouldCollideKeepsANewcomerOff) {
     stand("A1", 0, 0, 0, 18);
-    Stand& next = stand("A2", 0, 32, 0, 18); // 1.1 times both radii is 37.4 m
-    stand("A3", 0, 72, 0, 36);               // adjacent to A2 by its size, but far enough for these two
-    ASSERT_EQ(airports.file.stands[1].adjacent.size(), 2u);
+    stand("A2", 0, 32, 0, 18);
+    stand("A3", 0, 72, 0, 36); // adjacent to A2 by its size, but far enough for these two
+    std::vector<Stand>& stands = airports.file.stands;
+    ASSERT_EQ(stands[1].adjacent.size(), 2u);
     LiveAc ac = lf_makeLiveAc(report(hex, 50, 8, 0, 0));
     ac.radiusNm = 17 / metersPerNm;
-    LiveAc& neighbour = active(otherHex, 77, next.lat, next.lon, 0);
-    neighbour.radiusNm = 17 / metersPerNm;
-    lf_takeStand(neighbour, airports.file.stands[1]);
-    neighbour.fs = FlightState::pushingBack;
-    EXPECT_TRUE(lf_adjacentConflict(airports.file.stands[0], ac));
-    EXPECT_FALSE(lf_adjacentConflict(airports.file.stands[2], ac));
-    neighbour.radiusNm = 12 / metersPerNm; // 1.1 times both is 31.9 m
-    EXPECT_FALSE(lf_adjacentConflict(airports.file.stands[0], ac));
-    neighbour.radiusNm = 17 / metersPerNm;
-    neighbour.fs = FlightState::pushedBack;
-    EXPECT_FALSE(lf_adjacentConflict(airports.file.stands[0], ac));
-    neighbour.fs = FlightState::parked;
+    LiveAc& neighbour = active(otherHex, 77, stands[1].lat, stands[1].lon, 0);
+    lf_takeStand(neighbour, stands[1]);
+    const auto conflict = [&](FlightState fs, double radius, std::size_t at = 0) {
+        neighbour.fs = fs;
+        neighbour.radiusNm = radius / metersPerNm;
+        return lf_adjacentConflict(stands[at], ac);
+    };
+    EXPECT_TRUE(conflict(FlightState::pushingBack, 17)); // 1.1 times both radii is 37.4 m
+    EXPECT_FALSE(conflict(FlightState::pushingBack, 17, 2));
+    EXPECT_FALSE(conflict(FlightState::pushingBack, 12)); // 31.9 m
+    EXPECT_FALSE(conflict(FlightState::pushedBack, 17));
     neighbour.callsign = ac.callsign;
-    EXPECT_FALSE(lf_adjacentConflict(airports.file.stands[0], ac)); // that is itself
+    EXPECT_FALSE(conflict(FlightState::parked, 17)); // that is itself
     ac.callsign = neighbour.callsign = "";
-    EXPECT_TRUE(lf_adjacentConflict(airports.file.stands[0], ac));
-    airports.file.stands[1].lat = airports.file.stands[1].lon = 0; // nobody knows where it is
-    neighbour.radiusNm = 1 / metersPerNm;
-    EXPECT_TRUE(lf_adjacentConflict(airports.file.stands[0], ac));
-    engine.live.clear();
+    EXPECT_TRUE(conflict(FlightState::parked, 17));
+    stands[1].lat = stands[1].lon = 0; // nobody knows where it is
+    EXPECT_TRUE(conflict(FlightState::parked, 1));
 }
 
 TEST_F(Claims, AnArrivalClearsTheNeighbourStand) {
@@ -161,16 +159,12 @@ TEST_F(Claims, TheReservedStandAndTheUsersOwnAreLeftAlone) {
 
 TEST_F(Claims, FiveMilesFromTheAirportAStandingAircraftNoLongerLooksForAStand) {
     stand("A1", 0, 0, 0, 18);
-    for (const double nm : {5.0, 5.01}) {
-        LiveAc& ac = due(hex, 50 + nm / 60 - 1e-9, 0, 0, 3);
-        for (std::size_t i = 0; i < 3; ++i) {
-            ac.stream[i].lat = 50 + nm / 60 - 1e-9;
-            ac.stream[i].stationary = true;
-        }
-        ac.fs = FlightState::birth;
+    for (const double nm : {5.0, 5.01}) { // it waits for a stand, or taxies
+        LiveAc& ac = due(hex, 50 + nm / 60 - 1e-9, 0, 0, 1);
+        ac.stream.front().stationary = true;
+        ac.stream.pushBack(ac.stream.front());
         spawnLiveAc(ac);
-        EXPECT_EQ(ac.fs, nm > 5 ? FlightState::taxi : FlightState::birth)
-            << nm; // it waits for a stand, or taxies
+        EXPECT_EQ(ac.fs, nm > 5 ? FlightState::taxi : FlightState::birth) << nm;
         lf_resetEngine();
         lf_presizeEngine();
     }
@@ -204,30 +198,28 @@ TEST_F(UserConflicts, TaxiingIntoATakenStandRemovesTheOneThatStandsThere) {
 
 TEST_F(UserConflicts, ALineOfTaxiingAircraftLosesOneASecondAndOnlyThoseInTheWay) {
     COLLISION_USER_GND.value = true;
-    for (std::uint32_t i = 0; i < 3; ++i) {
-        LiveAc& ac = active(hex + i, 70 + i, fieldPlace(30.0 * i, 0).lat, fieldLon, 0);
-        ac.radiusNm = 17 / metersPerNm;
-    }
+    for (std::uint32_t i = 0; i < 3; ++i)
+        active(hex + i, 70 + i, fieldPlace(30.0 * i, 0).lat, fieldLon, 0).radiusNm = 17 / metersPerNm;
     engine.user = UserBlock();
     engine.user.lat = fieldPlace(-5, 0).lat;
     engine.user.lon = fieldLon;
     sim.userOnGround = true;
-    lf_userConflicts();
-    EXPECT_EQ(engine.live[0].st, SimState::removingFromSim); // 5 m off; the next is 35 m off, the last 65 m
-    EXPECT_EQ(engine.live[1].st, SimState::active);
-    lf_userConflicts();
-    EXPECT_EQ(engine.live[1].st, SimState::removingFromSim);
-    lf_userConflicts();
-    EXPECT_EQ(engine.live[2].st, SimState::active);
+    const auto left = [] { // after another look
+        lf_userConflicts();
+        return std::count_if(engine.live.begin(), engine.live.end(),
+                             [](const LiveAc& ac) { return ac.st == SimState::active; });
+    };
+    EXPECT_EQ(left(), 2); // 5 m off; the next is 35 m off, the last 65 m
+    EXPECT_EQ(engine.live[0].st, SimState::removingFromSim);
+    EXPECT_EQ(left(), 1);
+    EXPECT_EQ(left(), 1);
     COLLISION_USER_GND.value = false;
     engine.user.lat = engine.live[2].lat;
-    lf_userConflicts();
-    EXPECT_EQ(engine.live[2].st, SimState::active);
+    EXPECT_EQ(left(), 1);
     COLLISION_USER_GND.value = true;
     engine.user.lat = engine.user.lon = 0; // no position
     engine.live[2].lat = engine.live[2].lon = 0;
-    lf_userConflicts();
-    EXPECT_EQ(engine.live[2].st, SimState::active);
+    EXPECT_EQ(left(), 1);
 }
 
 TEST_F(UserConflicts, WhoStandsOnTheRunwayGoesWhenTheUserLandsOnIt) {

@@ -8,6 +8,7 @@
 #include "support.h"
 
 #include <filesystem>
+#include <functional>
 
 namespace {
 
@@ -252,11 +253,15 @@ TEST_F(Roads, AJumpOfItsReportsRemovesAParkedAircraft) {
 class PushBack : public Roads {
   protected:
     // A stand that faces north; the aircraft is pushed south, and its reports tell a heading after some metres.
-    void push(double trackOut) {
+    void push(
+        double trackOut, const std::function<void()>& whenParked = [] {}) {
         stand("B7", 0, 0, 0, 18);
         const double leaves = standing(hex, "DLH1AB", 1, 1, 1, 80);
         for (int i = 0; i < 20; ++i) line(leaves + 2 * i, hex, "DLH1AB", -3.0 * i, 0, 0, trackOut, 3);
-        run(leaves + 60);
+        run(leaves - 5);
+        ASSERT_EQ(state(hex), FlightState::parked);
+        whenParked();
+        run(65);
     }
 };
 
@@ -292,7 +297,8 @@ TEST_F(PushBack, SwingsTheTailToTheSideThatTheFeedShowsAndWaitsUntilTheFeedMoves
 
 TEST_F(PushBack, EndsStraightWhereNoSideIsKnownOrWanted) {
     STRAIGHT_PBS_ONLY.value = true;
-    push(60);
+    push(60,
+         [] { lf_findByHexid(hex)->headingLag = true; }); // left from the way to the stand: it turns no nose
     SCOPED_TRACE(story(hex));
     ASSERT_EQ(state(hex), FlightState::pushedBack);
     rig::SimObject* o = object("DLH1AB");
@@ -303,28 +309,9 @@ TEST_F(PushBack, EndsStraightWhereNoSideIsKnownOrWanted) {
     EXPECT_FALSE(wasTold(hex, "removed"));
 }
 
-TEST_F(PushBack, DoesNotTurnTheNoseByWhatWasLeftFromTheWayToTheStand) {
-    // It came to its stand with a turn that was not finished: the mark of that must not turn it as it is pushed.
-    stand("B7", 0, 0, 0, 18);
-    const double leaves = standing(hex, "DLH1AB", 1, 1, 1, 80);
-    for (int i = 0; i < 20; ++i) line(leaves + 2 * i, hex, "DLH1AB", -3.0 * i, 0, 0, 0, 3);
-    run(leaves - 5);
-    ASSERT_EQ(state(hex), FlightState::parked);
-    lf_findByHexid(hex)->headingLag = true;
-    run(60);
-    EXPECT_EQ(state(hex), FlightState::pushedBack);
-    EXPECT_LT(degreesOff(*object("DLH1AB"), 0), 0.1);
-}
-
 TEST_F(PushBack, ANewCallsignOnTheWayOutChangesTheObjectWhereItIs) {
     GUID_CHANGES.value = true;
-    stand("B7", 0, 0, 0, 18);
-    const double leaves = standing(hex, "DLH1AB", 1, 1, 1, 80);
-    for (int i = 0; i < 20; ++i) line(leaves + 2 * i, hex, "DLH1AB", -3.0 * i, 0, 0, 60, 3);
-    run(leaves - 5);
-    ASSERT_EQ(state(hex), FlightState::parked);
-    lf_findByHexid(hex)->stream.front().alt = fieldFt + 8; // as one that has driven to its stand has it
-    run(65);
+    push(60, [] { lf_findByHexid(hex)->stream.front().alt = fieldFt + 8; }); // as after a way to the stand
     ASSERT_EQ(state(hex), FlightState::pushedBack);
     line(seconds, hex, "DLH1AB", -57, 150, 0, 90, 15); // far off and faster: the leg is split
     for (int i = 1; i < 10; ++i) line(seconds + 4 * i, hex, "DLH7XY", -57, 150 + 31 * i, 0, 90, 15);
@@ -466,16 +453,14 @@ TEST_F(Roads, AnArrivalAtAStandOfAnotherAirportThanThePresentTellsNothingOfThePr
     lf_arriveAtStand(ac);
     EXPECT_EQ(ac.fs, FlightState::parked);
     EXPECT_GT(ac.parkedAt, 0) << "or it would count as parked for centuries";
-    EXPECT_FALSE(ac.leavingStand);
-    EXPECT_FALSE(here.occupied);
-    StreamPoint away = ac.stream.front();
-    away.lat = old.lat + 100 / metersPerLatDegree;
+    EXPECT_FALSE(ac.leavingStand || here.occupied);
     app.weekSlot.store({3, 12});
-    EXPECT_FALSE(lf_checkLeaveStand(ac, away)); // the first report is measured from
-    away.lat = old.lat + 180 / metersPerLatDegree;
-    EXPECT_TRUE(lf_checkLeaveStand(ac, away));
-    EXPECT_TRUE(here.options.empty());
-    EXPECT_EQ(airports.updates, 0u);
+    for (const double meters : {100, 180}) { // the first report is measured from
+        StreamPoint away = ac.stream.front();
+        away.lat = old.lat + meters / metersPerLatDegree;
+        EXPECT_EQ(lf_checkLeaveStand(ac, away), meters > 100);
+    }
+    EXPECT_TRUE(here.options.empty() && airports.updates == 0);
 }
 
 TEST_F(Roads, AReportElsewhereEndsTheWayToTheStand) {

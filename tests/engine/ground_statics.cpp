@@ -212,12 +212,10 @@ TEST_F(Statics, TheOldestParkedAreRemovedOnDemand) {
         ac.parkedAt = plat::utcNow() - (i + 1) * std::int64_t{1'000'000'000};
     }
     lf_removeOldestParked(2);
-    EXPECT_EQ(engine.live[0].st, stays);
-    EXPECT_EQ(engine.live[1].st, goes);
-    EXPECT_EQ(engine.live[2].st, goes);
-    EXPECT_EQ(engine.live[3].st, stays);
+    EXPECT_EQ(engine.removalQueue, (std::deque<std::uint32_t>{79, 78}));
     lf_removeOldestParked(9);
-    EXPECT_EQ(engine.live[0].st, goes);
+    EXPECT_EQ(engine.removalQueue.back(), 77u);
+    EXPECT_EQ(engine.live[3].st, stays);
 }
 
 } // namespace
