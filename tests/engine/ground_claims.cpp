@@ -12,14 +12,22 @@ class Claims : public Ground {
     static std::uint64_t refused() { return notSpawned(NotSpawned::standTaken); }
 };
 
-TEST_F(Claims, AnArrivalTakesAStandFromOneThatNobodyReportsAnyMore) {
-    Stand& home = stand("A1", 0, 0, 90, 18);
+TEST_F(Claims, AnArrivalTakesAStandFromOneThatNobodyReportsAnyMoreAndClearsTheNeighbours) {
+    Stand& home = stand("A1", 0, 0, 0, 18);
+    stand("A2", 0, 32, 0, 18);
     standing(otherHex, "DLH9ZZ", 1, 1, 1, 20); // appears on it and falls silent
-    feed(hex, "DLH1AB", {{0, -500, 12}, {0, -60, 8}, {0, -12, 0, 0, 4}}, 40);
-    run(200);
+    feed(hex, "DLH1AB", {{-500, 0, 12}, {-60, 0, 8}, {-12, 0, 0, 0, 4}}, 40);
+    run(70);
+    ASSERT_TRUE(object("DLH9ZZ"));
+    LiveAc& neighbour = active(hex + 7, 77, airports.file.stands[1].lat, airports.file.stands[1].lon, 0);
+    neighbour.radiusNm = 17 / metersPerNm;
+    neighbour.fs = FlightState::parked;
+    lf_takeStand(neighbour, airports.file.stands[1]);
+    run(130);
     SCOPED_TRACE(story(hex) + "--\n" + story(otherHex));
     EXPECT_FALSE(object("DLH9ZZ"));
     EXPECT_TRUE(wasTold(otherHex, "DLH1AB parks where it stands"));
+    EXPECT_TRUE(wasTold(hex + 7, "removed"));
     ASSERT_TRUE(object("DLH1AB"));
     EXPECT_EQ(state(hex), FlightState::parked);
     EXPECT_LT(metersFrom(*object("DLH1AB"), home), 0.5);
@@ -121,19 +129,6 @@ TEST_F(Claims, ANeighbourThatWouldCollideKeepsANewcomerOff) {
     EXPECT_TRUE(conflict(FlightState::parked, 17));
     stands[1].lat = stands[1].lon = 0; // nobody knows where it is
     EXPECT_TRUE(conflict(FlightState::parked, 1));
-}
-
-TEST_F(Claims, AnArrivalClearsTheNeighbourStand) {
-    stand("A1", 0, 0, 0, 18);
-    stand("A2", 0, 32, 0, 18);
-    standing(otherHex, "DLH9ZZ", 1, 33, 1, 20);
-    feed(hex, "DLH1AB", {{-500, 0, 12}, {-60, 0, 8}, {-12, 0, 0, 0, 4}}, 40);
-    run(70);
-    ASSERT_TRUE(object("DLH9ZZ"));
-    run(130);
-    SCOPED_TRACE(story(hex) + "--\n" + story(otherHex));
-    EXPECT_FALSE(object("DLH9ZZ"));
-    EXPECT_EQ(state(hex), FlightState::parked);
 }
 
 TEST_F(Claims, TheReservedStandAndTheUsersOwnAreLeftAlone) {

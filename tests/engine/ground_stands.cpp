@@ -105,17 +105,18 @@ TEST_F(Stands, FartherOffAStandCountsOnlyForAFlightThatWasSeenThere) {
 }
 
 TEST_F(Stands, HelicoptersAndTheirStandsKeepToThemselvesAsTheLastTest) {
-    stand("pad", 5, 0, 0, 18).heli = true;
+    Stand& pad = stand("pad", 5, 0, 0, 18);
+    pad.heli = true;
     stand("gate", 10, 0, 0, 18);
-    EXPECT_EQ(found(aircraft("R44", 5), 55, false), "pad");
-    EXPECT_EQ(found(aircraft("A320", 17), 55, false), ""); // the nearest is a pad, and no other is looked for
-    airports.file.stands[0].occupied = true;
-    EXPECT_EQ(found(aircraft("A320", 17), 55, false), "gate");
-    EXPECT_EQ(found(aircraft("R44", 5), 55, false), "");
-    airports.file.stands[0].occupied = false;
-    airports.file.stands[0].radius = 5 / metersPerNm;
+    for (const bool occupied : {false, true}) { // the nearest counts, and no other is looked for
+        pad.occupied = occupied;
+        EXPECT_EQ(found(aircraft("R44", 5), 55, false), occupied ? "" : "pad");
+        EXPECT_EQ(found(aircraft("A320", 17), 55, false), occupied ? "gate" : "");
+    }
+    pad.occupied = false;
+    pad.radius = 5 / metersPerNm;
     EXPECT_EQ(found(aircraft("A320", 17), 55, false), "");
-    EXPECT_FALSE(airports.file.stands[0].radiusChanged); // refused after all: it does not grow
+    EXPECT_FALSE(pad.radiusChanged); // refused after all: it does not grow
 }
 
 // ---- sightings -----------------------------------------------------------------------------------------------------
@@ -301,45 +302,40 @@ TEST_F(Stands, SoftLearningAsksFirstWhetherItIsWantedAndWhatIsKnown) {
     app.weekSlot.store({1, 20});
     LiveAc ac = aircraft("A320", 17);
     ac.regcode = "D-AIZA";
-    ac.lat = fieldLat;
-    ac.lon = fieldLon;
-    ac.agl = 0;
-    const auto learned = [&](bool force = false) {
+    const auto learned = [&](double nm, double agl, std::uint32_t standId = 0, bool force = false) {
+        ac.lat = fieldLat + nm / 60;
+        ac.lon = fieldLon;
+        ac.agl = agl;
+        ac.standId = standId;
         airports.updates = 0;
         engine.learned.clear();
         s.softSeen.clear();
         lf_learnSoftStand(ac, force);
-        return airports.updates;
+        return airports.updates == 1;
     };
-    EXPECT_EQ(learned(), 1u);
+    EXPECT_TRUE(learned(0, 0));
     EXPECT_EQ(s.softSeen.count(hex), 1u);
     lf_learnSoftStand(ac, false); // the same half hour again
     EXPECT_EQ(airports.updates, 1u);
     app.weekSlot.store({1, 21}); // the visit goes on
     lf_learnSoftStand(ac, false);
     EXPECT_EQ(airports.updates, 2u);
-    LEARN_SOFT.value = false;
-    EXPECT_EQ(learned(), 0u);
-    LEARN_SOFT.value = true;
-    airports.learnAllowed = false;
-    EXPECT_EQ(learned(), 0u);
-    airports.learnAllowed = true;
-    ac.standId = 1;
-    EXPECT_EQ(learned(), 0u);
-    ac.standId = 0;
-    ac.agl = 2500;
-    EXPECT_EQ(learned(), 0u);
-    EXPECT_EQ(learned(true), 1u);
-    ac.agl = 0;
-    ac.lat = fieldLat + 5.01 / 60;
-    EXPECT_EQ(learned(), 0u);
-    ac.lat = fieldLat + 4.99 / 60;
-    EXPECT_EQ(learned(), 1u);
+    for (const bool soft : {true, false}) { // both must be
+        LEARN_SOFT.value = soft;
+        airports.learnAllowed = !soft;
+        EXPECT_FALSE(learned(0, 0));
+    }
+    LEARN_SOFT.value = airports.learnAllowed = true;
+    EXPECT_FALSE(learned(0, 0, 1));
+    EXPECT_FALSE(learned(0, 2500));
+    EXPECT_TRUE(learned(0, 2500, 0, true));
+    EXPECT_FALSE(learned(5.01, 0));
+    EXPECT_TRUE(learned(4.99, 0));
     s.options = {option("", "", "")}; // a real stand is known at 20, and so around 21
     s.options[0].reg = "D-AIZA";
-    EXPECT_EQ(learned(), 0u);
+    EXPECT_FALSE(learned(0, 0));
     app.weekSlot.store({1, 22});
-    EXPECT_EQ(learned(), 1u);
+    EXPECT_TRUE(learned(0, 0));
 }
 
 } // namespace
