@@ -45,8 +45,7 @@ TEST_F(LiveriesTest, ANewSetForgetsTheTitlesRememberedFromTheOldOne) {
     engineLife.hexidTitles[0x400000] = liveryStore.modelLiveries[0]["A320"][0];
     engine.failedTitles.insert("another");
     gf_indexLiveries({{"ZZZ", "B738", "boeing", ""}});
-    EXPECT_TRUE(engineLife.hexidTitles.empty());
-    EXPECT_TRUE(engine.failedTitles.empty());
+    EXPECT_TRUE(engineLife.hexidTitles.empty() && engine.failedTitles.empty());
 }
 
 // ---- the look-ups ------------------------------------------------------------------------------------------------

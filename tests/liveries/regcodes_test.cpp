@@ -141,8 +141,7 @@ TEST_F(Regcodes, TheListIsFetchedAndRotatedTwiceInAScan) {
     index({});
     gf_loadRegcodeFiles();
     EXPECT_FALSE(exists("AIG-regcodes.xml"));
-    EXPECT_TRUE(exists("AIG-regcodes0.xml"));
-    EXPECT_TRUE(exists("AIG-regcodes00.xml"));
+    EXPECT_TRUE(exists("AIG-regcodes0.xml") && exists("AIG-regcodes00.xml"));
     EXPECT_EQ(liveryStore.regcodeTitles["G-EUUB"], "B");
 }
 

@@ -147,8 +147,7 @@ TEST_F(ScanWalk, AFolderThatVanishesDuringTheWalk) {
 TEST_F(ScanWalk, ReportsGoToTheirFilesAndASummaryToTheLog) {
     gf_writeScanReports();
     EXPECT_TRUE(logged("\n\nNo errors\n"));
-    EXPECT_FALSE(logged("Information"));
-    EXPECT_FALSE(fs::exists(folders.errors));
+    EXPECT_FALSE(logged("Information") || fs::exists(folders.errors));
     int n = 0;
     for (auto& list : scanReports.lines) list = {"b" + std::to_string(n), "a" + std::to_string(n)}, ++n;
     lines(ScanReport::invalidModel).pop_back();
@@ -171,8 +170,7 @@ TEST_F(ScanWalk, ReportsGoToTheirFilesAndASummaryToTheLog) {
     write(folders.info / "LiveriesSkippedOnPriority.txt", "old");
     write(folders.errors / "InlineRegcodes.txt", "old");
     gf_deleteScanReports();
-    EXPECT_FALSE(fs::exists(folders.errors));
-    EXPECT_FALSE(fs::exists(gf_scanReportPath(ScanReport::emptyFile)));
+    EXPECT_FALSE(fs::exists(folders.errors) || fs::exists(gf_scanReportPath(ScanReport::emptyFile)));
     EXPECT_FALSE(fs::exists(folders.info / "LiveriesSkippedOnPriority.txt"));
     EXPECT_TRUE(fs::exists(gf_scanReportPath(ScanReport::conversions))) << "of the last scan that had some";
     gf_deleteScanReports();
