@@ -13,6 +13,7 @@
 #include "platform/virtual_clock.h"
 #include "support.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>

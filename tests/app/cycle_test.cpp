@@ -3,11 +3,8 @@
 #include "app_fixture.h"
 
 #include "app/maincycle.h"
-#include "simconnect/transport.h"
-#include "simulator/inprocess.h"
 
 #include <climits>
-#include <functional>
 
 namespace {
 
@@ -216,8 +213,7 @@ TEST_F(CycleTest, StaticAircraftAreRenewedInTwoVisitsEachTwentyMinutes) {
     EXPECT_TRUE(app.reparkRequest);
     EXPECT_FALSE(app.reparkFirstPhase);
     upTo(1215);
-    EXPECT_TRUE(app.reparkFirstPhase && app.reparkRequest);
-    EXPECT_TRUE(trafficReader.collectCallsigns);
+    EXPECT_TRUE(app.reparkFirstPhase && app.reparkRequest && trafficReader.collectCallsigns);
     EXPECT_EQ(callsignsSeen(), 0u);
     gf_showError("of the airport file");
     upTo(1230);
@@ -489,42 +485,4 @@ TEST_F(VirtualAppTest, WaitsFifteenSecondsForAFirstReport) {
     lf_waitForFirstReport();
     EXPECT_EQ(clock.now - start, 15'100'000'000);
     EXPECT_EQ(timesLogged("No traffic in this region?"), 1);
-}
-
-// ---- with a simulator ------------------------------------------------------------------------------------------------
-
-TEST_F(VirtualAppTest, TheSimulatorsOwnSecondsDriveTheCycle) {
-    rig::WorldSettings settings;
-    rig::SimHub hub(settings);
-    simconnect::setOpener([&](DWORD) { return rig::connectInProcess(hub); });
-    ASSERT_TRUE(lf_openSession());
-    clock.onAdvance = [&](plat::SteadyNs) {
-        hub.frame(0.05);
-        lf_dispatchArrived();
-    };
-    ASSERT_TRUE(lf_waitForUserAircraft());
-    EXPECT_NEAR(engine.user.lat, settings.userLat, 1e-6);
-    clock.onAdvance = nullptr;
-    lf_beginCycle();
-    const auto fly = [&](double seconds) {
-        for (int i = 0; i < static_cast<int>(seconds * 50); ++i) {
-            hub.frame(0.02);
-            ASSERT_TRUE(lf_dispatchArrived());
-            for (int t = 0; t < 2; ++t) {
-                clock.advance(10'000'000);
-                ASSERT_TRUE(lf_cycleStep());
-            }
-        }
-    };
-    fly(20);
-    EXPECT_NEAR(app.secondCount, 20, 1);
-    EXPECT_NEAR(trafficReader.userPosition.load()[0], settings.userLat, 1e-6);
-    hub.setRunning(false);
-    fly(5);
-    EXPECT_EQ(timesLogged("Flight not running"), 1);
-    hub.setRunning(true);
-    fly(5);
-    EXPECT_EQ(timesLogged("Flight resumed"), 1);
-    lf_closeSession();
-    simconnect::setOpener(nullptr);
 }

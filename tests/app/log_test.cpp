@@ -26,12 +26,8 @@ TEST_F(AppTest, ALogThatCannotBeWrittenSaysSo) {
     gf_closeLog();
     std::filesystem::remove("Log.txt");
     folders.log = "nowhere/Log.txt";
-    try {
-        gf_openLog();
-        FAIL() << "no exception";
-    } catch (const std::runtime_error& e) {
-        EXPECT_EQ(e.what(), "Failed to write file " + plat::pathText(folders.log));
-    }
+    EXPECT_THAT(gf_openLog, testing::ThrowsMessage<std::runtime_error>("Failed to write file " +
+                                                                       plat::pathText(folders.log)));
     gf_buildFolders();
     gf_openLog();
     gf_logRaw("works again");

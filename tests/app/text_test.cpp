@@ -84,11 +84,8 @@ TEST(Geo, FoldsHeadings) {
 }
 
 TEST(Geo, NoPositionIsABoxWithBothItsEnds) {
-    EXPECT_TRUE(gf_isNoPosition(0, 0));
-    EXPECT_TRUE(gf_isNoPosition(-0.0, -0.0));
-    EXPECT_TRUE(gf_isNoPosition(0.0009, 0.05));
-    EXPECT_FALSE(gf_isNoPosition(0.00090001, 0.05));
-    EXPECT_FALSE(gf_isNoPosition(0.0009, 0.0500001));
+    EXPECT_TRUE(gf_isNoPosition(0, 0) && gf_isNoPosition(-0.0, -0.0) && gf_isNoPosition(0.0009, 0.05));
+    EXPECT_FALSE(gf_isNoPosition(0.00090001, 0.05) || gf_isNoPosition(0.0009, 0.0500001));
     EXPECT_FALSE(gf_isNoPosition(-0.0001, 0.01));
 }
 
@@ -178,8 +175,7 @@ TEST_F(AppTest, SavesXmlWithItsMetaAndMissesWhatItLacks) {
                  "2024");
     gf_testMeta(document);
     EXPECT_FALSE(logged("meta data incorrect?"));
-    EXPECT_TRUE(gf_saveXml(document, "store.xml"));
-    EXPECT_TRUE(logged("\"store.xml\" saved"));
+    EXPECT_TRUE(gf_saveXml(document, "store.xml") && logged("\"store.xml\" saved"));
     document.child("meta").remove_child("info");
     gf_testMeta(document);
     EXPECT_TRUE(logged("meta data incorrect?"));

@@ -213,10 +213,7 @@ TEST_F(FeedTest, KeepsTheLinkShutWithRealTrafficOnAnotherComputerAndTellsOfABadP
     EXPECT_FALSE(waitForClient());
     EXPECT_EQ(timesLogged("RealTraffic"), 0);
     gf_closeControlLink();
-    try {
-        lf_openControlPort("no port");
-        FAIL();
-    } catch (const std::runtime_error& e) {
-        EXPECT_STREQ(e.what(), "getaddrinfo failed with error 10109 Unknown errror code");
-    }
+    EXPECT_THAT([] { lf_openControlPort("no port"); },
+                testing::ThrowsMessage<std::runtime_error>(
+                    "getaddrinfo failed with error 10109 Unknown errror code"));
 }

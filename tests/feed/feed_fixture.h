@@ -10,6 +10,7 @@
 #include "platform/clock.h"
 #include "support.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>

@@ -90,8 +90,7 @@ TEST_F(FeedTest, ASocketThatFailsEndsTheRunWithAReaderError) {
         "The Traffic Reader has stopped with error: bind to stream socket failed, error: 10048 Address "
         "already in use"))
         << logText();
-    EXPECT_TRUE(logged("Traffic Reader disconnected"));
-    EXPECT_TRUE(trafficReader.finished);
+    EXPECT_TRUE(logged("Traffic Reader disconnected") && trafficReader.finished);
     EXPECT_EQ(trafficReader.socket, plat::noSocket);
 
     // The receive fails: the same road.
@@ -99,12 +98,8 @@ TEST_F(FeedTest, ASocketThatFailsEndsTheRunWithAReaderError) {
     plat::Socket closed = plat::openUdp();
     trafficReader.socket = closed;
     plat::closeSocket(closed);
-    try {
-        trafficReader.run();
-        FAIL() << "no exception";
-    } catch (const std::runtime_error& e) {
-        EXPECT_STREQ(e.what(), "receive error: 10038 Socket operation on non-socket");
-    }
+    EXPECT_THAT([] { trafficReader.run(); }, testing::ThrowsMessage<std::runtime_error>(
+                                                 "receive error: 10038 Socket operation on non-socket"));
     trafficReader.socket = plat::noSocket;
 }
 

@@ -115,8 +115,7 @@ TEST_F(FrameStep, FailuresAreToldInTheOrderInWhichTheyHappen) {
             "===> " +
             gf_shortTimeText() + "!Simconnect call to remove AI ac from sim failed, id 20?\n"));
     EXPECT_EQ(app.runState, RunState::simConnectError);
-    EXPECT_TRUE(sim.pending.empty());
-    EXPECT_TRUE(sim.events.empty() && sim.creations.empty() && sim.removals.empty());
+    EXPECT_TRUE(sim.pending.empty() && sim.events.empty() && sim.creations.empty() && sim.removals.empty());
 }
 
 TEST_F(FrameStep, TheExchangeGivesUpAtFiftyFramesAndWaitsAbove) {

@@ -155,12 +155,8 @@ TEST_F(UserAircraft, AnEmptyModelIsAnEncryptedAircraftAndAMissingOneNothing) {
 TEST_F(UserAircraft, AKeyWithoutRoomForAModelIsNoAircraftAndEndsTheRun) {
     for (const char* model : {".0.text", "172.0.text"}) {
         stream->arrive(modelAnswer(model));
-        try {
-            lf_dispatchArrived();
-            FAIL() << model;
-        } catch (const orvo::UserErrorException& error) {
-            EXPECT_EQ(error.number(), 73);
-        }
+        EXPECT_THAT(lf_dispatchArrived,
+                    testing::ThrowsMessage<orvo::UserErrorException>(testing::StartsWith("73: ")));
     }
     EXPECT_EQ(simLife.userRadiusNm, 0);
     lf_closeSession();

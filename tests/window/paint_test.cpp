@@ -42,18 +42,14 @@ TEST_F(MainWindow, HasFiveBandsWithTheirLines) {
 TEST_F(MainWindow, ARepaintRequestNamesItsBandAlone) {
     ASSERT_TRUE(lf_createMainWindow());
     plat::headless::repaint();
-    const auto requested = [](Band band) {
+    std::vector<int> edges;
+    for (const Band band : {Band::title, Band::status, Band::settings, Band::parking, Band::message}) {
         gf_repaint(band);
-        const std::vector<plat::Rect> invalid = plat::headless::takeInvalid();
-        EXPECT_EQ(invalid.size(), 1u);
-        const plat::Rect r = invalid.at(0);
-        return std::vector<int>{r.left, r.top, r.right, r.bottom};
-    };
-    EXPECT_EQ(requested(Band::title), (std::vector{0, 0, 880, 28}));
-    EXPECT_EQ(requested(Band::status), (std::vector{0, 28, 880, 112}));
-    EXPECT_EQ(requested(Band::settings), (std::vector{0, 112, 880, 392}));
-    EXPECT_EQ(requested(Band::parking), (std::vector{0, 392, 880, 448}));
-    EXPECT_EQ(requested(Band::message), (std::vector{0, 448, 880, 476}));
+        for (const plat::Rect& r : plat::headless::takeInvalid())
+            edges.insert(edges.end(), {r.left, r.right, r.top, r.bottom});
+    }
+    EXPECT_EQ(edges, (std::vector{0,   880, 0, 28,  0,   880, 28, 112, 0,   880,
+                                  112, 392, 0, 880, 392, 448, 0,  880, 448, 476}));
 }
 
 TEST_F(MainWindow, ShowsEveryStateOfTheSimulator) {
@@ -138,9 +134,8 @@ TEST_F(MainWindow, ShowsEveryStateOfTheFeed) {
     }
     display.qnh = 0;
     display.liveCount = 1234;
-    std::vector<Text> texts = textsIn(Band::status);
-    std::erase_if(texts, [](const Text& t) { return t.x < 642; });
-    EXPECT_EQ(texts, (std::vector<Text>{{642, 91, "live: 1234", green}}));
+    EXPECT_THAT(textsIn(Band::status), testing::Contains(Text{642, 91, "live: 1234", green}));
+    EXPECT_THAT(textsIn(Band::status), Not(testing::Contains(testing::Field(&Text::text, HasSubstr("qnh")))));
 }
 
 TEST_F(MainWindow, ShowsCountsOnceTheyAreKnown) {
@@ -210,7 +205,7 @@ TEST_F(MainWindow, ATextThatIsNoUtf8StaysUndrawnAndIsLogged) {
     gf_showMessage("Z\xFCrich", false); // another encoding
     EXPECT_TRUE(textsIn(Band::message).empty());
     EXPECT_EQ(textsIn(Band::title).size(), 2u); // the others are drawn
-    EXPECT_THAT(test::readFile("Log.txt"),
+    EXPECT_THAT(logText(),
                 HasSubstr("lf_drawText conversion exception Invalid UTF-8 sequence found in input string., "
                           "error code: 1113\n"));
     gf_showMessage("Z\xC3\xBCrich", false);
@@ -224,8 +219,7 @@ TEST_F(MainWindow, OpensWhereItWasLeft) {
     const auto openAndLeaveAt = [](int leftX, int leftY) {
         gf_resetParametersToDefaults(); // as a new process
         int x = 0, y = 0;
-        EXPECT_TRUE(lf_createMainWindow());
-        EXPECT_TRUE(plat::windowPosition(x, y));
+        EXPECT_TRUE(lf_createMainWindow() && plat::windowPosition(x, y));
         plat::headless::setPosition(leftX, leftY);
         plat::postMessage(messageEndProcess);
         EXPECT_EQ(plat::runLoop(), 0);
