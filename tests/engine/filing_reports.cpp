@@ -2,6 +2,8 @@
 
 #include "life_fixture.h"
 
+#include <fmt/format.h>
+
 namespace {
 
 constexpr std::uint32_t hex = 4242424;
@@ -103,37 +105,30 @@ TEST_F(Filing, MakesNewAircraftOnlyOfWantedCategoriesAwayFromTheField) {
     const struct {
         const char* type;
         double alt;
-        bool made;
+        bool made, madeWithAll;
         NotSpawned why;
-    } rows[] = {{"A320", 5000, true, {}},
-                {"A320", 484, false, NotSpawned::nearGround},
-                {"A320", 485, true, {}},
-                {"A320", 244, false, NotSpawned::nearGround},
-                {"A320", 0, true, {}},
-                {"C172", 5000, false, NotSpawned::category},
-                {"F16", 5000, false, NotSpawned::category},
-                {"R44", 5000, false, NotSpawned::category},
-                {"XXXX", 5000, false, NotSpawned::unknownType}};
-    LIGHT_AIRCRAFT.value = HIGH_PERF_AIRCRAFT.value = HELICOPTERS.value = false;
-    for (const auto& row : rows) {
-        fresh();
-        engineCounters = {};
-        TrafficRecord r = report(hex, 50, 8, row.alt, 200);
-        r.acType = row.type;
-        lf_fileFeedRecord(r);
-        EXPECT_EQ(engine.live.size(), row.made ? 1u : 0u) << row.type << " " << row.alt;
-        if (!row.made) {
-            EXPECT_EQ(notSpawned(row.why), 1u) << row.type << " " << row.alt;
+    } rows[] = {{"A320", 5000, true, true, {}},
+                {"A320", 484, false, false, NotSpawned::nearGround},
+                {"A320", 485, true, true, {}},
+                {"A320", 244, false, false, NotSpawned::nearGround},
+                {"A320", 0, true, true, {}},
+                {"C172", 5000, false, true, NotSpawned::category},
+                {"F16", 5000, false, true, NotSpawned::category},
+                {"R44", 5000, false, true, NotSpawned::category},
+                {"XXXX", 5000, false, false, NotSpawned::unknownType}};
+    for (const bool all : {false, true})
+        for (const auto& row : rows) {
+            SCOPED_TRACE(fmt::format("{} at {} ft", row.type, row.alt));
+            for (auto* category : {&LIGHT_AIRCRAFT, &HIGH_PERF_AIRCRAFT, &HELICOPTERS}) category->value = all;
+            fresh();
+            engineCounters = {};
+            TrafficRecord r = report(hex, 50, 8, row.alt, 200);
+            r.acType = row.type;
+            lf_fileFeedRecord(r);
+            const bool made = all ? row.madeWithAll : row.made;
+            EXPECT_EQ(engine.live.size(), made ? 1u : 0u);
+            EXPECT_TRUE(made || notSpawned(row.why) == 1);
         }
-    }
-    for (auto* on : {&LIGHT_AIRCRAFT, &HIGH_PERF_AIRCRAFT, &HELICOPTERS}) on->value = true;
-    for (const char* type : {"C172", "F16", "R44"}) {
-        fresh();
-        TrafficRecord r = report(hex, 50, 8, 5000, 200);
-        r.acType = type;
-        lf_fileFeedRecord(r);
-        EXPECT_EQ(engine.live.size(), 1u) << type;
-    }
 }
 
 TEST_F(Filing, TakesAnUnknownTypeFromTheRegistrationAndAFlightOnlyOnce) {

@@ -254,15 +254,14 @@ TEST_F(UserConflicts, InTheAirOnlyWhoIsLevelNearAndOnTheLineGoes) {
         {3.9, 0, 5000, 0, true}, // flies away on the same line: the line counts, not the direction
     };
     for (const auto& row : rows) {
-        LiveAc& ac = active(hex, 71, fieldLat + row.northNm / 60,
-                            fieldLon + row.eastNm / 60 / std::cos(fieldLat * degToRad), row.alt);
+        const LatLon place = fieldPlace(row.northNm * metersPerNm, row.eastNm * metersPerNm);
+        LiveAc& ac = active(hex, 71, place.lat, place.lon, row.alt);
         ac.heading = row.heading * degToRad;
         EXPECT_EQ(lf_userAirConflict(ac), row.goes) << row.northNm << " " << row.eastNm << " " << row.heading;
+        ac.st = SimState::removingFromSim;
+        EXPECT_FALSE(lf_userAirConflict(ac));
         engine.live.clear();
     }
-    LiveAc& ac = active(hex, 71, fieldLat, fieldLon, 5000);
-    ac.st = SimState::removingFromSim;
-    EXPECT_FALSE(lf_userAirConflict(ac));
 }
 
 } // namespace

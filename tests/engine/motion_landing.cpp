@@ -224,7 +224,7 @@ TEST_F(Landing, TouchesAndGoes) {
 }
 
 TEST_F(Landing, FiltersReportsDuringApproachAndRoll) {
-    // The aircraft flies north; its last point lies 300 m ahead.
+    // The aircraft flies north; its points lie 300 m apart ahead.
     const auto fresh = [&](bool landing, std::size_t points) -> LiveAc& {
         reset();
         std::vector<StreamPoint> stream;
@@ -234,42 +234,36 @@ TEST_F(Landing, FiltersReportsDuringApproachAndRoll) {
         ac.lat = 50;
         return ac;
     };
-    {
-        LiveAc& ac = fresh(true, 1);
-        StreamPoint same = ac.stream.back();
-        EXPECT_FALSE(checkNewPosDuringLanding(ac, same));
-        StreamPoint behind = at(6, 200, 0, 0, 120);
-        EXPECT_FALSE(checkNewPosDuringLanding(ac, behind));
-        StreamPoint ahead = at(6, 500, 30, 0, 140);
-        ac.extendCount = 3;
-        EXPECT_TRUE(checkNewPosDuringLanding(ac, ahead));
-        EXPECT_EQ(ahead.speed, 130); // it does not speed up again
-        EXPECT_EQ(ac.extendCount, 0);
-        EXPECT_EQ(ac.dueLag, 3000);
-        StreamPoint slow = at(6, 500, 30, 0, 40);
-        ac.stream.front().speed = 20;
-        EXPECT_TRUE(checkNewPosDuringLanding(ac, slow));
-        EXPECT_EQ(slow.speed, 40);
-    }
-    {
-        LiveAc& ac = fresh(true, 4); // at 300, 600, 900 and 1200 m
-        StreamPoint early = at(9, 1000, 0, 0, 120);
-        EXPECT_TRUE(checkNewPosDuringLanding(ac, early));
-        EXPECT_EQ(ac.stream.size(), 3u);
-        StreamPoint earlier = at(9, 550, 0, 0, 120);
-        EXPECT_TRUE(checkNewPosDuringLanding(ac, earlier)); // at most two go, and it may still lie behind
-        EXPECT_EQ(ac.stream.size(), 1u);
-    }
-    {
-        LiveAc& ac = fresh(false, 1);
-        StreamPoint behind = at(6, 200, 0, 0, 60), beside = at(6, 300, 200, 0, 60);
-        EXPECT_TRUE(checkNewPosDuringLanding(ac, beside));
-        EXPECT_EQ(ac.stream.front().lat, at(0, 300, 0, 0, 0).lat);
-        ac.extendCount = 2;
-        EXPECT_FALSE(checkNewPosDuringLanding(ac, behind));
-        ac.extendCount = 0;
-        EXPECT_TRUE(checkNewPosDuringLanding(ac, behind)); // the stream begins again where the aircraft is
-        EXPECT_EQ(ac.stream.front().lat, ac.lat);
-        EXPECT_EQ(ac.stream.front().dueTick, now() + 1);
-    }
+    StreamPoint p;
+    const auto takes = [&](LiveAc& ac, double north, double east, double knots) {
+        p = at(6, north, east, 0, knots);
+        return checkNewPosDuringLanding(ac, p);
+    };
+    LiveAc* ac = &fresh(true, 1);
+    EXPECT_FALSE(takes(*ac, 300, 0, 130)); // the same
+    EXPECT_FALSE(takes(*ac, 200, 0, 120)); // behind
+    ac->extendCount = 3;
+    EXPECT_TRUE(takes(*ac, 500, 30, 140));
+    EXPECT_EQ(p.speed, 130); // it does not speed up again
+    EXPECT_EQ(ac->extendCount, 0);
+    EXPECT_EQ(ac->dueLag, 3000);
+    ac->stream.front().speed = 20;
+    EXPECT_TRUE(takes(*ac, 500, 30, 40));
+    EXPECT_EQ(p.speed, 40);
+
+    ac = &fresh(true, 4);
+    EXPECT_TRUE(takes(*ac, 1000, 0, 120));
+    EXPECT_EQ(ac->stream.size(), 3u);
+    EXPECT_TRUE(takes(*ac, 550, 0, 120)); // at most two go, and it may still lie behind
+    EXPECT_EQ(ac->stream.size(), 1u);
+
+    ac = &fresh(false, 1);
+    EXPECT_TRUE(takes(*ac, 300, 200, 60)); // beside
+    EXPECT_EQ(ac->stream.front().lat, at(0, 300, 0, 0, 0).lat);
+    ac->extendCount = 2;
+    EXPECT_FALSE(takes(*ac, 200, 0, 60));
+    ac->extendCount = 0;
+    EXPECT_TRUE(takes(*ac, 200, 0, 60)); // the stream begins again where the aircraft is
+    EXPECT_EQ(ac->stream.front().lat, ac->lat);
+    EXPECT_EQ(ac->stream.front().dueTick, now() + 1);
 }

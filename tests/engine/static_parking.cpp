@@ -124,35 +124,31 @@ TEST_F(StaticParking, LooksBackOverMidnightAsFarAsTheFitAllows) {
     at(1, 1);
     Stand& a = stand("A", 0, 0, 0, 18);
     option(a, "D-AIXX", "DLH1", "", 7, {46});
+    const auto chosen = [] {
+        lf_calculateStatics();
+        return airports.staticQueue.size() == 1;
+    };
     for (const std::int32_t most : {0, 2, 3}) {
         MAX_FIT.value = most;
-        lf_calculateStatics();
-        EXPECT_EQ(airports.staticQueue.size(), most == 3 ? 1u : 0u) << most;
+        EXPECT_EQ(chosen(), most == 3) << most;
     }
     EXPECT_EQ(airports.staticQueue.at(0).fit, 3);
     a.options[0].day = 6;
-    lf_calculateStatics();
-    EXPECT_TRUE(airports.staticQueue.empty());
+    EXPECT_FALSE(chosen());
     WEEK.value = true;
-    lf_calculateStatics();
-    EXPECT_EQ(airports.staticQueue.size(), 1u);
+    EXPECT_TRUE(chosen());
     a.options[0].real = 0;
-    PARK_SOFT.value = false;
-    lf_calculateStatics();
-    EXPECT_TRUE(airports.staticQueue.empty());
-    for (BoolParameter* either : {&PARK_SOFT, &PARK_FAKE}) {
-        PARK_SOFT.value = PARK_FAKE.value = false;
-        either->value = true;
-        lf_calculateStatics();
-        EXPECT_EQ(airports.staticQueue.size(), 1u);
-        EXPECT_TRUE(display.softParking);
-    }
+    for (const bool soft : {false, true})
+        for (const bool fake : {false, true}) {
+            PARK_SOFT.value = soft;
+            PARK_FAKE.value = fake;
+            EXPECT_EQ(chosen(), soft || fake);
+            EXPECT_EQ(display.softParking, soft || fake);
+        }
     a.heli = true;
-    lf_calculateStatics();
-    EXPECT_EQ(airports.staticQueue.size(), 1u);
+    EXPECT_TRUE(chosen());
     HELICOPTERS.value = false;
-    lf_calculateStatics();
-    EXPECT_TRUE(airports.staticQueue.empty());
+    EXPECT_FALSE(chosen());
     EXPECT_FALSE(display.staticWork) << "nothing to do";
 }
 
@@ -293,27 +289,24 @@ TEST_F(StaticParking, NothingIsPlacedWhereALiveAircraftStandsOrWhatTheUserHasSwi
     Stand& b = stand("B", 0, 30, 0, 18);
     option(a, "D-AIZA", "DLH1", "", 3, {20});
     LiveAc& ac = active(hex, 77, fieldLat + 0.01, fieldLon, 0);
-    ac.onGround = true;
+    const auto placed = [&](FlightState fs, const Stand& s) {
+        lf_calculateStatics();
+        ac.fs = fs;
+        lf_takeStand(ac, s);
+        lf_placeNextStatic();
+        EXPECT_TRUE(airports.staticQueue.empty());
+        const bool is = !engine.parked.empty();
+        engine.parked.clear();
+        return is;
+    };
     for (const FlightState fs : {FlightState::parked, FlightState::parking, FlightState::taxi})
-        for (Stand* s : {&a, &b}) {
-            lf_calculateStatics();
-            ac.fs = fs;
-            lf_takeStand(ac, *s);
-            lf_placeNextStatic();
-            EXPECT_TRUE(airports.staticQueue.empty());
-            EXPECT_EQ(engine.parked.size(), fs == FlightState::taxi ? 1u : 0u);
-            engine.parked.clear();
-        }
+        for (const Stand* s : {&a, &b}) EXPECT_EQ(placed(fs, *s), fs == FlightState::taxi);
     ac.lat = a.lat; // it waits there on its way to somewhere else
-    lf_calculateStatics();
-    lf_placeNextStatic();
-    EXPECT_TRUE(engine.parked.empty());
-    engine.live.clear();
+    EXPECT_FALSE(placed(FlightState::taxi, b));
+    ac.lat = fieldLat + 0.01;
     a.options[0].type = "C172";
     LIGHT_AIRCRAFT.value = false;
-    lf_calculateStatics();
-    lf_placeNextStatic();
-    EXPECT_TRUE(engine.parked.empty());
+    EXPECT_FALSE(placed(FlightState::taxi, b));
 }
 
 TEST_F(StaticParking, ALiveAircraftOnAStandDrivesTheStaticOneAwayAndEndsItsPlan) {
