@@ -56,16 +56,6 @@ class SilentServer {
     std::thread thread;
 };
 
-TEST_F(Loader, BringsAnAirportUpBesideTheSteps) {
-    putStock("EDTT", baseFile(stand("A", 0, 20)));
-    placeUser(0);
-    lf_parkingStep(true); // waits for the airport, not for its file
-    EXPECT_TRUE(airports.pending);
-    EXPECT_TRUE(within(10, [] { return lf_loadingDone(); }));
-    lf_parkingStep(false);
-    EXPECT_TRUE(airports.park.loaded);
-}
-
 TEST_F(Loader, GivingUpAndAskingAgainWhileItReadsTakesOverTheLastAlone) {
     std::string stands;
     for (int i = 0; i < 300; ++i) stands += stand("S" + std::to_string(i), i * 50, 20);

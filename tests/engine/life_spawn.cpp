@@ -147,26 +147,22 @@ TEST_F(Life, OnlyASafeDistanceFromTheUserLetsAnAircraftAppear) {
 }
 
 TEST_F(Life, NobodyReappearsOnTheRunwayThatTheUserLandsOn) {
-    const struct {
-        double metersAhead, metersBeside, agl;
-        bool appears;
-    } rows[] = {{2000, 0, 900, false},
-                {2000, 150, 900, false},
-                {2000, 160, 900, true},
-                {2000, 0, 1000, true},
-                {2800, 0, 900, true}};
-    for (const auto& row : rows) {
+    for (const auto& [metersAhead, metersBeside, agl, appears] : {std::tuple{2000, 0, 900, false},
+                                                                  {2000, 150, 900, false},
+                                                                  {2000, 160, 900, true},
+                                                                  {2000, 0, 1000, true},
+                                                                  {2800, 0, 900, true}}) {
         fresh();
         engine.user.lat = 0;
         engine.user.lon = 8;
-        engine.user.agl = row.agl;
+        engine.user.agl = agl;
         LiveAc& ac = due(hex, 1, 0, 5);
         ac.fs = FlightState::taxi; // it has been in the simulator
         ac.title = "B744 BAW";
-        ac.lat = row.metersAhead * metersNorth;
-        ac.lon = 8 + row.metersBeside * metersNorth;
+        ac.lat = metersAhead * metersNorth;
+        ac.lon = 8 + metersBeside * metersNorth;
         lf_checkSpawn(ac);
-        EXPECT_EQ(ac.st == SimState::adding2sim, row.appears) << row.metersAhead << " " << row.metersBeside;
+        EXPECT_EQ(ac.st == SimState::adding2sim, appears) << metersAhead << " " << metersBeside;
     }
 }
 
@@ -176,18 +172,18 @@ TEST_F(Life, TheNearestAircraftWinUnderTheLimit) {
     engine.user.lon = 8;
     for (std::uint32_t i = 0; i < 3; ++i) active(20000 + i, 100 + i, 50 + (2.0 + i) / 60, 8);
     engine.live.reserve(8);
-    LiveAc& far = due(hex, 50 + 3.95 / 60);
-    lf_checkSpawn(far); // the farthest is at 4 miles, not beyond 4.05
-    EXPECT_TRUE(far.eraseNow);
+    const auto appears = [](std::uint32_t hexid, double nm) {
+        LiveAc& ac = due(hexid, 50 + nm / 60);
+        lf_checkSpawn(ac);
+        EXPECT_NE(ac.eraseNow, ac.st == SimState::adding2sim);
+        return ac.st == SimState::adding2sim;
+    };
+    EXPECT_FALSE(appears(hex, 3.95)); // the farthest is at 4 miles, not beyond 4.05
     EXPECT_EQ(notSpawned(NotSpawned::liveLimit), 1u);
-    LiveAc& near = due(hex + 1, 50 + 3.85 / 60);
-    lf_checkSpawn(near);
-    EXPECT_EQ(near.st, SimState::adding2sim);
+    EXPECT_TRUE(appears(hex + 1, 3.85));
     EXPECT_EQ(lf_findByHexid(20002)->st, SimState::removingFromSim);
     EXPECT_EQ(removed(Removed::farthest), 1u);
-    LiveAc& next = due(hex + 2, 50 + 3.85 / 60); // two active, one asked for: full again, and nobody farther
-    lf_checkSpawn(next);
-    EXPECT_TRUE(next.eraseNow);
+    EXPECT_FALSE(appears(hex + 2, 3.85)); // two active, one asked for: full again, and nobody farther
 }
 
 TEST_F(Life, ALongCreationQueueAndTheRangeThatHoldsNowKeepNewAircraftBack) {
@@ -251,46 +247,38 @@ TEST_F(Life, AGhostGivesWayToTheRealAircraftWhicheverComesFirst) {
     engine.live.reserve(8);
     LiveAc& ghost = active(20000, 100, 50, 8);
     ghost.callsign = "BAW12_";
-    LiveAc& real = due(hex, 50);
-    real.callsign = "BAW12";
-    lf_checkSpawn(real);
+    const auto comes = [](std::uint32_t hexid, const char* callsign) -> LiveAc& {
+        LiveAc& ac = due(hexid, 51);
+        ac.callsign = callsign;
+        lf_checkSpawn(ac);
+        EXPECT_NE(ac.eraseNow, ac.st == SimState::adding2sim);
+        return ac;
+    };
+    LiveAc& real = comes(hex, "BAW12");
     EXPECT_EQ(real.st, SimState::adding2sim);
     EXPECT_EQ(ghost.st, SimState::removingFromSim);
     EXPECT_TRUE(engine.ghosts.contains("BAW12_"));
-
-    LiveAc& again = due(20001, 51); // the real one has it for now
-    again.callsign = "BAW12_";
-    lf_checkSpawn(again);
-    EXPECT_TRUE(again.eraseNow);
+    EXPECT_TRUE(comes(20001, "BAW12_").eraseNow); // the real one has it for now
     real.st = SimState::removingFromSim;
-    LiveAc& later = due(20002, 51); // and the list keeps it out for good
-    later.callsign = "BAW12_";
-    lf_checkSpawn(later);
-    EXPECT_TRUE(later.eraseNow);
+    EXPECT_TRUE(comes(20002, "BAW12_").eraseNow); // and the list keeps it out for good
     EXPECT_EQ(notSpawned(NotSpawned::ghost), 2u);
-    LiveAc& other = due(20003, 51); // a ghost of nobody is an aircraft
-    other.callsign = "AFR1_";
-    lf_checkSpawn(other);
-    EXPECT_EQ(other.st, SimState::adding2sim);
+    EXPECT_FALSE(comes(20003, "AFR1_").eraseNow); // a ghost of nobody is an aircraft
 }
 
 TEST_F(Life, AnAircraftWithoutALiveryIsNotAskedForAgainUntilForgotten) {
-    gf_clearLiveryStores();
-    for (int i = 0; i < 2; ++i) {
-        LiveAc& ac = due(hex, 50);
-        ac.regcode = "D-AIXX";
+    const auto appears = [] {
+        due(hex, 50).regcode = "D-AIXX";
         tick();
-        EXPECT_TRUE(engine.live.empty());
-    }
+        return !engine.live.empty();
+    };
+    gf_clearLiveryStores();
+    EXPECT_FALSE(appears() || appears());
     EXPECT_EQ(notSpawned(NotSpawned::noLivery), 2u);
     EXPECT_EQ(engine.noLivery.size(), 1u);
     gf_indexLiveries({{"DLH", "A320", "new", "", false}});
-    due(hex, 50).regcode = "D-AIXX";
-    tick();
-    EXPECT_TRUE(engine.live.empty());
+    EXPECT_FALSE(appears());
     lf_forgetTypesWithoutLivery();
-    due(hex, 50).regcode = "D-AIXX";
-    tick();
+    EXPECT_TRUE(appears());
     EXPECT_EQ(only().title, "new");
 }
 

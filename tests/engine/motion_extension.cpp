@@ -12,7 +12,6 @@ class Extension : public test::MotionTest {
         while (ac.st == SimState::active && now() - start < most * 100) tick(ac);
         return (now() - start) / 100.0;
     }
-    static std::uint64_t removed(Removed why) { return engineCounters.removed[static_cast<int>(why)]; }
 };
 
 } // namespace

@@ -2,56 +2,34 @@
 // Makes active aircraft with streams by hand, in Ticks that the test counts, and reads back what was queued for the
 // simulator.
 
-#include "app/app.h"
-#include "app/parameters.h"
+#include "life_fixture.h"
+
 #include "engine/motion.h"
-#include "feed/feed.h"
-#include "platform/random.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace test {
 
 using Events = std::vector<std::pair<std::uint32_t, std::uint32_t>>; // event and data
 
-class MotionTest : public testing::Test {
+class MotionTest : public Life {
   protected:
-    void SetUp() override { reset(); }
-    void TearDown() override { reset(); }
+    MotionTest() { reset(); }
 
     static void reset() {
-        engine = EngineRun();
-        airports = AirportsRun();
-        app = AppRun();
-        refData = RefData();
-        refData.largeModels.insert("A320");
-        refData.heavyModels.insert("B744");
-        refData.buzjetModels.insert("C56X");
-        refData.highPerfModels.insert("F16");
-        refData.rotorModels.insert("EC35");
-        {
-            LockGuard hold(simLock);
-            sim = SimLinkRun();
-        }
+        Life::reset();
         lf_presizeSimQueues();
         lf_presizeEngine();
-        gf_resetParametersToDefaults();
+        refData.largeModels = {"A320"};
+        refData.heavyModels = {"B744"};
+        refData.buzjetModels = {"C56X"};
+        refData.highPerfModels = {"F16"};
+        refData.rotorModels = {"EC35"};
         appLife.tickCount = 10000;
         qnhReader.currentQnh = 1013;
         plat::seedRandom(7);
     }
 
     static void setAirport(double lat, double lon, double elevation) {
-        airports.park = ParkAirport();
-        airports.park.code = "TEST";
-        airports.park.lat = lat;
-        airports.park.lon = lon;
-        airports.park.elevation = elevation;
+        airports.park = {{"TEST", "", lat, lon, elevation}, false};
     }
 
     static std::int32_t now() { return appLife.tickCount; }
@@ -70,9 +48,8 @@ class MotionTest : public testing::Test {
 
     // An active aircraft at the first point, which is due now, with the others ahead of it.
     static LiveAc& add(const std::string& type, const std::vector<StreamPoint>& points, double heading) {
-        TrafficRecord record;
-        record.hexid = firstLiveHexid + static_cast<std::uint32_t>(engine.live.size());
-        record.callsign = "TST" + std::to_string(engine.live.size());
+        TrafficRecord record =
+            report(firstLiveHexid + static_cast<std::uint32_t>(engine.live.size()), 0, 0, 0, 0);
         record.acType = type;
         record.point = points.front();
         LiveAc& ac = lf_appendLive(lf_makeLiveAc(record));

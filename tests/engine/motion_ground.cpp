@@ -163,29 +163,27 @@ TEST_F(GroundMotion, OpensTheThrottleWithTheSpeedOfTheRoll) {
 }
 
 TEST_F(GroundMotion, RemovesShortStopsAndStopsThatEndWhereTheyBegan) {
-    const struct {
-        double seconds, meters;
-        std::size_t left;
-    } rows[] = {{14, 100, 2}, {16, 100, 4}, {16, 20, 2}, {14, 20, 2}};
-    for (const auto& row : rows) {
-        reset();
-        StreamPoint stop = at(0, 50, 0, 0, 0);
-        stop.stationary = true;
-        std::vector<StreamPoint> points{at(0, 0, 0, 0, 10), at(10, 50, 0, 0, 10), stop, stop};
-        points[2].dueTick = now() + 1000 + static_cast<std::int32_t>(row.seconds * 50);
-        points[3].dueTick = now() + 1000 + static_cast<std::int32_t>(row.seconds * 100);
-        LiveAc& ac = add("A320", points, 0);
-        removeSmallStop(ac, at(30, 50 + row.meters, 0, 0, 10));
-        EXPECT_EQ(ac.stream.size(), row.left) << row.seconds << " " << row.meters;
-    }
     StreamPoint stop = at(0, 50, 0, 0, 0);
     stop.stationary = true;
+    const auto left = [&](double seconds, double meters, std::size_t stops) { // points, after a stop so long
+        reset();
+        std::vector<StreamPoint> points(2 + stops, stop);
+        points[0] = at(0, 0, 0, 0, 10);
+        points[1] = at(10, 50, 0, 0, 10);
+        for (std::size_t i = 1; i <= stops; ++i)
+            points[1 + i].dueTick = now() + 1000 + static_cast<std::int32_t>(seconds * 100.0 * i / stops);
+        LiveAc& ac = add("A320", points, 0);
+        removeSmallStop(ac, at(30, 50 + meters, 0, 0, 10));
+        return ac.stream.size();
+    };
+    EXPECT_EQ(left(14, 100, 2), 2u);
+    EXPECT_EQ(left(16, 100, 2), 4u);
+    EXPECT_EQ(left(16, 20, 2), 2u);
+    EXPECT_EQ(left(14, 20, 2), 2u);
+    EXPECT_EQ(left(16, 10, 6), 8u); // six places back there is nothing but the stop
     LiveAc& two = add("A320", {at(0, 0, 0, 0, 10), stop}, 0);
     removeSmallStop(two, at(30, 60, 0, 0, 10));
     EXPECT_EQ(two.stream.size(), 2u);
-    LiveAc& longStop = add("A320", {at(0, 0, 0, 0, 10), stop, stop, stop, stop, stop, stop}, 0);
-    removeSmallStop(longStop, at(30, 60, 0, 0, 10)); // six places back there is nothing but the stop
-    EXPECT_EQ(longStop.stream.size(), 7u);
 }
 
 TEST_F(GroundMotion, PushesStraightBackWhereNoSideIsKnown) {
