@@ -90,12 +90,10 @@ TEST_F(Filing, TakesTwoReportsATickInTheOrderOfTheFeed) {
         for (std::uint32_t i = 0; i < 5; ++i)
             feedQueue.records.push_back(report(20000 + i, 50, 8, 5000, 200));
     }
-    lf_fileFeedRecords();
-    EXPECT_EQ(engine.live.size(), 2u);
-    lf_fileFeedRecords();
-    lf_fileFeedRecords();
-    lf_fileFeedRecords();
-    ASSERT_EQ(engine.live.size(), 5u);
+    for (const std::size_t taken : {2, 4, 5, 5}) {
+        lf_fileFeedRecords();
+        EXPECT_EQ(engine.live.size(), taken);
+    }
     for (std::uint32_t i = 0; i < 5; ++i) EXPECT_EQ(engine.live[i].hexid, 20000 + i);
     EXPECT_EQ(engineCounters.seen, 5u);
 }

@@ -107,17 +107,15 @@ TEST_F(Streams, ThePointAfterTwoHundredAsksForRemovalAndIsFiled) {
 
 TEST_F(Streams, AHoldingAircraftGoesWhenTheFeedShowsItElsewhere) {
     LiveAc& ac = taxiing();
-    ac.holding = true;
     ac.holdStart = 500;
-    decodeExisting(ac, onGround(50 + 249 / metersPerNm / 60, 10, 6000));
-    EXPECT_EQ(ac.stream.size(), 2u);
-    ac.holding = true;
-    decodeExisting(ac, onGround(50 + 251 / metersPerNm / 60, 10, 7000));
-    EXPECT_EQ(ac.stream.size(), 2u);
-    EXPECT_FALSE(ac.holding);
-    EXPECT_EQ(ac.holdStart, 0);
-    EXPECT_EQ(ac.st, SimState::removingFromSim);
-    EXPECT_EQ(removed(Removed::holdingOver), 1u);
+    for (const double meters : {249, 251}) {
+        ac.holding = true;
+        decodeExisting(ac,
+                       onGround(50 + meters / metersPerNm / 60, 10, 6000 + 10 * static_cast<int>(meters)));
+        EXPECT_EQ(ac.stream.size(), 2u);
+        EXPECT_EQ(removed(Removed::holdingOver), meters > 250 ? 1u : 0u);
+    }
+    EXPECT_TRUE(!ac.holding && ac.holdStart == 0 && ac.st == SimState::removingFromSim);
 }
 
 TEST_F(Streams, LearnsTheSideOfAPushBackWhileItIsStraight) {

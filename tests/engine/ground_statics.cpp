@@ -98,18 +98,15 @@ TEST_F(Statics, AQueuedStaticLeavesTheQueueAndOneUnderCreationGoesWhenItIsThere)
     const Stand& s = stand("A1", 0, 0, 0, 18);
     LiveAc& ac = live("DLH1");
     parked(1, "BAW1", s).st = SimState::adding2sim;
-    CreationRecord record;
-    record.hexid = 1;
-    engine.staticCreationQueue.push_back(record);
+    engine.staticCreationQueue.emplace_back().hexid = 1;
     lf_makeWay(ac, s);
-    EXPECT_TRUE(engine.parked.empty());
-    EXPECT_TRUE(engine.staticCreationQueue.empty());
+    EXPECT_TRUE(engine.parked.empty() && engine.staticCreationQueue.empty());
     parked(2, "BAW2", s).st = SimState::adding2sim;
-    lf_makeWay(ac, s);
-    ASSERT_EQ(engine.parked.size(), 1u);
-    EXPECT_TRUE(engine.parked[0].removeWhenSpawned);
-    lf_makeWay(ac, s); // once more changes nothing
-    EXPECT_EQ(engine.parked[0].st, SimState::adding2sim);
+    for (int i = 0; i < 2; ++i) { // once more changes nothing
+        lf_makeWay(ac, s);
+        ASSERT_EQ(engine.parked.size(), 1u);
+        EXPECT_TRUE(engine.parked[0].removeWhenSpawned && engine.parked[0].st == SimState::adding2sim);
+    }
 }
 
 TEST_F(Statics, AStaticInTheWayOfATaxiingAircraftGoesAndThoseInTheWayOfTheUser) {

@@ -68,31 +68,29 @@ TEST_F(Identity, ARegistrationThatSaysOtherwiseAsksForANewLivery) {
 
 TEST_F(Identity, ANewCallsignIsTakenUnlessItsRealBearerFlies) {
     engine.live.reserve(8);
-    LiveAc& ac = active(hex, 77, 50, 8);
-    ac.callsign = ac.firstCallsign = "BAW1";
+    const auto named = [](std::uint32_t number, const char* callsign) -> LiveAc& {
+        LiveAc& ac = active(hex + number, 77 + number, 50, 8);
+        ac.callsign = ac.firstCallsign = callsign;
+        return ac;
+    };
+    LiveAc& ac = named(0, "BAW1");
     ac.coupledCallsign = "BAW2";
     ac.regcode = "G-BNLY";
     EXPECT_TRUE(lf_updateIdentity(ac, says("", "")));
     EXPECT_TRUE(lf_updateIdentity(ac, says("G-BNLY", "")));
     EXPECT_EQ(ac.callsign, "BAW1");
-    LiveAc& ghost = active(hex + 1, 78, 50, 8);
-    ghost.callsign = "BAW3_";
+    LiveAc& ghost = named(1, "BAW3_");
     EXPECT_FALSE(lf_updateIdentity(ac, says("BAW3", "")));
     EXPECT_EQ(ac.st, SimState::liveryRespawn);
-    EXPECT_EQ(ac.callsign, "BAW3");
-    EXPECT_EQ(ac.firstCallsign, "BAW3");
-    EXPECT_TRUE(ac.coupledCallsign.empty());
+    EXPECT_EQ(ac.callsign + ac.firstCallsign + ac.coupledCallsign, "BAW3BAW3");
     EXPECT_EQ(ac.title, "FSLTL_A320_DLH"); // only the name changes
     EXPECT_EQ(ghost.st, SimState::removingFromSim);
 
-    LiveAc& other = active(hex + 2, 79, 50, 8);
+    LiveAc& other = named(2, "AFR1");
     EXPECT_FALSE(lf_updateIdentity(other, says("BAW3_", "")));
-    EXPECT_EQ(other.st, SimState::active);
-    EXPECT_NE(other.callsign, "BAW3_");
+    EXPECT_TRUE(other.st == SimState::active && other.callsign == "AFR1");
 
-    // A ghost that turns real is not its own ghost.
-    LiveAc& turned = active(hex + 3, 80, 50, 8);
-    turned.callsign = "AFR9_";
+    LiveAc& turned = named(3, "AFR9_"); // a ghost that turns real is not its own ghost
     EXPECT_FALSE(lf_updateIdentity(turned, says("AFR9", "")));
     EXPECT_EQ(turned.st, SimState::liveryRespawn);
     EXPECT_EQ(std::count(engine.removalQueue.begin(), engine.removalQueue.end(), 80u), 1);

@@ -153,19 +153,15 @@ TEST_F(Life, TheCallsignFileListsWhatFliesAndGoesWithTheRun) {
     scratch.enter();
     gf_buildFolders();
     airportsLife.loaderByHand = true;
-    const auto add = [](std::uint32_t hexid, std::uint32_t objectId, double alt, const char* callsign) {
-        LiveAc& ac = active(hexid, objectId, 50, 8, alt);
-        ac.callsign = callsign;
+    const char* const callsigns[] = {"BAW1", "BAW22222", "BAW3", "BAW4"};
+    for (std::uint32_t i = 0; i < 4; ++i) {
+        LiveAc& ac = active(20001 + i, 4711 + i, 50, 8, i == 0 ? 5000 : 0);
+        ac.callsign = callsigns[i];
         ac.airline = "BAW";
-        ac.acType = "A320";
-        return &ac;
-    };
-    add(20001, 4711, 5000, "BAW1");
-    LiveAc* const parked = add(20002, 4712, 0, "BAW22222");
-    parked->fs = FlightState::parked;
-    parked->standId = 1;
-    add(20003, 4713, 0, "BAW3");
-    add(20004, 4714, 0, "BAW4")->st = SimState::buffer;
+    }
+    engine.live[1].fs = FlightState::parked;
+    engine.live[1].standId = 1;
+    engine.live[3].st = SimState::buffer;
     airports.file.stands.resize(1);
     airports.file.stands[0].seq = 1;
     airports.file.stands[0].id = "B24";

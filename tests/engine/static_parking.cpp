@@ -418,8 +418,7 @@ TEST_F(StaticParking, ALiveAircraftThatNobodyReportsForNinetyMinutesGoesWithTheR
         ac.feedAtStand = row.reported;
         INITIAL_LOAD_ONLY.value = row.initialOnly;
         lf_adjustStatics();
-        EXPECT_EQ(ac.st == SimState::active, row.stays) << row.minutes;
-        EXPECT_EQ(a.taken, row.stays);
+        EXPECT_TRUE((ac.st == SimState::active) == row.stays && a.taken == row.stays) << row.minutes;
         engine.live.clear();
     }
 }
