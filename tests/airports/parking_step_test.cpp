@@ -87,9 +87,8 @@ TEST_F(ParkStep, TellsWhatIsMissingUnderTheUser) {
     step(true);
     EXPECT_EQ(gf_shownMessage(), "User aircraft on the ground, no airport in sight");
     placeUser(100);
-    step();
-    EXPECT_EQ(gf_shownMessage(), "User aircraft on the ground, no airport in sight")
-        << "an answer for a place that the user has left is asked for again";
+    step(); // an answer for a place that the user has left is asked for again
+    EXPECT_EQ(gf_shownMessage(), "User aircraft on the ground, no airport in sight");
     step();
     EXPECT_EQ(gf_shownMessage(), "User aircraft on the ground at EDTT (TST), no airport file found");
     EXPECT_FALSE(airports.park.known());

@@ -365,27 +365,23 @@ TEST_F(Roads, AStandThatIsLeftForwardsIsPulledOutOf) {
 }
 
 TEST_F(Roads, TheBearingOfTheFeedIsRoundedBeforeForwardsAndBackwardsAreTold) {
+    Stand& home = stand("P1", 0, 0, 0, 18);
     for (const double bearing : {89.4, 89.6, 270.6, 270.4}) {
-        Stand& home = stand("P1", 0, 0, 0, 18);
         LiveAc& ac = active(hex, 77, home.lat, home.lon, 0);
         lf_takeStand(ac, home);
         ac.fs = FlightState::parked;
-        ac.heading = 0;
         ac.leavingStand = true;
+        StreamPoint p = ac.stream.front();
         const LatLon out =
             gf_destination(home.lat, home.lon, bearing * degToRad, 100 / metersPerNm * feetPerNm);
-        StreamPoint p = ac.stream.front();
-        p.stationary = false;
         p.lat = out.lat;
         p.lon = out.lon;
-        p.dueTick += 100;
-        ac.stream.pushBack(p);
         ac.stream.front().dueTick = appLife.tickCount;
+        ac.stream.pushBack(p);
         updateLiveAc(ac);
         const bool forwards = bearing == 89.4 || bearing == 270.6;
         EXPECT_EQ(ac.fs, forwards ? FlightState::taxi : FlightState::pushingBack) << bearing;
         engine.live.clear();
-        airports.file.stands.clear();
     }
 }
 
@@ -480,15 +476,11 @@ TEST_F(Roads, WithNoReportsOnlyTheFinalApproachFreesAStandThatIsStillHeld) {
     home.occupied = true;
     ac.agl = 1500;
     ac.stream.front().vs = -700;
-    StreamPoint p = ac.stream.front();
-    p.lat -= 0.01;
-    p.dueTick += 1000;
-    ac.stream.pushBack(p);
+    ac.stream.pushBack(ac.stream.front());
+    ac.stream.back().lat -= 0.01;
     ac.stream.front().dueTick = appLife.tickCount;
     updateLiveAc(ac);
-    EXPECT_TRUE(ac.landing);
-    EXPECT_EQ(ac.standId, 0u);
-    EXPECT_FALSE(home.occupied);
+    EXPECT_TRUE(ac.landing && ac.standId == 0 && !home.occupied);
 }
 
 } // namespace

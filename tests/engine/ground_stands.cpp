@@ -60,15 +60,15 @@ TEST_F(Stands, TheNearestThatFitsIsFoundAndOneRightUnderTheAircraftGrows) {
 
 TEST_F(Stands, OfSeveralTheNearestCountsAndTheSmallNearOneOnlyWithinTwentyMetres) {
     stand("far", 40, 0, 0, 18);
-    stand("small near", 15, 0, 0, 10);
+    Stand& small = stand("small near", 15, 0, 0, 10);
     stand("small", -25, 0, 0, 10);
     Stand& fits = stand("fits", 10, 0, 0, 18);
     EXPECT_EQ(found(aircraft("A320", 17), 55, false), "fits");
-    EXPECT_FALSE(airports.file.stands[1].radiusChanged); // it was the best for a while
+    EXPECT_FALSE(small.radiusChanged); // it was the best for a while
     fits.occupied = true;
     EXPECT_EQ(found(aircraft("A320", 17), 55, false), "small near");
-    EXPECT_TRUE(airports.file.stands[1].radiusChanged);
-    airports.file.stands[1].occupied = true;
+    EXPECT_TRUE(small.radiusChanged);
+    small.occupied = true;
     EXPECT_EQ(found(aircraft("A320", 17), 55, false), "far");
 }
 
