@@ -112,8 +112,9 @@ void expectSame(const std::vector<Stand>& stands, ExpectedStands expected, doubl
             const std::string name = i == 0 ? id : id + static_cast<char>('a' + i - 1);
             const auto found = byId.find(name);
             ASSERT_TRUE(found != byId.end()) << where << " lacks " << name;
+            const double radius = family[i].radiusM;
             const auto fit = std::find_if(family.begin(), family.end(), [&](const Expected& e) {
-                return std::abs(e.radiusM - family[i].radiusM) < 1e-4 && fits(*found->second, e, degrees);
+                return std::abs(e.radiusM - radius) < 1e-4 && fits(*found->second, e, degrees);
             });
             EXPECT_TRUE(fit != family.end()) << where << " " << name;
             matched += fit != family.end();

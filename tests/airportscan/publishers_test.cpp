@@ -36,14 +36,11 @@ class Publishers : public testing::Test {
         result = gf_identifyPublisher(plat::pathText(absolute ? scratch.path / bgl : bgl), lines);
         all.clear();
         for (const auto& line : lines) all += line + "\n";
-        std::string last = lines.back();
-        for (std::string* text : {&all, &last}) {
-            std::replace(text->begin(), text->end(), '\\', '/');
-            const std::string root = scratch.path.generic_string();
-            for (auto at = text->find(root); at != text->npos; at = text->find(root))
-                text->replace(at, root.size(), "~");
-        }
-        return result.publisher + "|" + last;
+        std::replace(all.begin(), all.end(), '\\', '/');
+        const std::string root = scratch.path.generic_string();
+        for (auto at = all.find(root); at != all.npos; at = all.find(root)) all.replace(at, root.size(), "~");
+        const auto last = all.rfind('\n', all.size() - 2) + 1;
+        return result.publisher + "|" + all.substr(last, all.size() - 1 - last);
     }
     const test::ScratchFolder scratch;
     PublisherResult result;

@@ -109,7 +109,7 @@ TEST_F(FeedTest, AReaderThreadLivesThroughItsRun) {
     plat::closeSocket(probe);
     if (!free) GTEST_SKIP() << "the weather port of this computer is in use";
     std::thread thread(lf_qnhReader, appLife.runNumber.load());
-    ASSERT_TRUE(soon([this] { return logged("QNH Reader connected"); }));
+    ASSERT_TRUE(soon([] { return logged("QNH Reader connected"); }));
     EXPECT_FALSE(gf_readersFinished());
     EXPECT_EQ(display.weatherMark.load(), ReaderMark::live);
     EXPECT_EQ(display.trafficMark.load(), ReaderMark::notStarted);

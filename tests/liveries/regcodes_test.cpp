@@ -6,6 +6,8 @@
 
 #include <pugixml.hpp>
 
+#include <set>
+
 class Regcodes : public ScanTest {
   protected:
     Regcodes() {

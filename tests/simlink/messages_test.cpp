@@ -37,6 +37,10 @@ class SimMessages : public SimLink {
             result.push_back({m.kind, m.objectId, m.hexid, m.counter, m.a, m.b});
         return result;
     }
+    void frameAfter(plat::SteadyNs milliseconds) {
+        clock.advance(milliseconds * 1'000'000);
+        arrive(frame());
+    }
     // Asks for a creation and gives the send id that it went out with.
     std::uint32_t create(std::uint32_t hexid, const std::string& tail) {
         CreationRecord record;
@@ -176,11 +180,10 @@ TEST_F(SimMessages, AnUnknownIdIsNoNewsBeforeTheUserIsThereAndAVersionMismatchEn
 TEST_F(SimMessages, ACreationWithoutAnAnswerIsGivenUpAfterAMinuteAndItsLateObjectRemoved) {
     app.simRunning.set();
     const std::uint32_t sendId = create(10001, "DLH4AB");
-    clock.advance(59'999'000'000);
-    arrive(frame());
+    frameAfter(59'999);
     EXPECT_TRUE(posts().empty());
-    clock.advance(1'000'000);
-    arrive(frame() + frame());
+    frameAfter(1);
+    arrive(frame());
     EXPECT_EQ(posts(), (std::vector<Post>{{creationFailed, 0, 10001}}));
     arrive(exception(22, sendId + 1000));
 
@@ -202,31 +205,25 @@ TEST_F(SimMessages, ACreationWithoutAnAnswerIsGivenUpAfterAMinuteAndItsLateObjec
 TEST_F(SimMessages, TimeWithoutARunningFlightIsNoReasonToGiveUp) {
     app.simRunning.set();
     create(10001, "DLH4AB");
-    clock.advance(30'000'000'000);
-    arrive(frame());
+    frameAfter(30'000);
     app.simRunning.clear(); // the user looks into a menu for ten minutes
-    clock.advance(600'000'000'000);
-    arrive(frame());
+    frameAfter(600'000);
     app.simRunning.set();
-    clock.advance(29'000'000'000);
-    arrive(frame());
+    frameAfter(29'000);
     EXPECT_TRUE(posts().empty());
-    clock.advance(2'000'000'000);
-    arrive(frame());
+    frameAfter(2'000);
     EXPECT_EQ(posts(), (std::vector<Post>{{creationFailed, 0, 10001}}));
 }
 
 TEST_F(SimMessages, WhatWasGivenUpIsForgottenInTheEnd) {
     app.simRunning.set();
     const std::uint32_t sendId = create(10001, "DLH4AB");
-    clock.advance(60'000'000'000);
-    arrive(frame());
+    frameAfter(60'000);
     posts();
     arrive(exception(22, sendId)); // a late refusal is no second failure
     EXPECT_TRUE(posts().empty() && sim.pending.empty());
     create(10002, "KLM12");
-    clock.advance(600'000'000'000);
-    arrive(frame());
+    frameAfter(600'000);
     EXPECT_EQ(posts().size(), 1u);
     EXPECT_TRUE(sim.pending.empty());
 }
