@@ -182,7 +182,7 @@ TEST_F(SlopingGround, AnArrivalLandsTaxiesAndParksOnItsStandWithItsWheelsOnTheGr
     EXPECT_LT(degreesOff(*o, 90), 3);
     EXPECT_EQ(o->lights & ~rig::lightCabin, rig::lightNav | rig::lightLogo);
     EXPECT_FALSE(o->engineRunning);
-    EXPECT_TRUE(mostSpoilers == 100 && leastThrottle == -100 && o->spoilers == 0);
+    EXPECT_TRUE(mostSpoilers == 100 && leastThrottle == -100 && o->spoilers == 0 && o->throttle[0] == 0);
     ASSERT_EQ(home.options.size(), 1u);
     EXPECT_TRUE(home.options[0].real == 1 && home.options[0].cs == "DLH1AB");
     EXPECT_EQ(airports.updates, 1u);

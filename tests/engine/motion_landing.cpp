@@ -85,12 +85,17 @@ TEST_F(Landing, TouchesDownAndRollsUntilItIsOffTheRunway) {
 
     ac.thrustIndex = 0;
     ac.flapsIndex = 3;
-    for (const double off : {14.9, 15.1}) { // degrees from the runway
-        EXPECT_THAT(takeEvents(), IsEmpty());
+    const auto rolls = [&](double off, double knots) { // degrees from the runway
         ac.heading = 1 + off * degToRad;
+        ac.stream.front().speed = knots;
         lf_landingRoll(ac);
-        EXPECT_EQ(ac.landingRoll, off < 15);
-    }
+        return ac.landingRoll;
+    };
+    EXPECT_TRUE(rolls(14.9, 90.1));
+    EXPECT_THAT(takeEvents(), IsEmpty());
+    EXPECT_TRUE(rolls(14.9, 90));
+    EXPECT_THAT(takeEvents(), ElementsAre(Pair(evSpoilers, 0), Pair(evFlaps, 3072)));
+    EXPECT_FALSE(rolls(15.1, 90));
     EXPECT_THAT(takeEvents(),
                 ElementsAre(Pair(evFlaps, 0), Pair(evSpoilers, 0), Pair(evNavLights, 1),
                             Pair(evBeaconLights, 1), Pair(evLandingLights, 0), Pair(evTaxiLights, 1),
