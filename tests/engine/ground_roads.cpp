@@ -31,12 +31,13 @@ class Roads : public Ground {
         EXPECT_LT(metersFrom(*o, home), 0.5) << story(hex);
         return o;
     }
-    double mostSpoilers = 0, leastThrottle = 0; // percent
+    double mostSpoilers = 0, leastThrottle = 0, mostThrottle = 0; // percent, once on the ground
     void watch() override {
         Ground::watch();
         if (const rig::SimObject* o = touchdown ? object("DLH1AB") : nullptr) {
             mostSpoilers = std::max(mostSpoilers, o->spoilers);
             leastThrottle = std::min({leastThrottle, o->throttle[0], o->throttle[1]});
+            mostThrottle = std::max({mostThrottle, o->throttle[0], o->throttle[1]});
         }
     }
     void expectSmoothTouchdown(LatLon feedsOwn) {
@@ -193,13 +194,15 @@ TEST_F(SlopingGround, AnArrivalLandsTaxiesAndParksOnItsStandWithItsWheelsOnTheGr
 TEST_F(Roads, OnlyAircraftOfOneMakeReverseAndNoLightOne) {
     gf_indexLiveries({{"DLH", "A320", "A320 DLH", "", false}, {"ZZZ", "C172", "C172 generic", "", false}});
     for (const char* const type : {"A320", "C172"}) {
-        mostSpoilers = leastThrottle = 0;
+        mostSpoilers = leastThrottle = mostThrottle = 0;
         touchdown = {};
         run(feed(hex, "DLH1AB", {{-5000, 0, 90, 900}, {-60, 0, 85, 14}, {0, 0, 80}, {900, 0, 15}},
                  seconds + 5, type) +
             20 - seconds);
         EXPECT_TRUE(touchdown) << story(hex);
         EXPECT_TRUE(mostSpoilers == 100 && leastThrottle == 0) << type << mostSpoilers << leastThrottle;
+        EXPECT_EQ(mostThrottle == 100, std::string(type) == "A320")
+            << mostThrottle; // its levers are no reverse
         removeAircraftFromSim(*lf_findByHexid(hex), Removed::other);
         run(2);
     }

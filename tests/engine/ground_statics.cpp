@@ -152,6 +152,15 @@ TEST_F(Statics, AStaticInTheWayOfATaxiingAircraftGoesAndThoseInTheWayOfTheUser) 
     EXPECT_EQ(states(), std::vector{goes});
 }
 
+TEST_F(Statics, AnAircraftThatAppearsOnItsStandParksOverAStaticOne) {
+    const Stand& s = stand("A1", 0, 0, 0, 18);
+    LiveAc& ac = live("DLH1");
+    lf_takeStand(ac, s);
+    parked(1, "BAW1", s);
+    lf_parkedAtCreation(ac);
+    EXPECT_EQ(states(), std::vector{goes});
+}
+
 // ---- the limit -----------------------------------------------------------------------------------------------------
 
 TEST_F(Statics, BeyondTheLimitTheLongestParkedGoesAndTheLastOfTheStatics) {

@@ -308,6 +308,7 @@ TEST_F(Life, AtAnAirportWithoutStandsOnlyAMovingAircraftAppears) {
         lf_checkSpawn(ac);
         EXPECT_EQ(ac.st, moves ? SimState::adding2sim : SimState::buffer);
         EXPECT_EQ(ac.fs, moves ? FlightState::taxi : FlightState::birth);
+        EXPECT_EQ(ac.stream.size(), moves ? 4u : 3u);
     }
 }
 
