@@ -264,7 +264,10 @@ class PushBack : public Roads {
         run(leaves - 5);
         ASSERT_EQ(state(hex), FlightState::parked);
         whenParked();
-        run(65);
+        ASSERT_TRUE(runUntil(20, [&] { return state(hex) == FlightState::pushingBack; })) << story(hex);
+        run(2);
+        EXPECT_EQ(lf_findByHexid(hex)->tasTarget, -4); // knots, of a Large one
+        run(leaves + 60 - seconds);
     }
 };
 

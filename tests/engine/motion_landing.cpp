@@ -157,6 +157,8 @@ TEST_F(Landing, RotatesOnTheWheelsAndLiftsTheGearAtMinusThreeHundred) {
         ASSERT_EQ(ac.alt, start);
     }
     EXPECT_NEAR(ac.pitch, ac.rotatePitch, 0.002);
+    EXPECT_NEAR(std::abs(ac.rotatePitch * radToDeg + 6), 0.15,
+                1e-9); // six degrees, and 2.5 percent either way
     lf_rotate(ac);
     EXPECT_EQ(ac.alt, start);
     double expected = start;
