@@ -96,7 +96,10 @@ TEST_F(Life, AnObjectThatGoesWhileItIsAwaitedLeavesNothingBehind) {
 }
 
 TEST_F(Life, ARespawnKeepsPlaceAndHeadingAndTheStream) {
-    LiveAc& ac = active(hex, 77, 50.5, 8.5, 4321);
+    LiveAc& ac = active(hex, 77, 50, 8);
+    ac.lat = 50.5;
+    ac.lon = 8.5;
+    ac.alt = 4321;
     ac.heading = 2;
     ac.bank = 0.2;
     ac.thrustIndex = ac.flapsIndex = 2;
@@ -189,6 +192,19 @@ TEST_F(Life, TheLossOfRealTrafficClearsTheSky) {
 }
 
 // ---- static aircraft ---------------------------------------------------------------------------------------------
+
+TEST_F(Life, AStaticAircraftThatIsRemovedWhileItIsCreatedGoesOnceItsObjectHasSettled) {
+    engine.parked.resize(2);
+    for (std::uint32_t i = 0; i < 2; ++i) {
+        engine.parked[i].hexid = i + 1;
+        engine.parked[i].st = SimState::adding2sim;
+        gf_postSimMessage({100 + i, i + 1, 0, SimMessageKind::staticAppeared, 0, 0});
+    }
+    removeAircraftFromSim(engine.parked[0], Removed::other);
+    tick(202);
+    EXPECT_TRUE(engine.parked[1].st == SimState::active && engine.parked[1].objectId == 101);
+    EXPECT_EQ(engine.parked[0].st, SimState::removingFromSim);
+}
 
 TEST_F(Life, AStaticAircraftIsTheDoubleOfALiveOneByCallsignOrRegistration) {
     const auto gone = [](std::size_t i) { return engine.parked[i].st == SimState::removingFromSim; };
