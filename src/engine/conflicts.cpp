@@ -210,8 +210,8 @@ void lf_removeStaticDoubles() {
     for (const LiveAc& ac : engine.live) {
         if (!ac.onGround || ac.st != SimState::active) continue;
         for (ParkedAc& parked : engine.parked) {
-            if (!lf_isStaticDouble(ac, parked)) continue;
-            if (parked.st == SimState::active) removeAircraftFromSim(parked, Removed::conflict);
+            if (parked.st != SimState::active || !lf_isStaticDouble(ac, parked)) continue;
+            removeAircraftFromSim(parked, Removed::conflict);
             break;
         }
     }
