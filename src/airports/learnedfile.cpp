@@ -171,15 +171,16 @@ static void lf_tellSetAside(const std::filesystem::path& path, const std::string
                                plat::pathText(path), why));
 }
 
-void lf_readLearned(const std::filesystem::path& path, AirportReading& result) {
+void lf_readLearned(AirportReading& result) {
     pugi::xml_document document;
-    const std::string failure = lf_loadXml(path, document);
-    if (!failure.empty()) return lf_tellSetAside(path, failure, result);
-    lf_takeLearned(document, path, path, result);
+    const std::string failure = lf_loadXml(result.learnedPath, document);
+    if (!failure.empty()) return lf_tellSetAside(result.learnedPath, failure, result);
+    lf_takeLearned(document, result.learnedPath, result);
 }
 
-void lf_takeLearned(const pugi::xml_document& document, const std::filesystem::path& path,
-                    const std::filesystem::path& whole, AirportReading& result) {
+void lf_takeLearned(const pugi::xml_document& document, const std::filesystem::path& whole,
+                    AirportReading& result) {
+    const std::filesystem::path& path = result.learnedPath;
     result.log(fmt::format("Read from learned airport file: \"{}\"", plat::pathText(path)));
     if (!gf_metaComplete(document)) {
         result.log(metaIncorrect);

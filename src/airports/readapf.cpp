@@ -275,12 +275,10 @@ static std::filesystem::path lf_findLearned(const AirportReading& reading) {
 
 static void lf_layLearnedOver(AirportReading& result) {
     AirportFile& file = result.file;
-    result.learnedPath = lf_savedLearnedPath(file);
-    pugi::xml_document waiting;
-    std::filesystem::path whole;
-    const bool waits =
-        lf_buildWaitingSave(result.learnedPath, waiting, whole); // newer than what lies on the disk
-    if (!waits) result.learnedPath = lf_findLearned(result);
+    if (!lf_takeWaitingSave(result)) {
+        result.learnedPath = lf_findLearned(result);
+        if (!result.learnedPath.empty()) lf_readLearned(result);
+    }
     if (result.learnedPath.empty()) {
         constexpr std::int32_t usualPercentage = 30;
         result.steps.push_back(
@@ -288,10 +286,6 @@ static void lf_layLearnedOver(AirportReading& result) {
         result.log(fmt::format("{:24}: {}%", parking_percentage.name, usualPercentage));
         return;
     }
-    if (waits)
-        lf_takeLearned(waiting, result.learnedPath, whole, result);
-    else
-        lf_readLearned(result.learnedPath, result);
     const Quality quality = gf_qualityFactor(file.stands);
     file.qfReal = quality.real;
     file.qfSoft = quality.soft;

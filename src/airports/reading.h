@@ -68,10 +68,10 @@ lf_savedLearnedPath(const AirportFile& file); // where what is learned is saved 
 std::string gf_readApf(const std::string& path, AirportReading& result);
 void lf_readBaseDocument(const pugi::xml_document& document,
                          AirportReading& result); // throws as gf_readApf does
-void lf_readLearned(const std::filesystem::path& path, AirportReading& result);
+void lf_readLearned(AirportReading& result);      // the file at its learnedPath
 // The same of a document that is built already; `whole` is the file that counts as taken in whole when it is.
-void lf_takeLearned(const pugi::xml_document& document, const std::filesystem::path& path,
-                    const std::filesystem::path& whole, AirportReading& result);
+void lf_takeLearned(const pugi::xml_document& document, const std::filesystem::path& whole,
+                    AirportReading& result);
 // False when something of it was left out. Throws orvo::UserErrorException 94.
 bool lf_takeLearnedDocument(const pugi::xml_document& document, const std::string& pathText,
                             AirportReading& result);
@@ -107,9 +107,8 @@ bool lf_writeAirportFile(const AirportFile& file, const std::filesystem::path& p
                          const ParameterTexts& parameters);
 void lf_retrySaves(); // of learned files that could not be written; on whichever thread does the loader's work
 void lf_dropSaves();
-// The learned file that waits to be written to a path, and what lay on the disk when it was learned. False: none waits.
-bool lf_buildWaitingSave(const std::filesystem::path& path, pugi::xml_document& document,
-                         std::filesystem::path& whole);
+// Takes what was learned at the airport from the save of it that waits: it is newer than what lies on the disk.
+bool lf_takeWaitingSave(AirportReading& result); // false: none waits
 // What a scan generates: the text of the file, from any thread, and its writing, which flushes nothing. Hundreds are
 // written at once, and all can be made again.
 std::string lf_scannedFileText(const AirportFile& file);

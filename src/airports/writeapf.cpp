@@ -11,6 +11,7 @@
 #include "platform/clock.h"
 #include "platform/files.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 #include <sstream>
 #include <system_error>
@@ -235,15 +236,17 @@ void lf_retrySaves() {
 
 void lf_dropSaves() { unsaved.clear(); }
 
-bool lf_buildWaitingSave(const std::filesystem::path& path, pugi::xml_document& document,
-                         std::filesystem::path& whole) {
-    for (const LearnedSave& save : unsaved) {
-        if (lf_savedLearnedPath(save.file) != path) continue;
-        lf_build(document, save.file, learnedKind, save.parameters);
-        whole = save.whole;
-        return true;
-    }
-    return false;
+bool lf_takeWaitingSave(AirportReading& result) {
+    const std::filesystem::path path = lf_savedLearnedPath(result.file);
+    const auto save = std::find_if(unsaved.begin(), unsaved.end(), [&](const LearnedSave& waiting) {
+        return lf_savedLearnedPath(waiting.file) == path;
+    });
+    if (save == unsaved.end()) return false;
+    pugi::xml_document document;
+    lf_build(document, save->file, learnedKind, save->parameters);
+    result.learnedPath = path;
+    lf_takeLearned(document, save->whole, result);
+    return true;
 }
 
 static void lf_save(LearnedSave save) {

@@ -57,8 +57,8 @@ static void lf_beginLandingRoll(LiveAc& ac) {
     ac.landed = true;
     ac.touchdownHeading = ac.heading;
     lf_setSpoilers(ac, 16383);
-    if (ac.category !=
-        AcCategory::light) { // reverse thrust: the sign of the lever is that of the models' makers
+    if (ac.category != AcCategory::light) {
+        // Reverse thrust: the sign of the lever is that of the models' makers.
         const double lever = ac.titleIsFsltl ? -full : full;
         gf_setSpoilers(ac.objectId, {full, lever, lever});
     }
