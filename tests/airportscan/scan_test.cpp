@@ -3,9 +3,11 @@
 #include "scan_fixture.h"
 
 #include "airports/reading.h"
+#include "fleet/fleet.h"
 
 #include <pugixml.hpp>
 
+#include <set>
 #include <thread>
 
 TEST_F(AirportScanTest, LinksAndFilesOfBothSimulators) {
@@ -134,6 +136,51 @@ TEST_F(AirportScanTest, AnAirportMetTwiceIsWrittenOnceByTheLaterFile) {
                 HasSubstr("has 5 parkpos while archived one has 0\nGenerated EDDF.xml: 5 positions\n"));
     const std::string text = log(), saved = "EDDF.xml\" saved";
     EXPECT_EQ(text.find(saved), text.rfind(saved));
+}
+
+TEST_F(AirportScanTest, AFleetIsFoundAsItIsEachTimeAlike) {
+    const rig::RefTables tables =
+        rig::readRefTables(rig::refTablesIn(rig::sourceFolder() / "rig/refdata/tables"));
+    for (const bool is2020 : {true, false}) {
+        SCOPED_TRACE(is2020);
+        rig::FleetOptions options;
+        options.folder = is2020 ? "fleet20" : "fleet24";
+        options.is2020 = is2020;
+        options.liveries = 1;
+        options.sceneries = 32;
+        const auto summary = rig::writeFleet(tables, options);
+        MSFS_2020.value = is2020;
+        gf_installPathParameter().set(plat::pathText(summary.packages));
+        refData.publisherGroups = tables.publishers;
+        lf_emptyFolder(folders.mySimaddon);
+        scan();
+        std::string expectedThird, expectedOwn;
+        std::set<std::string> third, own;
+        for (const auto& airport : summary.airports)
+            (airport.publisher == "simaddon" ? own : third).insert(airport.code + ".xml");
+        for (const auto& name : third) expectedThird += name + " ";
+        for (const auto& name : own) expectedOwn += name + " ";
+        EXPECT_EQ(thirdparty(), expectedThird);
+        EXPECT_EQ(simaddon(), expectedOwn);
+        std::size_t aborted = 0;
+        for (auto at = scanLog.find("search aborted"); at != scanLog.npos;
+             at = scanLog.find("search aborted", at + 1))
+            ++aborted;
+        EXPECT_EQ(aborted, 4u) << "the cut ones, and one with a wild table";
+        EXPECT_EQ(scanLog.find("Not recognised airport") != scanLog.npos, !is2020);
+        for (const auto& airport : summary.airports) {
+            pugi::xml_document document;
+            lf_loadXml((airport.publisher == "simaddon" ? folders.mySimaddon : folders.myThirdparty) /
+                           (airport.code + ".xml"),
+                       document);
+            EXPECT_EQ(std::to_string(airport.stands), lf_fileParameter(document, "num_parkpos"))
+                << airport.code;
+            EXPECT_EQ(airport.publisher, lf_fileParameter(document, "publisher")) << airport.file;
+        }
+        const std::string first = scanLog;
+        scan();
+        EXPECT_EQ(scanLog, first);
+    }
 }
 
 TEST_F(AirportScanTest, FoldersThatAreNotThere) {

@@ -98,6 +98,24 @@ TEST_F(Filing, TakesTwoReportsATickInTheOrderOfTheFeed) {
     EXPECT_EQ(engineCounters.seen, 5u);
 }
 
+TEST_F(Filing, MakesARecordWithTheFiguresOfItsCategory) {
+    TrafficRecord heavy = report(hex, 50, 8, 5000, 200);
+    heavy.acType = "B744";
+    heavy.timestamp = 123;
+    lf_fileFeedRecord(heavy);
+    const LiveAc& ac = only();
+    EXPECT_EQ(ac.category, AcCategory::heavy);
+    const double spread = ac.rotatePitch * radToDeg / -5;
+    EXPECT_TRUE(std::abs(spread - 1.025) < 1e-12 || std::abs(spread - 0.975) < 1e-12) << spread;
+    EXPECT_NEAR(ac.groundTurnRate * radToDeg, 0.05, 1e-12);
+    EXPECT_EQ(ac.liftoffTicks, 400);
+    EXPECT_EQ(ac.towSpeed, 3);
+    EXPECT_EQ(ac.radiusNm, 0.01);
+    EXPECT_EQ(ac.firstCallsign, ac.callsign);
+    EXPECT_EQ(ac.lastFeedTime, 123);
+    EXPECT_FALSE(ac.curve.inForce());
+}
+
 TEST_F(Filing, MakesNewAircraftOnlyOfWantedCategoriesAwayFromTheField) {
     airports.park = {{"EDDF", "FRA", 50, 8.5, 364}, true};
     const struct {

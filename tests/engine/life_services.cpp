@@ -79,6 +79,19 @@ TEST_F(Plans, APlanThatIsNotAcceptedCostsOnlyItself) {
     EXPECT_FALSE(ac.hasFlightPlan);
 }
 
+TEST_F(Life, TheCountsTellWhoFliesAndWhoIsParked) {
+    engine.live.reserve(8);
+    active(20000, 100, 50, 8);
+    active(20001, 101, 50, 8);
+    active(20002, 102, 50, 8, 0).fs = FlightState::parked;
+    due(20003, 50);
+    engine.parked.resize(4);
+    lf_refreshCounts();
+    EXPECT_EQ(display.liveCount, 2u);
+    EXPECT_EQ(display.parkedLive, 1u);
+    EXPECT_EQ(display.parkedStatic, 4u);
+}
+
 TEST_F(Life, TheAutomaticRangeFollowsTheUsersHeight) {
     AUTO_RANGE_ABOVE_HEIGHT.value = 18000;
     for (const auto& [onGround, alt, range] : {std::tuple{true, 30000, 10},

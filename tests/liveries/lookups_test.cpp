@@ -90,3 +90,9 @@ TEST_F(Lookups, TheAirlineOfACallsign) {
     EXPECT_EQ(gf_airlineOfCallsign("PHA12", "PH-A13"), "PHA");
     for (const char* own : {"PH-A12", "PHA12"}) EXPECT_EQ(gf_airlineOfCallsign("PHA12", own), "") << own;
 }
+
+TEST_F(Lookups, TheSimulatorsOwnFoldersHaveTheirModels) {
+    EXPECT_EQ(baseContainerModels.size(), 30u);
+    EXPECT_EQ(baseContainerModels.find(std::string_view("Asobo_Baron_G58"))->second, "B58T");
+    EXPECT_EQ(baseContainerModels.find(std::string_view("FlyByWire_A320_NEO"))->second, "A20N");
+}

@@ -4,6 +4,8 @@
 #include "comma_locale.h"
 #include "liveries_test.h"
 
+#include <pugixml.hpp>
+
 using DbaseReading = LiveriesTest;
 
 static std::string thrownBy(const std::function<void()>& act) {
@@ -153,6 +155,10 @@ TEST_F(DbaseReading, BadCodesStopTheReadingWithTheirError) {
     xml = rig::dbaseXml(smallTables());
     replaceSection(xml, "dbase", "<db reg=\"ABCDEFGHIJKLMNOPQRSTUVWXY\"/>");
     EXPECT_THROW(read(xml), std::out_of_range);
+    pugi::xml_document document;
+    document.load_string(rig::dbaseXml(smallTables()).c_str());
+    TextSet set;
+    EXPECT_THROW(gf_readSection(document, "no[name", "a", "b", set), pugi::xpath_exception);
 }
 
 // The road from the server to the stores.
