@@ -22,8 +22,9 @@ archives=("$build"/velloray-*-linux.tar.gz)
 mkdir -p "$there"/{bin,lib64,usr/lib,etc,opt,proc,dev,tmp,home/user,usr/share/fonts}
 shell=$(readlink -f /bin/sh)
 cp "$shell" "$there/bin/sh"
+libraries=$(ldconfig -p)
 while read -r name; do
-    file=$(ldconfig -p | awk -v n="$name" '$1 == n && /x86-64/ {print $NF; exit}')
+    file=$(awk -v n="$name" '$1 == n && /x86-64/ {print $NF; exit}' <<<"$libraries")
     [ -n "$file" ] || fail "this computer has no $name"
     cp -L "$file" "$there/usr/lib/$name"
 done < <(sed 's/#.*//' "$root/packaging/system-libraries.txt" | awk 'NF {print $1}')

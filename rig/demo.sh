@@ -99,7 +99,7 @@ if [ "$virtual" = yes ]; then # both beside each other
     kill "$browser_pid" 2>/dev/null || true
     wait "$browser_pid" 2>/dev/null || true
 fi
-if window=$(xdotool search --onlyvisible --name '^Velloray$' 2>/dev/null | head -n 1) && [ -n "$window" ]; then
+if window=$(xdotool search --onlyvisible --name '^Velloray$' 2>/dev/null | sed -n 1p) && [ -n "$window" ]; then
     import -window "$window" "$place/window.png" 2>/dev/null || true
 fi
 map_picture() { # FILE ADDRESS
@@ -116,7 +116,7 @@ standing=$(objects | grep -c '"stand":"[^"]' || true)
 parked=$(objects | grep -c '"tail":"[^"]*\*"' || true)
 moving=$(objects | grep '"on_ground":true' | grep -vc '"ground_speed_kt":[-0]*0\.[0-9]*' || true)
 echo "After $seconds seconds there are $total aircraft in the simulator; $flying fly, $moving roll, $standing stand on stands, $parked of them static:"
-objects | sed -n 's/.*"tail":"\([^"]*\)".*"title":"\([^"]*\)".*/\1  \2/p' | sort | head -n 60 | column -c 120 || true
+objects | sed -n 's/.*"tail":"\([^"]*\)".*"title":"\([^"]*\)".*/\1  \2/p' | sort | sed -n 1,60p | column -c 120 || true
 xdotool windowclose "$window" 2>/dev/null || true
 kill -TERM "$program_pid" 2>/dev/null || true
 wait_for 20 ended "$program_pid" || echo "The program did not end within 20 seconds."

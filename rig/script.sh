@@ -11,6 +11,8 @@ at_end() {
     exit "$code"
 }
 trap at_end EXIT
+# A pipe of which the last command stops reading early fails now and then: read to the end, or from a text.
+trap 'echo "${0##*/}: line $LINENO: code $?: $BASH_COMMAND" >&2' ERR
 trap 'exit 130' INT TERM
 
 start() { # LOG COMMAND...      its process is $!

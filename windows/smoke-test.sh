@@ -145,7 +145,7 @@ flying() {
         sed -n 's/.*"lat":\([^,]*\),.*"lon":\([^,]*\),.*"tail":"\([^"]*\)".*/\3 \1 \2/p' | sort || true
 }
 enough_fly() { [ "$(flying | wc -l)" -ge "$wanted_aircraft" ]; }
-no_aircraft() { curl -sf --max-time 5 "${map}world.json" | grep -q '"clients":0.*"objects":\[\]'; }
+no_aircraft() { curl -sf --max-time 5 "${map}world.json" | grep '"clients":0.*"objects":\[\]' >/dev/null; }
 
 # ---- windows ----------------------------------------------------------------------------------------------------
 windows_shown() { xdotool search --onlyvisible --name '^Velloray$' 2>/dev/null || true; }

@@ -35,7 +35,7 @@ virtual_screen "$out" 1400x900 ${SESSION_DISPLAY:-} || { echo "session: no virtu
 start "$out/openbox.log" openbox --sm-disable
 
 "$native/rig" fleet "$outside/home" --liveries 400 --tables "$root/rig/refdata/tables" >"$out/fleet.log"
-packages=$(find "$outside/home" -type d -name Community | head -n 1)
+packages=$(find "$outside/home" -type d -name Community | sed -n 1p)
 packages=${packages%/Community}
 mv "$packages" "$outside/MSFS" # where the program does not look
 packages=$outside/MSFS wrong_path=/no/such/folder typed_path=$packages
@@ -157,7 +157,7 @@ shot 05-traffic
 while read -r name x row first; do
     second=$([ "$first" = true ] && echo false || echo true)
     click $((x + 6)) $((row + 8)) && set_to "$name" "$first"
-    [ "$name" != ALWAYS_ON_TOP ] || { shot 06-toggled && xprop -id "$window" _NET_WM_STATE | grep -q ABOVE || fail "not on top"; }
+    [ "$name" != ALWAYS_ON_TOP ] || { shot 06-toggled && xprop -id "$window" _NET_WM_STATE | grep ABOVE >/dev/null || fail "not on top"; }
     click $((x + 6)) $((row + 8)) && set_to "$name" "$second"
 done <<'BOXES'
 LIG_AUTOMATIC 217 147 false
@@ -195,11 +195,14 @@ enter 615 323 200 && set_to MAX_LIVE 200
 ok "boxes with numbers"
 
 # Callsigns.
-blocked=$(tails '"on_ground":false' | head -n 1)
+blocked=$(tails '"on_ground":false' | sed -n 1p)
 asked=$(tails '"on_ground":false' | sed -n 2p)
 enter 230 267 "abc" && log_says 'callsign "abc" is not valid'
 enter 230 267 "$(tr 'A-Z' 'a-z' <<<"$blocked")" && log_says "live aircraft with callsign \"$blocked\" will be blocked"
-gone() { ! tails '"tail"' | grep -qx "$blocked"; }
+gone() {
+    local all
+    all=$(tails '"tail"') && ! grep -qx "$blocked" <<<"$all"
+}
 wait_for 10 gone || fail "$blocked is still there"
 ok "$blocked is gone"
 shot 08-blocked
