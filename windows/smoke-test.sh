@@ -280,10 +280,16 @@ ok "through the pipe"
 begin_pass session
 start "$place/$pass/program.log" run_wine
 program_pid=$!
-wait_for "$start_seconds" grep -q '^RealTraffic' "$wine_program/Log.txt" || fail "no start"
 wait_for "$start_seconds" one_window || fail "no window"
-xdotool windowmove --sync "$(windows_shown)" 300 200
-sleep 1 # until the program has been told
+wait_for "$start_seconds" grep -q '^Waiting for MSFS' "$wine_program/Log.txt" || fail "no start"
+moved() { # a window manager that has only just taken the window in may place it once more
+    local X=0 Y=0
+    xdotool windowmove "$(windows_shown)" 300 200
+    sleep 1 # until the program has been told too
+    eval "$(xdotool getwindowlocation --shell "$(windows_shown)")"
+    [ "$X" -ge 290 ] && [ "$Y" -ge 190 ]
+}
+wait_for "$start_seconds" moved || fail "the window cannot be moved"
 timeout "$start_seconds" wine wineboot --end-session >"$place/$pass/wineboot.log" 2>&1 || true
 wait_for "$start_seconds" ended "$program_pid" || fail "the end of the session does not end it"
 cp "$wine_program/Log.txt" "$wine_roaming/Velloray/parameters.xml" "$place/$pass/"

@@ -408,6 +408,19 @@ TEST_F(ParkStep, NoAircraftOfTheGroundOutlivesItsAirport) {
     EXPECT_FALSE(airports.park.known() || trafficReader.parkAirport.load().known);
 }
 
+TEST_F(ParkStep, AClosingThatBreaksOffKeepsWhatWasLearned) {
+    bringUp(stand("A", 0, 20));
+    learn("A", "GBAFM");
+    clock.onAdvance = [this](plat::SteadyNs) {
+        clock.onAdvance = nullptr;
+        throw std::runtime_error("broken off");
+    };
+    gf_requestStop(RunState::userClosed, 0);
+    lf_closingDown();
+    EXPECT_THAT(logText(), HasSubstr("lf_closingDown exception broken off"));
+    EXPECT_THAT(readFile(folders.learnedStock / "EDTT.xml"), HasSubstr("\"GBAFM\""));
+}
+
 TEST_F(ParkStep, TheUsersLimitComesBackWithTheExcessRemoved) {
     putLearned("EDTT", learnedFile("", parameter("MAX_LIVE", "5")));
     app.liveLimit = MAX_LIVE.value = 1;
