@@ -286,7 +286,7 @@ moved() { # a window manager that has only just taken the window in may place it
     local X=0 Y=0
     xdotool windowmove "$(windows_shown)" 300 200
     sleep 1 # until the program has been told too
-    eval "$(xdotool getwindowlocation --shell "$(windows_shown)")"
+    eval "$(xdotool getwindowgeometry --shell "$(windows_shown)")"
     [ "$X" -ge 290 ] && [ "$Y" -ge 190 ]
 }
 wait_for "$start_seconds" moved || fail "the window cannot be moved"
