@@ -135,8 +135,8 @@ void lf_calculateStatics() {
 // ---- the renewal: live aircraft -----------------------------------------------------------------------------------
 
 static std::int64_t lf_minutesParked(const LiveAc& ac) {
-    constexpr std::int64_t perMinute = 600'000'000; // of the 100 ns that times are counted in
-    return ac.feedAtStand ? 0 : (plat::utcNow() - ac.parkedAt) / perMinute;
+    constexpr std::int64_t perMinute = 600'000'000;    // of the 100 ns that times are counted in
+    return (plat::utcNow() - ac.parkedAt) / perMinute; // 0 while it is reported: that renews parkedAt
 }
 
 static void lf_collectLiveStayers(StaticWork& work) {

@@ -198,6 +198,8 @@ void lf_beginRotation(LiveAc& ac) {
     if (!ac.departing) lf_startTakeoffRoll(ac);
     setFlightState(ac, FlightState::takeOff);
     ac.headingStep = 0;
+    ac.derotating = false;
+    ac.flareStage = 0;
     lf_clearCurve(ac);
     if (!ac.landingRoll) return;
     ac.landingRoll = ac.landing = ac.landed = false; // touch and go

@@ -77,6 +77,8 @@ static void drive2Stand(LiveAc& ac, const Stand& stand) {
     ac.stream.pushBack(place);
     ac.targetHeading = stand.heading;
     lf_clearCurve(ac); // it led through points that are no longer in the stream
+    ac.holding = false;
+    ac.holdStart = 0;
     if (ac.extendCount <= 0) return;
     ac.extendCount = 0;
     lf_widenElasticity(ac);
@@ -128,6 +130,7 @@ void lf_arriveAtStand(LiveAc& ac) {
     }
     setFlightState(ac, FlightState::parked);
     ac.parkedSince = app.weekSlot.load();
+    if (!stand) ac.standId = 0;
     if (ac.towed) gf_logLine(fmt::format("          towed aircraft {} parks", ac.callsign));
     ac.stream.front().stationary = true;
     lf_beginParked(ac, stand);

@@ -456,6 +456,7 @@ TEST_F(Roads, AnArrivalAtAStandOfAnotherAirportThanThePresentTellsNothingOfThePr
     EXPECT_EQ(ac.fs, FlightState::parked);
     EXPECT_GT(ac.parkedAt, 0) << "or it would count as parked for centuries";
     EXPECT_FALSE(ac.leavingStand || here.occupied);
+    EXPECT_EQ(ac.standId, 0u) << "or it would hold the stand of that number";
     app.weekSlot.store({3, 12});
     for (const double meters : {100, 180}) { // the first report is measured from
         StreamPoint away = ac.stream.front();
@@ -473,6 +474,42 @@ TEST_F(Roads, AReportElsewhereEndsTheWayToTheStand) {
     run(1);
     EXPECT_EQ(state(hex), FlightState::taxi);
     EXPECT_TRUE(wasTold(hex, "reported elsewhere"));
+}
+
+TEST_F(Roads, AHoldEndsWithTheWayToAStand) {
+    stand("A1", 2200, 700, 90, 18);
+    std::vector<Way> silentBesideTheStand = arrival;
+    silentBesideTheStand.back() = {2200, 670, 3};
+    const double heldFrom = feed(hex, "DLH1AB", silentBesideTheStand, seconds + 5);
+    const double end =
+        feed(hex, "DLH1AB", {{2200, 800, 12}, {2200, 1600, 15}, {2200, 3500, 15}}, heldFrom + 38);
+    run(end + 20 - seconds);
+    ASSERT_TRUE(wasTold(hex, "parking -> taxi")) << story(hex);
+    EXPECT_FALSE(wasTold(hex, "removed")) << story(hex);
+}
+
+TEST_F(Roads, ATouchAndGoThatRotatesBeforeItsNoseIsDownClimbsAway) {
+    const double speed = 135;
+    int early = 0;
+    for (int roll = 0; roll <= 600; roll += 50) { // metres on the runway
+        touchdown = {};
+        const double end = feed(hex, "DLH1AB",
+                                {{-8000, 0, speed, 1400},
+                                 {-60, 0, speed, 14},
+                                 {0, 0, speed},
+                                 {roll + 1.0, 0, speed},
+                                 {roll + 3000.0, 0, speed + 10, 1000},
+                                 {roll + 9000.0, 0, speed + 40, 2500}},
+                                seconds + 5);
+        ASSERT_TRUE(runUntil(end, [&] { return state(hex) == FlightState::takeOff; })) << story(hex);
+        early += lf_findByHexid(hex)->pitch < lf_findByHexid(hex)->staticPitch;
+        run(end + 25 - seconds);
+        ASSERT_TRUE(touchdown && object("DLH1AB")) << story(hex);
+        EXPECT_GT(object("DLH1AB")->alt, 2200) << story(hex);
+        removeAircraftFromSim(*lf_findByHexid(hex), Removed::other);
+        run(2);
+    }
+    EXPECT_GT(early, 0);
 }
 
 TEST_F(Roads, WithNoReportsOnlyTheFinalApproachFreesAStandThatIsStillHeld) {

@@ -405,21 +405,31 @@ TEST_F(StaticParking, ALiveAircraftThatNobodyReportsForNinetyMinutesGoesWithTheR
     constexpr std::int64_t minute = 600'000'000;
     const struct {
         int minutes;
-        bool heavy, reported, initialOnly, stays;
-    } rows[] = {{90, false, false, false, true}, {91, false, false, false, false},
-                {91, false, true, false, true},  {91, false, false, true, true},
-                {180, true, false, false, true}, {181, true, false, false, false}};
+        bool heavy, initialOnly, stays;
+    } rows[] = {{90, false, false, true},
+                {91, false, false, false},
+                {91, false, true, true},
+                {180, true, false, true},
+                {181, true, false, false}};
     for (const auto& row : rows) {
         LiveAc& ac = active(hex, 77, fieldLat, fieldLon, 0);
         ac.fs = FlightState::parked;
         ac.category = row.heavy ? AcCategory::heavy : AcCategory::large;
         lf_takeStand(ac, a);
         ac.parkedAt = plat::utcNow() - row.minutes * minute;
-        ac.feedAtStand = row.reported;
+        ac.feedAtStand = true; // it was reported there once
         INITIAL_LOAD_ONLY.value = row.initialOnly;
         lf_adjustStatics();
         EXPECT_TRUE((ac.st == SimState::active) == row.stays && a.taken == row.stays) << row.minutes;
         engine.live.clear();
+    }
+    INITIAL_LOAD_ONLY.value = false;
+    for (const bool silent : {false, true}) { // the same with reports; they end after a minute and a half
+        standing(hex, "DLH1AB", 1, 1, seconds + 1, 90);
+        run(100);
+        if (silent) clock.setUtcSeconds(plat::utcSeconds() + 91 * 60);
+        lf_adjustStatics();
+        EXPECT_EQ(lf_findByHexid(hex)->st == SimState::active, !silent);
     }
 }
 
@@ -432,7 +442,7 @@ TEST_F(StaticParking, TooManyGoInTheOrderOfTheirRights) {
     EXPECT_EQ(renew().size(), 2u);
     LiveAc& ac = active(hex, 77, fieldLat, fieldLon, 0);
     ac.fs = FlightState::parked;
-    ac.feedAtStand = true;
+    ac.parkedAt = plat::utcNow();
     CUSTOM_MAX_PARK.value = 1;
     lf_adjustStatics();
     EXPECT_EQ(ac.st, SimState::active) << "live aircraft have the right of way";
