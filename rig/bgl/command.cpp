@@ -22,7 +22,7 @@ No publisher is looked for: each airport counts as one that no archive holds.
 
 static BglFindings decode(const std::filesystem::path& path, bool is2020) {
     BglFile file(path);
-    std::vector<std::uint32_t> buffer;
+    WordBuffer buffer;
     const auto words = file.read(buffer);
     if (!words) throw std::runtime_error(fmt::format("can't read \"{}\"", plat::pathText(path)));
     return gf_decodeBgl(*words, plat::pathText(path),

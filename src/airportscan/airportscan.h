@@ -32,14 +32,15 @@ void lf_countTblo(); // what lies there, for the window
 struct TbloEntry {
     std::string code, text;
 };
-struct GeneratedFile { // of an airport that is to become one
+struct GeneratedFile {       // of an airport that is to become one
+    std::size_t airport = 0; // its place in the findings
     bool simaddon = false;
     std::string code, text; // of the whole file
     std::string line;       // for the scan log, once it is written
 };
 struct SceneryFindings : BglFindings {
     std::string pathText;
-    std::vector<GeneratedFile> generated; // in file order; the airports' own stands are gone
+    std::vector<GeneratedFile> generated; // in file order, as far as they came
     std::optional<TbloEntry> tblo;        // of an airport that cannot be read
 };
 
@@ -64,8 +65,7 @@ class SceneryIdentity {
 
 // ---- the search (search.cpp); worker and its pool ------------------------------------------------------------------
 bool lf_isExcludedPath(std::string_view pathText);
-SceneryFindings lf_decodeBgl(const std::filesystem::path& path,
-                             std::vector<std::uint32_t>& buffer); // throws nothing
+SceneryFindings lf_decodeBgl(const std::filesystem::path& path, WordBuffer& buffer); // throws nothing
 
 // What the scan under way has found, in walk order.
 struct ScanResults {

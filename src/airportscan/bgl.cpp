@@ -1,6 +1,7 @@
 // The walk through a BGL file, from its sections down to the single parking position. Every index is tested where it is
-// used, every step of a walk leads forward, no record is walked twice, and no airport lies in another one, so that the
-// work and the memory stay in proportion to the file whatever is in it.
+// used, every step of a walk leads forward, no record is walked twice, no airport lies in another one, and all airports
+// together have no more parts than the file has room for, so that the work and the memory stay in proportion to the file
+// whatever is in it.
 
 #include "airportscan/bgl.h"
 
@@ -38,7 +39,7 @@ class Words {
     explicit Words(std::span<const std::uint32_t> all) : words(all) {}
     std::size_t size() const { return words.size(); }
     std::uint32_t at(std::size_t i) const {
-        if (i >= words.size()) throw std::out_of_range("a record runs beyond the end of what holds it");
+        if (i >= words.size()) throw std::out_of_range("a record runs beyond the end of the file");
         return words[i];
     }
     float real(std::size_t i) const { return std::bit_cast<float>(at(i)); }
@@ -48,7 +49,6 @@ class Words {
         return {low & 0xFFFF, static_cast<std::int32_t>(low >> half | high << half)};
     }
     bool holdsHead(std::size_t i) const { return i + 1 < words.size(); }
-    Words upTo(std::size_t end) const { return Words(words.first(std::min(end, words.size()))); }
 
   private:
     std::span<const std::uint32_t> words;
@@ -135,45 +135,72 @@ namespace {
 
 class AirportReader {
   public:
-    AirportReader(AirportFile& airport, std::vector<std::string>& log, const std::string& path)
-        : file(airport), lines(log), pathText(path) {}
+    // The parts are those that may still be read of the whole file.
+    AirportReader(const std::string& airport, const Words& all, std::size_t& parts,
+                  std::vector<std::string>& log, const std::string& path)
+        : code(airport), words(all), partsLeft(parts), lines(log), pathText(path) {}
     // All helipads up to the parking record, and that one; what follows it is not looked at.
-    void readParts(const Words& words, std::size_t at, std::size_t end);
+    std::vector<Stand> readStands(std::size_t at, std::size_t end);
 
   private:
-    void lf_toHelipad(const Words& words, std::size_t at);
-    void lf_toParkingPositions(const Words& words, std::size_t at);
-    void addPosition(const Words& words, std::size_t at);
+    void readParts(std::size_t at, std::size_t end);
+    void lf_toHelipad(std::size_t at);
+    void lf_toParkingPositions(std::size_t at);
+    void addPosition(std::size_t at);
     void lf_fixDoubleIds();
+    void countPart();
+    bool hasRoom();
 
-    AirportFile& file;
+    const std::string& code;
+    const Words& words;
+    std::size_t& partsLeft;
     std::vector<std::string>& lines;
     const std::string& pathText;
+    std::vector<Stand> stands;
+    bool full = false;                            // there are more of them than are kept
     std::set<std::pair<double, double>> helipads; // of all that were there once
     std::size_t helipadNumber = 1;
     std::unordered_map<std::string, std::vector<std::size_t>> families; // stands by the id that they share
 };
 
-void AirportReader::readParts(const Words& words, std::size_t at, std::size_t end) {
-    while (at + 1 < end) {
+std::vector<Stand> AirportReader::readStands(std::size_t at, std::size_t end) {
+    readParts(at, end);
+    lf_fixDoubleIds();
+    return std::move(stands);
+}
+
+void AirportReader::readParts(std::size_t at, std::size_t end) {
+    while (at + 1 < end && !full) {
         const RecordHead head = words.head(at);
         if (head.id == bgl::helipadRecord && head.words() > static_cast<std::int32_t>(bgl::helipadSizeAt))
-            lf_toHelipad(words, at);
-        if (head.id == bgl::parkingRecord) {
-            lf_toParkingPositions(words, at);
-            lf_fixDoubleIds();
-            return;
-        }
+            lf_toHelipad(at);
+        if (head.id == bgl::parkingRecord) return lf_toParkingPositions(at);
         if (head.words() < 1) { // it leads nowhere
             lines.push_back(fmt::format("{}record 0x{:04x} without a size ends airport {} in {}", alert,
-                                        head.id, file.code, pathText));
+                                        head.id, code, pathText));
             return;
         }
         at += static_cast<std::size_t>(head.words());
     }
 }
 
-void AirportReader::lf_toHelipad(const Words& words, std::size_t at) {
+// The positions of a parking record may lie behind the end of their airport, in what others claim to hold.
+void AirportReader::countPart() {
+    if (partsLeft == 0) throw std::out_of_range("the airports have more parts than the file has room for");
+    --partsLeft;
+}
+
+bool AirportReader::hasRoom() {
+    constexpr std::size_t most = 2000; // as the reader of airport files has it
+    if (stands.size() < most) return true;
+    lines.push_back(fmt::format("{}{} has more than {} stands, the rest is left out, in {}", alert, code,
+                                most, pathText));
+    full = true;
+    return false;
+}
+
+void AirportReader::lf_toHelipad(std::size_t at) {
+    countPart();
     const LatLon place = lf_unpack(words.at(at + bgl::helipadLatAt), words.at(at + bgl::helipadLonAt));
     const float size = words.real(at + bgl::helipadSizeAt);
     if (!lf_isOnEarth(place)) {
@@ -181,36 +208,35 @@ void AirportReader::lf_toHelipad(const Words& words, std::size_t at) {
         return;
     }
     if (!helipads.emplace(place.lat, place.lon).second) {
-        lines.push_back(fmt::format("double helipad {} (skipped) {}", file.code, lf_positionText(place)));
+        lines.push_back(fmt::format("double helipad {} (skipped) {}", code, lf_positionText(place)));
         return;
     }
+    if (!hasRoom()) return;
     Stand stand;
     stand.id = fmt::format("helipad{}", helipadNumber++);
     stand.lat = place.lat;
     stand.lon = place.lon;
     stand.radius = std::isfinite(size) ? size * 0.5 / metersPerNm : 0;
     stand.heli = true;
-    file.stands.push_back(std::move(stand));
+    stands.push_back(std::move(stand));
 }
 
-void AirportReader::lf_toParkingPositions(const Words& words, std::size_t at) {
+void AirportReader::lf_toParkingPositions(std::size_t at) {
     constexpr unsigned half = 16, airlineCodesShift = 24; // bits
     const std::uint32_t count = words.at(at + bgl::positionsAt - 1) >> half;
     at += bgl::positionsAt;
-    if (at < words.size()) // no room for more than there can be
-        file.stands.reserve(file.stands.size() +
-                            std::min<std::size_t>(count, (words.size() - at) / bgl::positionWords));
-    for (std::uint32_t i = 0; i < count; ++i) {
-        addPosition(words, at);
+    for (std::uint32_t i = 0; i < count && !full; ++i) {
+        addPosition(at);
         at += bgl::positionWords + (words.at(at) >> airlineCodesShift);
     }
 }
 
-void AirportReader::addPosition(const Words& words, std::size_t at) {
+void AirportReader::addPosition(std::size_t at) {
     constexpr float tooSmall = 1, tooLarge = 200; // metres; neither itself is a radius
     constexpr std::uint32_t nameMask = 0x3F, typeMask = 0xF, numberMask = 0xFFF;
     constexpr unsigned typeShift = 8, numberShift = 12;
     constexpr std::size_t most = 7; // of one id: the plain one, and with the letters a to f
+    countPart();
     const std::uint32_t bits = words.at(at);
     const float radius = words.real(at + bgl::positionRadiusAt),
                 degrees = words.real(at + bgl::positionHeadingAt);
@@ -231,7 +257,8 @@ void AirportReader::addPosition(const Words& words, std::size_t at) {
         lines.push_back(fmt::format("{}Warning more then 6 the same ids {}, in {}", alert, id, pathText));
         return;
     }
-    family.push_back(file.stands.size());
+    if (!hasRoom()) return;
+    family.push_back(stands.size());
     Stand stand;
     stand.id = std::move(id);
     stand.lat = place.lat;
@@ -241,18 +268,17 @@ void AirportReader::addPosition(const Words& words, std::size_t at) {
     stand.radius = radius / metersPerNm;
     stand.ramp = type.ramp;
     stand.cargo = type.cargo;
-    file.stands.push_back(std::move(stand));
+    stands.push_back(std::move(stand));
 }
 
 // Stands of one id: the widest keeps it, the others get the letters a to f by their width. Of equal ones the first in
 // the file comes first.
 void AirportReader::lf_fixDoubleIds() {
     for (auto& [id, family] : families) {
-        std::stable_sort(family.begin(), family.end(), [&](std::size_t a, std::size_t b) {
-            return file.stands[a].radius > file.stands[b].radius;
-        });
+        std::stable_sort(family.begin(), family.end(),
+                         [&](std::size_t a, std::size_t b) { return stands[a].radius > stands[b].radius; });
         for (std::size_t i = 1; i < family.size(); ++i)
-            file.stands[family[i]].id += static_cast<char>('a' + static_cast<int>(i - 1));
+            stands[family[i]].id += static_cast<char>('a' + static_cast<int>(i - 1));
     }
 }
 
@@ -266,7 +292,8 @@ class FileReader {
   public:
     FileReader(std::span<const std::uint32_t> all, const std::string& path, const BglRules& known,
                BglFindings& result)
-        : words(all), pathText(path), rules(known), findings(result), walked(all.size()) {}
+        : words(all), pathText(path), rules(known), findings(result),
+          partsLeft(all.size() / bgl::smallestPartWords), walked(all.size()) {}
     void lf_decodeBgl();
 
   private:
@@ -278,6 +305,7 @@ class FileReader {
     const std::string& pathText;
     const BglRules& rules;
     BglFindings& findings;
+    std::size_t partsLeft;    // helipads and positions
     std::vector<bool> walked; // by word: a record that starts there, and so all behind it, has been read
     std::map<std::size_t, std::size_t> claimed; // airports that have been read: where they start and end
 };
@@ -293,25 +321,27 @@ bool FileReader::claim(std::size_t start, std::size_t end) {
 
 void FileReader::lf_readAirportRecord(std::size_t at, const RecordHead& head, std::string code) {
     const std::size_t end = at + static_cast<std::size_t>(head.words());
-    FoundAirport found;
-    AirportFile& file = found.file;
-    file.code = std::move(code);
-    found.identity = rules.identify(file, findings.lines);
-    const AirportIdentity& identity = found.identity;
-    if (rules.is2020 || !identity.linked()) {
-        file.altitude = lf_altitudeFt(words.at(at + bgl::airportAltitudeAt));
-        file.airportName = gf_airportName(file.code).value_or("");
-        AirportReader(file, findings.lines, pathText)
-            .readParts(words.upTo(end), at + bgl::airportPartsAt, end);
-        const auto archived = static_cast<std::size_t>(std::max(identity.archivedStands, 0));
-        const bool more = archived < file.stands.size();
-        if (more)
-            findings.lines.push_back(fmt::format("{}{} has {} parkpos while archived one has {}", alert,
-                                                 file.code, file.stands.size(), archived));
-        found.toGenerate = !file.stands.empty() && (!identity.linked() || more);
-    }
-    found.linesBefore = findings.lines.size();
-    findings.airports.push_back(std::move(found));
+    constexpr std::size_t most = 100'000; // the world has fewer
+    if (findings.airports.size() == most)
+        throw std::length_error(fmt::format("it has more than {} airports", most));
+    FoundAirport met;
+    met.file.code = std::move(code);
+    met.identity = rules.identify(met.file, findings.lines);
+    met.linesBefore = findings.lines.size();
+    findings.airports.push_back(std::move(met)); // it keeps its link when its stands cannot be read
+    auto& [file, identity, toGenerate, linesBefore] = findings.airports.back();
+    if (!rules.is2020 && identity.linked()) return;
+    file.altitude = lf_altitudeFt(words.at(at + bgl::airportAltitudeAt));
+    file.airportName = gf_airportName(file.code).value_or("");
+    file.stands = AirportReader(file.code, words, partsLeft, findings.lines, pathText)
+                      .readStands(at + bgl::airportPartsAt, end);
+    const auto archived = static_cast<std::size_t>(std::max(identity.archivedStands, 0));
+    const bool more = archived < file.stands.size();
+    if (more)
+        findings.lines.push_back(fmt::format("{}{} has {} parkpos while archived one has {}", alert,
+                                             file.code, file.stands.size(), archived));
+    toGenerate = !file.stands.empty() && (!identity.linked() || more);
+    linesBefore = findings.lines.size();
 }
 
 // Behind the last record lies other data, which is walked as if it were records until a size leads out of the file.

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -48,16 +49,22 @@ BglFindings gf_decodeBgl(std::span<const std::uint32_t> words, const std::string
 // Text of a packed identifier; valid only with exactly four characters, as the code of an airport has.
 std::string lf_decodeIdentifierOrRegionCode(std::uint32_t word, bool& valid);
 
+// Room for a file's words, which are not set.
+struct WordBuffer {
+    std::unique_ptr<std::uint32_t[]> words;
+    std::size_t size = 0; // words
+};
+
 // A file on the disk, opened once: for the quick test, and then for the whole.
 class BglFile {
   public:
     explicit BglFile(const std::filesystem::path& path);
     bool hasAirportSection(); // false, too, for what cannot be read
-    // Into a buffer that the caller keeps for the next file, and that only grows. What is no whole word at the end is
-    // left out. None when it cannot be read, and as soon as a stop is under way.
-    std::optional<std::span<const std::uint32_t>> read(std::vector<std::uint32_t>& buffer);
+    // Into a buffer that the caller keeps for the next file. What is no whole word at the end is left out. None when it
+    // cannot be read, and as soon as a stop is under way.
+    std::optional<std::span<const std::uint32_t>> read(WordBuffer& buffer);
 
   private:
     std::ifstream in;
-    std::uint64_t size = 0; // bytes
+    std::uint64_t size = 0; // bytes; 0 for a file beyond 1 GiB, which is not read
 };

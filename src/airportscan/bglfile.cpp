@@ -18,8 +18,8 @@ BglFile::BglFile(const std::filesystem::path& path) {
     in.open(path, std::ios::binary);
     // Of a folder or a device the end is nowhere, or far beyond what a file can have.
     const std::streamoff end = in ? std::streamoff(in.seekg(0, std::ios::end).tellg()) : 0;
-    constexpr std::streamoff largest = std::streamoff(1) << 40; // bytes; offsets in the file have 32 bits
-    if (end > 0 && end < largest) size = static_cast<std::uint64_t>(end);
+    constexpr std::streamoff largest = std::streamoff(1) << 30; // bytes; the memory for it is taken at once
+    if (end > 0 && end <= largest) size = static_cast<std::uint64_t>(end);
     in.seekg(0);
 }
 
@@ -36,17 +36,21 @@ bool BglFile::hasAirportSection() {
     return false;
 }
 
-std::optional<std::span<const std::uint32_t>> BglFile::read(std::vector<std::uint32_t>& buffer) {
-    constexpr std::size_t piece = 1 << 20; // words; a stop waits for no more
+std::optional<std::span<const std::uint32_t>> BglFile::read(WordBuffer& buffer) {
+    constexpr std::size_t piece = 1 << 20;  // words; a stop waits for no more
+    constexpr std::size_t usual = 16 << 20; // words; one beyond it is not kept
     const std::size_t words = size / 4;
-    if (buffer.size() < words) buffer.resize(words);
+    if (buffer.size < words || buffer.size > usual) {
+        buffer = {}; // never two at a time
+        buffer = {std::make_unique_for_overwrite<std::uint32_t[]>(words), words};
+    }
     in.clear();
     in.seekg(0);
     for (std::size_t done = 0; done < words; done += piece) {
         const std::size_t count = std::min(piece, words - done);
         if (gf_stopping() ||
-            !in.read(lf_bytesOf(buffer.data() + done), static_cast<std::streamsize>(count * 4)))
+            !in.read(lf_bytesOf(buffer.words.get() + done), static_cast<std::streamsize>(count * 4)))
             return std::nullopt;
     }
-    return std::span(buffer).first(words);
+    return std::span(buffer.words.get(), words);
 }

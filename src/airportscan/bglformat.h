@@ -29,5 +29,6 @@ constexpr std::size_t positionsAt =
     2; // of the parking record; their count is the upper half of the word before
 constexpr std::size_t positionRadiusAt = 1, positionHeadingAt = 2, positionLonAt = 7, positionLatAt = 8;
 constexpr std::size_t positionWords = 14; // and one more for each airline code
+constexpr std::size_t smallestPartWords = helipadSizeAt + 1;
 
 } // namespace bgl

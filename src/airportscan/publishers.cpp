@@ -42,7 +42,7 @@ std::optional<ManifestInfo> lf_parseManifest(const std::string& text) {
 
 static std::optional<ManifestInfo> lf_parseManifestFile(const fs::path& path,
                                                         std::vector<std::string>& lines) {
-    constexpr std::uintmax_t longest = 16 * 1024 * 1024; // bytes; release notes are long, but not so long
+    constexpr std::uintmax_t longest = 1024 * 1024; // bytes; release notes are long, but not so long
     lines.push_back(plat::pathText(path) + " found");
     std::error_code failed;
     const auto size = fs::file_size(path, failed);

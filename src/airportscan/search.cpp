@@ -51,7 +51,7 @@ static bool lf_isBglName(const std::string& name) {
 // ---- one file ----------------------------------------------------------------------------------------------------------
 
 // As a file: with its stands sorted, and without the user's own folders where they say nothing.
-static GeneratedFile lf_generateAirportFile(FoundAirport& found) {
+static GeneratedFile lf_generateAirportFile(FoundAirport& found, std::size_t place) {
     AirportFile& airport = found.file;
     const auto community = airport.bglPath.find("Community");
     if (airport.publisher != "unknown" && community != std::string::npos) airport.bglPath.erase(0, community);
@@ -61,6 +61,7 @@ static GeneratedFile lf_generateAirportFile(FoundAirport& found) {
     std::sort(airport.stands.begin(), airport.stands.end(),
               [](const Stand& a, const Stand& b) { return a.id < b.id; });
     GeneratedFile file;
+    file.airport = place;
     file.simaddon = airport.publisher == "simaddon";
     file.code = airport.code;
     file.text = lf_scannedFileText(airport);
@@ -69,7 +70,7 @@ static GeneratedFile lf_generateAirportFile(FoundAirport& found) {
     return file;
 }
 
-static void lf_decodeWhole(BglFile& file, std::vector<std::uint32_t>& buffer, SceneryFindings& findings) {
+static void lf_decodeWhole(BglFile& file, WordBuffer& buffer, SceneryFindings& findings) {
     const auto words = file.read(buffer);
     if (!words) {
         findings.failure = "cannot be read";
@@ -80,15 +81,15 @@ static void lf_decodeWhole(BglFile& file, std::vector<std::uint32_t>& buffer, Sc
                              return identity.lf_identifyAirport(airport, lines);
                          }};
     static_cast<BglFindings&>(findings) = gf_decodeBgl(*words, findings.pathText, rules);
+    for (std::size_t i = 0; i < findings.airports.size(); ++i) {
+        FoundAirport& airport = findings.airports[i];
+        if (airport.toGenerate) findings.generated.push_back(lf_generateAirportFile(airport, i));
+        airport.file.stands = {};
+    }
     if (findings.notRecognised) identity.lf_notRecognised(findings);
-    for (FoundAirport& airport : findings.airports)
-        if (airport.toGenerate) {
-            findings.generated.push_back(lf_generateAirportFile(airport));
-            airport.file.stands = {};
-        }
 }
 
-SceneryFindings lf_decodeBgl(const fs::path& path, std::vector<std::uint32_t>& buffer) {
+SceneryFindings lf_decodeBgl(const fs::path& path, WordBuffer& buffer) {
     SceneryFindings findings;
     findings.pathText = plat::pathText(path);
     try {
@@ -133,12 +134,13 @@ void ScanResults::toGenerate(GeneratedFile&& file) {
 void ScanResults::take(SceneryFindings&& found) {
     auto line = found.lines.begin();
     auto file = found.generated.begin();
-    for (FoundAirport& airport : found.airports) {
+    for (std::size_t i = 0; i < found.airports.size(); ++i) {
+        const FoundAirport& airport = found.airports[i];
         const auto end = found.lines.begin() + static_cast<std::ptrdiff_t>(airport.linesBefore);
         log.insert(log.end(), std::move_iterator(line), std::move_iterator(end));
         line = end;
         if (airport.identity.linked()) lf_writeLink(airport.file, airport.identity.link, *this);
-        if (airport.toGenerate) toGenerate(std::move(*file++));
+        if (file != found.generated.end() && file->airport == i) toGenerate(std::move(*file++));
     }
     log.insert(log.end(), std::move_iterator(line), std::move_iterator(found.lines.end()));
     if (found.tblo) lf_writeTbloEntry(*found.tblo, *this);
@@ -180,7 +182,7 @@ static bool lf_collect(DecoderPool& pool, ScanResults& results) {
 
 static void lf_walkFolder(const fs::path& folder, ScanResults& results) {
     DecoderPool pool(gf_scanThreadCount(), [] {
-        return [buffer = std::make_shared<std::vector<std::uint32_t>>()](const fs::path& path) {
+        return [buffer = std::make_shared<WordBuffer>()](const fs::path& path) {
             return lf_decodeBgl(path, *buffer);
         };
     });

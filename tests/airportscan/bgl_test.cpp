@@ -246,19 +246,33 @@ TEST(Bgl, ACutFileKeepsWhatCameBefore) {
     b.positions = {position(1), position(2)};
     const std::string file = fileOf(bglAirport(a) + bglAirport(b));
     constexpr std::size_t behindPlace = 20; // bytes of a position that are not looked at
-    EXPECT_EQ(codes(decode(file.substr(0, file.size() - behindPlace))), "EDTT EDFF ");
+    EXPECT_EQ(stands(decode(file.substr(0, file.size() - behindPlace))), "g1 20.0 90|g1 20.0 90|g2 20.0 90|");
     for (std::size_t cut = behindPlace + 1; cut < bglAirport(b).size() - 8; ++cut) {
-        const auto found = decode(file.substr(0, file.size() - cut));
-        EXPECT_EQ(codes(found), "EDTT ") << cut;
+        const auto words = wordsOf(file.substr(0, file.size() - cut));
+        const auto found = gf_decodeBgl(words, "x.bgl", {true, [](AirportFile&, std::vector<std::string>&) {
+                                                             return AirportIdentity{"archive/x.xml", 1};
+                                                         }});
+        EXPECT_EQ(stands(found), "g1 20.0 90|") << cut;
+        const bool met = bglAirport(b).size() - cut >= 44; // its identifier is there
+        ASSERT_EQ(codes(found), met ? "EDTT EDFF " : "EDTT ") << cut;
+        EXPECT_FALSE(found.airports.back().toGenerate);
+        EXPECT_TRUE(found.airports.back().identity.linked()) << "a link needs no stands";
         EXPECT_NE(found.failure, "") << cut;
         ASSERT_FALSE(found.lines.empty());
         EXPECT_EQ(found.lines.back(), "Exception in lf_toParkingPositions: x.bgl") << cut;
     }
-    std::string record = bglAirport(a); // with more positions than there is room for
-    record[record.rfind(bglParking(a.positions)) + 7] = '\x7F';
+
+    // More positions than the airport's own size has room for are read on, and others behind it all the same.
+    std::string record = bglAirport(a);
+    const std::size_t count = record.rfind(bglParking(a.positions)) + 6;
+    record[count] = '\x02';
+    const std::string more = bglParking({position(3)}).substr(8);
+    EXPECT_EQ(stands(decode(fileOf(record + more))), "g1 20.0 90|g3 20.0 90|");
+    record[count + 1] = '\x7F';
     const auto found = decode(fileOf(record + std::string(100'000, '\x40')));
-    EXPECT_EQ(codes(found), "");
-    EXPECT_NE(found.failure, "") << "what lies behind the airport is no position of it";
+    EXPECT_EQ(codes(found), "EDTT ");
+    EXPECT_EQ(stands(found), "") << "they run out of the file";
+    EXPECT_NE(found.failure, "");
 }
 
 // What would make a reader loop, or take time and memory out of proportion to the file.
@@ -289,6 +303,26 @@ TEST(Bgl, NothingHangsAndNothingGrowsWithoutBounds) {
     for (std::size_t i = 0; i < 1000; ++i)
         shared.replace(tables + i * 16 + 8, 4, bglWord(static_cast<std::uint32_t>(records + (999 - i) * 68)));
     EXPECT_EQ(codes(decode(shared)), "EDTT ");
+
+    // A thousand airports that each have the same five thousand positions behind them.
+    BglAirport none;
+    none.positions = {position(1)};
+    std::string small = bglAirport(none).substr(0, 68) + bglParking(none.positions).substr(0, 8);
+    small.replace(2, 4, bglWord(static_cast<std::uint32_t>(small.size())));
+    small[74] = '\x88', small[75] = '\x13';
+    std::string crowd;
+    for (int i = 0; i < 1000; ++i) crowd += small;
+    crowd += std::string(5000 * 56, '\0');
+    const auto crowded = decode(fileOf(crowd));
+    EXPECT_EQ(crowded.failure, "the airports have more parts than the file has room for");
+    EXPECT_LE(crowded.lines.size(), crowd.size() / 32 + 10);
+
+    BglAirport pads;
+    for (int i = 0; i < 2100; ++i) pads.helipads.push_back({50 + i * 0.001, 8.1, 20});
+    pads.positions = {position(1)};
+    const auto many = decodeAirport(pads);
+    EXPECT_EQ(many.airports.at(0).file.stands.size(), 2000u);
+    EXPECT_EQ(lines(many), "===> EDTT has more than 2000 stands, the rest is left out, in x.bgl|");
 
     std::mt19937 random(1);
     const std::string sound = fileOf(bglAirport(b));

@@ -131,7 +131,7 @@ int expectedAltitude(double metres) {
 
 std::vector<std::uint32_t> wordsOf(const fs::path& path) {
     BglFile file(path);
-    std::vector<std::uint32_t> buffer;
+    WordBuffer buffer;
     const auto words = file.read(buffer);
     EXPECT_TRUE(words);
     return {words->begin(), words->end()};

@@ -88,8 +88,9 @@ TEST_F(Publishers, WhichManifestItIs) {
                    deep = "Community/eddm/scenery/manifest.json";
     write(deep, manifest("orbx"));
     EXPECT_EQ(publisher(bgl).substr(0, 5), "orbx|") << "none in the package's top folder";
-    for (const char* broken :
-         {"[{\"manufacturer\": \"orbx\"}]", "\"orbx\"", "{\"manufacturer\": \"orb", ""}) {
+    for (const std::string& broken : {std::string("[{\"manufacturer\": \"orbx\"}]"), std::string("\"orbx\""),
+                                      std::string("{\"manufacturer\": \"orb"), std::string(),
+                                      manifest("orbx") + std::string(1 << 20, ' ')}) {
         write(top, broken);
         EXPECT_EQ(publisher(bgl), "unknown|===> No publisher found") << "a broken one there ends the search";
     }

@@ -288,7 +288,23 @@ TEST_F(AirportScanTest, AirportsThatCannotBeReadAreNamedByWhatIsAroundThem) {
         EXPECT_THAT(scanLog, HasSubstr(line));
     EXPECT_THAT(log(), HasSubstr("zip the folder TBLO"));
 
+    // What goes wrong in this search takes nothing away that was found in the same file.
+    rig::BglAirport readable;
+    readable.ident = "QXAA";
+    readable.positions = std::vector<rig::BglPosition>(2);
+    airportsLife.directory.push_back({"QX", "", 50, 8, 300});
+    refData.thirdParties24 = {{"orbx", {"QX"}}}; // too short for a code and a number
+    putBytes(
+        "Community/orbx-both/x.bgl",
+        rig::bglFile({{3, 1, {rig::bglAirport(readable) + rig::bglRecord(0x113, std::string(94, '\0'))}}}));
+    putBytes("Community/orbx-both/manifest.json", R"({"title": "QX"})");
+    scan();
+    EXPECT_THAT(scanLog,
+                HasSubstr("search aborted, futs inner, \nlf_decodeBgl\n~/Community/orbx-both/x.bgl\n"));
+    EXPECT_THAT(thirdparty(), HasSubstr("QXAA.xml"));
+
     install(true); // to which all this is no airport
+    fs::remove_all(packages / "Community/orbx-both");
     scan();
     EXPECT_FALSE(fs::exists("TBLO"));
     EXPECT_EQ(airportScan.tbloCount, 0);

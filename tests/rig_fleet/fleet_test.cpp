@@ -164,7 +164,7 @@ TEST_F(Fleet, ItsSceneriesAreReadAsItSays) {
                              [](AirportFile&, std::vector<std::string>&) { return AirportIdentity{}; }};
         const auto decode = [&](const fs::path& path) {
             BglFile file(path);
-            std::vector<std::uint32_t> buffer;
+            WordBuffer buffer;
             EXPECT_TRUE(file.hasAirportSection()) << path;
             return gf_decodeBgl(file.read(buffer).value(), plat::pathText(path), rules);
         };
