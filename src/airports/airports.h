@@ -184,6 +184,7 @@ std::int32_t gf_wantedParked(); // aircraft that are to stand parked; publishes 
 void lf_calculateStatics();     // for an airport that has just been read
 void lf_adjustStatics();        // the renewal
 void lf_placeNextStatic();      // one from the end of the queue, for the creation queue
+bool lf_canPlaceStatics();      // one in the queue is within range
 void lf_dropPlanned(std::uint32_t standId); // nothing more is to be placed there
 void gf_flushStatics();                     // all static aircraft go, and those that wait
 enum class WorkText { disabled, calculating, none };

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <fstream>
+#include <sstream>
 #include <unordered_map>
 
 static constexpr std::int32_t noLiveLimit = -1, usualPercentage = 30; // where the file does not say
@@ -154,11 +156,22 @@ bool lf_takeLearnedDocument(const pugi::xml_document& document, const std::strin
 
 // ---- the file ---------------------------------------------------------------------------------------------------
 
-bool lf_setAside(const std::filesystem::path& path) {
+static std::filesystem::path lf_asidePath(const std::filesystem::path& path) {
     std::filesystem::path aside = path;
     aside.replace_extension(".0");
     aside += path.extension();
-    return !plat::moveFile(path, aside);
+    return aside;
+}
+
+static bool lf_setAside(const std::filesystem::path& path) {
+    return !plat::moveFile(path, lf_asidePath(path));
+}
+
+bool lf_copyAside(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return file && text && plat::replaceFile(lf_asidePath(path), text.view());
 }
 
 static void lf_tellSetAside(const std::filesystem::path& path, const std::string& why,

@@ -46,8 +46,8 @@ static std::thread loaderThread; // worker, and the thread of the message loop w
 static AirportReading lf_readAirport(const std::string& code) {
     AirportReading reading;
     reading.code = code;
-    lf_retrySaves(); // or it would read without them
     try {
+        lf_retrySaves(); // or it would read without them
         Located found = lf_locate(code);
         for (std::string& text : found.texts) reading.log(std::move(text));
         reading.path = found.path;

@@ -24,7 +24,6 @@ void gf_publishParkAirport(const ParkAirport& airport) {
 void lf_resetAirports() {
     lf_endLoader();
     lf_forgetMissingFiles();
-    lf_dropSaves();
     airports = AirportsRun{};
     gf_publishParkAirport({});
 }
@@ -51,7 +50,7 @@ static void lf_takeStep(const ReadingStep& step) {
         gf_showParameter(*step.flag);
         return;
     case ReadingStep::Kind::setNumber:
-        if (step.number == &LATERAL_RANGE) return gf_setUserRange(step.value);
+        if (step.number == &LATERAL_RANGE) return gf_setAirportRange(step.value);
         step.number->value = step.value;
         gf_showParameter(*step.number);
         return;
@@ -141,6 +140,7 @@ std::string lf_readParkedFile() {
         lf_showLoaded();
         return reading.error;
     }
+    if (AUTO_RANGE) lf_autoRange(); // the file's range is for the time without it
     airports.file = std::move(reading.file);
     airports.learnedWhole = reading.learnedWhole;
     airports.updates = 0;

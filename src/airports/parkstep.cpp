@@ -97,7 +97,7 @@ static void lf_checkPresent() {
 
 // All that was to be placed has been placed, or has gone.
 static void lf_noteEndOfPlacing() {
-    if (!display.staticWork || !airports.staticQueue.empty()) return;
+    if (!display.staticWork || lf_canPlaceStatics()) return; // what is beyond the range may wait for long
     lf_endStaticWork();
     gf_clearMessage();
     lf_refreshCounts();

@@ -265,12 +265,12 @@ void lf_readBaseDocument(const pugi::xml_document& document, AirportReading& res
 }
 
 // The learned file follows the path of the base file, a save its publisher. Where the two lead apart, as they do for a
-// stock file in a folder of the user's own, what was saved is read when nothing lies at the path. Empty: there is none.
+// stock file in a folder of the user's own, what was saved goes first: it is the younger one. Empty: there is none.
 static std::filesystem::path lf_findLearned(const AirportReading& reading) {
-    auto path = plat::textPath(gf_learnedPath(reading.path, reading.file.publisher));
-    if (lf_isLearnedPath(path) && lf_exists(path)) return path;
-    path = lf_savedLearnedPath(reading.file);
-    return lf_exists(path) ? path : std::filesystem::path();
+    auto path = lf_savedLearnedPath(reading.file);
+    if (lf_exists(path)) return path;
+    path = plat::textPath(gf_learnedPath(reading.path, reading.file.publisher));
+    return lf_isLearnedPath(path) && lf_exists(path) ? path : std::filesystem::path();
 }
 
 static void lf_layLearnedOver(AirportReading& result) {

@@ -106,15 +106,15 @@ ParameterTexts lf_parkingParameters(); // name and value, in the file's order; w
 bool lf_writeAirportFile(const AirportFile& file, const std::filesystem::path& path, int kind,
                          const ParameterTexts& parameters);
 void lf_retrySaves(); // of learned files that could not be written; on whichever thread does the loader's work
-void lf_dropSaves();
+void lf_dropSaves();  // those that still wait, for tests: they outlive a run
 // Takes what was learned at the airport from the save of it that waits: it is newer than what lies on the disk.
 bool lf_takeWaitingSave(AirportReading& result); // false: none waits
 // What a scan generates: the text of the file, from any thread, and its writing, which flushes nothing. Hundreds are
 // written at once, and all can be made again.
 std::string lf_scannedFileText(const AirportFile& file);
 bool lf_writeScannedFile(const std::string& text, const std::filesystem::path& path); // logs
-// EHAM.xml becomes EHAM.0.xml, in the place of an older such file. False when it cannot be renamed.
-bool lf_setAside(const std::filesystem::path& path);
+// EHAM.0.xml becomes a copy of EHAM.xml, in the place of an older such file. False when that cannot be done.
+bool lf_copyAside(const std::filesystem::path& path);
 
 // ---- the loader thread (loader.cpp) ---------------------------------------------------------------------------------
 // Questions to it, by the worker. A new one of a kind takes the place of the one before, whose answer is dropped.

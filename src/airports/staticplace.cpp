@@ -69,6 +69,17 @@ static bool lf_isOutOfRange(const Stand& stand) {
     return !lf_isWithin(engine.user.lat, engine.user.lon, stand.lat, stand.lon, app.rangeNm);
 }
 
+// The candidates beyond the range wait until the user has come nearer.
+static std::vector<StaticCandidate>::reverse_iterator lf_lastInRange() {
+    return std::find_if(
+        airports.staticQueue.rbegin(), airports.staticQueue.rend(), [](const StaticCandidate& candidate) {
+            const Stand* stand = gf_standBySeq(static_cast<std::uint32_t>(candidate.standSeq));
+            return !stand || !lf_isOutOfRange(*stand);
+        });
+}
+
+bool lf_canPlaceStatics() { return lf_lastInRange() != airports.staticQueue.rend(); }
+
 // ---- the aircraft -------------------------------------------------------------------------------------------------
 
 std::string lf_detcs(const StaticCandidate& candidate, std::uint32_t serial) {
@@ -140,12 +151,12 @@ static CreationRecord lf_creationOf(const ParkedAc& ac) {
 }
 
 void lf_placeNextStatic() {
-    if (airports.staticQueue.empty()) return;
-    const StaticCandidate candidate = std::move(airports.staticQueue.back());
-    airports.staticQueue.pop_back();
+    const auto next = lf_lastInRange();
+    if (next == airports.staticQueue.rend()) return;
+    const StaticCandidate candidate = std::move(*next);
+    airports.staticQueue.erase(std::next(next).base());
     const Stand* stand = gf_standBySeq(static_cast<std::uint32_t>(candidate.standSeq));
     if (!stand) return gf_logLine(fmt::format("stand with id {} not found", candidate.standSeq));
-    if (lf_isOutOfRange(*stand)) return;
     if (lf_isTakenByLive(*stand, candidate) || lf_touchesLive(*stand, candidate) ||
         lf_isTakenByStatic(*stand, candidate))
         return;

@@ -26,8 +26,9 @@ std::int32_t gf_wantedParked() {
     std::int32_t p =
         CUSTOM_PARKING_PERCENTAGE.value >= 0 ? CUSTOM_PARKING_PERCENTAGE.value : parking_percentage.value;
     const bool few = n < 2 || (n < 4 && p < 50);
-    std::int32_t count =
-        few ? 1 : static_cast<std::int32_t>(std::round(std::clamp(p * (n / whole), -most, most)));
+    std::int32_t count = few ? 1
+                             : static_cast<std::int32_t>(
+                                   std::round(std::clamp(static_cast<double>(p) * n / whole, -most, most)));
     if (CUSTOM_MAX_PARK.value != CUSTOM_MAX_PARK.defaultValue) {
         count = std::min(count, CUSTOM_MAX_PARK.value.load());
         p = n < 1 ? 0 : static_cast<std::int32_t>(std::round(count * whole / n));

@@ -147,7 +147,9 @@ ParameterTexts lf_parkingParameters() {
     ParameterTexts texts;
     const auto flag = [&](const BoolParameter& p) { texts.emplace_back(p.name, p.value ? "true" : "false"); };
     const auto number = [&](const IntParameter& p) { texts.emplace_back(p.name, std::to_string(p.value)); };
-    number(LATERAL_RANGE);
+    // The automatic range is no choice of the user's.
+    texts.emplace_back(LATERAL_RANGE.name, std::to_string(AUTO_RANGE ? LATERAL_RANGE.limited(app.savedRange)
+                                                                     : LATERAL_RANGE.value.load()));
     flag(AUTO_RANGE);
     flag(WEEK);
     flag(PARK_FAKE);
@@ -200,10 +202,11 @@ struct LearnedSave { // all that the loader thread needs for it
 static bool lf_saveTo(const std::filesystem::path& path, const LearnedSave& save) {
     std::error_code error;
     std::filesystem::create_directories(path.parent_path(), error);
-    // What was not taken in whole is kept under another name, or stays as it is.
+    // What was not taken in whole is kept under another name too, or stays as it is. A copy: should the writing break off,
+    // the file is still there.
     const bool unknown =
         std::filesystem::exists(path, error) && path.lexically_normal() != save.whole.lexically_normal();
-    if (error || (unknown && !lf_setAside(path))) return false;
+    if (error || (unknown && !lf_copyAside(path))) return false;
     return lf_writeAirportFile(save.file, path, learnedKind, save.parameters);
 }
 
@@ -261,7 +264,8 @@ static void lf_save(LearnedSave save) {
     std::erase_if(unsaved, [path = lf_savedLearnedPath(save.file)](const LearnedSave& old) {
         return lf_savedLearnedPath(old.file) == path;
     });
-    if (!lf_saveLearnedNow(save)) unsaved.push_back(std::move(save));
+    unsaved.push_back(std::move(save));
+    if (lf_saveLearnedNow(unsaved.back())) unsaved.pop_back();
 }
 
 void gf_saveLearned() {

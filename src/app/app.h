@@ -70,7 +70,7 @@ struct AppRun {
 
     Relaxed<double> rangeNm{40}; // the range in force, nautical miles; see gf_setRange
     Relaxed<std::int32_t> rangeMeters{74080};
-    Relaxed<std::int32_t> savedRange{40}; // LATERAL_RANGE that AUTO_RANGE replaced; written under its lock
+    Relaxed<std::int32_t> savedRange{40}; // the user's own, behind AUTO_RANGE; written under its lock
     std::int32_t liveLimit = -1;          // MAX_LIVE in force at the start; worker
 
     // Requests of the window, served by lf_serveRequests. Each is taken before it is served, and what it is about is
@@ -103,8 +103,10 @@ bool gf_sleepUnlessStopped(std::int64_t ms); // false as soon as a stop is seen,
 void gf_joinRun(std::uint32_t runNumber);
 
 // The range (range.cpp). LATERAL_RANGE, AUTO_RANGE and the saved range change together under one lock; any thread.
-void gf_setRange(double nm);            // both forms of the range
-void gf_setUserRange(std::int32_t nm);  // LATERAL_RANGE, limited and shown, and both forms
+void gf_setRange(double nm); // both forms of the range
+// LATERAL_RANGE, limited and shown, and both forms. The user's own is the one that comes back.
+void gf_setUserRange(std::int32_t nm);
+void gf_setAirportRange(std::int32_t nm);
 void gf_setAutoRange(bool on);          // on: saves the user's range; off: gives it back. With both boxes
 void gf_takeAutoRange(std::int32_t nm); // what the automatic range has found; nothing while it is off
 

@@ -12,14 +12,18 @@ void gf_setRange(double nm) {
     app.rangeMeters = static_cast<std::int32_t>(nm * metersPerNm);
 }
 
-void gf_setUserRange(std::int32_t nm) {
+static void setLateralRange(std::int32_t nm, bool byUser) {
     {
         const LockGuard hold(rangeLock);
         LATERAL_RANGE.value = LATERAL_RANGE.limited(nm);
         gf_setRange(LATERAL_RANGE.value);
+        if (byUser) app.savedRange = LATERAL_RANGE.value.load();
     }
     gf_showParameter(LATERAL_RANGE);
 }
+
+void gf_setUserRange(std::int32_t nm) { setLateralRange(nm, true); }
+void gf_setAirportRange(std::int32_t nm) { setLateralRange(nm, false); }
 
 void gf_setAutoRange(bool on) {
     {

@@ -103,6 +103,7 @@ class AirportsTest : public testing::Test {
     static void freshState() {
         app = AppRun{};
         lf_resetAirports();
+        lf_dropSaves();
         airportsLife = AirportsProcess{};
         engine = EngineRun{};
         display = Display{};

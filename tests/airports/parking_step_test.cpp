@@ -271,23 +271,23 @@ TEST_F(ParkStep, NothingIsSavedOverALearnedFileThatWasNotTakenInWhole) {
     EXPECT_EQ(readFile(aside), partly);
     EXPECT_THAT(readFile(path), HasSubstr("GBAFM"));
 
-    // A learned file that lies where the airport's own is saved, but was not read for it: another lies at its path.
+    // What was saved is read again, also when another file lies at the path that the base file has.
     writeFile(folders.mySimaddon / "EDTT.xml", baseFile(stand("A", 0, 20), "stock"));
     writeFile(folders.learnedSimaddon / "EDTT.xml", learnedFile(""));
-    const std::string other = readFile(path);
     comeAgain();
     learn("A", "GCCCC");
     leave();
-    EXPECT_EQ(readFile(aside), other);
+    EXPECT_THAT(readFile(path), testing::AllOf(HasSubstr("GBAFM"), HasSubstr("GCCCC")));
+    EXPECT_EQ(readFile(aside), partly);
 
-    // One that cannot be set aside stays.
+    // One that cannot be kept beside stays.
+    putLearned("EDTT", partly);
     std::filesystem::remove(aside);
     std::filesystem::create_directories(aside / "full");
-    const std::string before = readFile(path);
     comeAgain();
     learn("A", "GDDDD");
     leave();
-    EXPECT_EQ(readFile(path), before);
+    EXPECT_EQ(readFile(path), partly);
     EXPECT_THAT(logText(), HasSubstr("saving \"" + plat::pathText(path) + "\" did not succeed"));
 }
 
@@ -334,9 +334,11 @@ TEST_F(ParkStep, ParametersOfTheLearnedFileAreSetInTheirOrder) {
     EXPECT_TRUE(!LEARN_SOFT.value && !PARK_SOFT.value && WEEK.value && INITIAL_LOAD_ONLY.value &&
                 AUTO_RANGE.value);
     EXPECT_EQ(MAX_LIVE.value, 300);
-    EXPECT_EQ(LATERAL_RANGE.value, 2);
     EXPECT_EQ(app.savedRange, 2) << "the automatic range keeps it";
-    EXPECT_EQ(app.rangeNm, 2);
+    EXPECT_EQ(LATERAL_RANGE.value, 10) << "and takes its place at once";
+    EXPECT_EQ(app.rangeNm, 10);
+    EXPECT_THAT(lf_parkingParameters(),
+                testing::Contains(testing::Pair(testing::StrEq("LATERAL_RANGE"), "2")));
     EXPECT_FALSE(enabled(LATERAL_RANGE));
     EXPECT_EQ(parking_percentage.value, 150) << "not limited";
     EXPECT_EQ(plat::getText(MAX_FIT_FL.control.controlId), "5.0");

@@ -79,10 +79,10 @@ class StaticParking : public Ground {
 TEST_F(StaticParking, CountsTheStandsToFill) {
     const struct {
         int stands, percentage, custom, most, wanted, shownPercentage;
-    } rows[] = {{1, 1, -1, -1, 1, 1},      {3, 49, -1, -1, 1, 49},  {3, 50, -1, -1, 2, 50},
-                {5, 50, -1, -1, 3, 50},    {10, 25, -1, -1, 3, 25}, {10, 30, 60, -1, 6, 60},
-                {10, 80, -1, 3, 3, 30},    {10, 80, -1, 0, 0, 0},   {10, 80, -1, 500, 8, 80},
-                {10, 150, -1, -1, 15, 150}};
+    } rows[] = {{1, 1, -1, -1, 1, 1},       {3, 49, -1, -1, 1, 49},  {3, 50, -1, -1, 2, 50},
+                {5, 50, -1, -1, 3, 50},     {10, 25, -1, -1, 3, 25}, {10, 30, 60, -1, 6, 60},
+                {10, 80, -1, 3, 3, 30},     {10, 80, -1, 0, 0, 0},   {10, 80, -1, 500, 8, 80},
+                {10, 150, -1, -1, 15, 150}, {29, 50, -1, -1, 15, 50}};
     for (const auto& row : rows) {
         airports.file.stands.assign(static_cast<std::size_t>(row.stands), Stand());
         parking_percentage.value = row.percentage;
@@ -264,6 +264,19 @@ TEST_F(StaticParking, ALiveAircraftThatComesWhileItsImageIsMadeTakesItAway) {
     active(hex, 77, fieldLat, fieldLon + 0.1, 5000).regcode = "D-AIZA";
     lf_placeNextStatic();
     EXPECT_TRUE(engine.parked.empty());
+}
+
+TEST_F(StaticParking, WhatLiesBeyondTheRangeWaitsUntilItIsWithin) {
+    option(stand("A", 0, 0, 0, 18), "D-AIZA", "DLH1", "", 3, {20});
+    option(stand("B", 20 * metersPerNm, 0, 0, 18), "D-AIZB", "DLH2", "", 3, {20});
+    gf_setRange(15);
+    lf_calculateStatics();
+    run(6);
+    EXPECT_EQ(shown(), (Names{"DLH1*"}));
+    EXPECT_FALSE(lf_canPlaceStatics()) << "so that the work counts as done";
+    gf_setRange(30);
+    run(6);
+    EXPECT_EQ(shown(), (Names{"DLH1*", "DLH2*"}));
 }
 
 TEST_F(StaticParking, SerialNumberNoughtIsAnAircraftLikeAnyOther) {

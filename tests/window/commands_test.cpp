@@ -122,6 +122,10 @@ TEST_F(OpenWindow, TheAutomaticRangeGivesBackTheUsersOwn) {
     EXPECT_EQ(box(LATERAL_RANGE), "25");
     EXPECT_EQ(app.rangeNm, 25);
     EXPECT_EQ(saved(LATERAL_RANGE), "25");
+    enter(LATERAL_RANGE, "80"); // typed, it is the one that comes back behind an airport's own
+    gf_setAirportRange(60);
+    gf_setAutoRange(false);
+    EXPECT_EQ(LATERAL_RANGE.value, 80);
 }
 
 TEST_F(OpenWindow, TheUsersRangeOutlastsTheWorkerThatWorksOutAnother) {
