@@ -13,6 +13,7 @@
 #include "platform/clock.h"
 #include "platform/window.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 
 static constexpr plat::SteadyNs oneMs = 1'000'000;
@@ -21,10 +22,20 @@ static constexpr plat::SteadyNs silentSecondsNs = 1500 * oneMs; // a stop waits 
 
 static bool flightRuns() { return app.simRunning && !app.simConnectFailed; }
 
+// Whether the simulator has a live aircraft, or something is on its way into it or out of it. The cycle must not stand
+// then: what it does not move hangs in the sky.
+static bool trafficIsMoving() {
+    return !engine.removalQueue.empty() ||
+           std::any_of(engine.live.begin(), engine.live.end(),
+                       [](const LiveAc& ac) { return ac.st != SimState::buffer; }) ||
+           std::any_of(engine.parked.begin(), engine.parked.end(),
+                       [](const ParkedAc& ac) { return ac.st != SimState::active; });
+}
+
 static void sendPosition() {
     const UserBlock& u = engine.user;
     const UserPosition position{u.lat, u.lon, u.pitch, u.bank, u.heading, u.alt, u.groundSpeed};
-    if (!lf_sendPosition(position)) return;
+    if (!lf_sendPosition(position, !trafficIsMoving())) return;
     if (!app.userClosing) lf_removeAllForLostFeed();
     lf_realTrafficGone();
 }

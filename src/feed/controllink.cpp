@@ -1,5 +1,5 @@
 // The control link: a TCP server with RealTraffic as its one client. It tells RealTraffic where the user is, so that
-// the feed covers that region, and asks for its edition. Runs on the worker, which it holds up while RealTraffic is
+// the feed covers that region, and asks for its edition. Runs on the worker, which it may hold up while RealTraffic is
 // awaited; every wait is bounded or ends on a stop.
 
 #include "feed/feed.h"
@@ -48,14 +48,14 @@ void lf_openControlPort(const std::string& port) {
     controlLink.socketsStarted = true;
 }
 
-bool waitForClient() {
+bool waitForClient(bool hold) {
     if (controlLink.clientConnected || controlLink.listenSocket == plat::noSocket) return false;
     int ready = 0;
-    while (ready == 0) {
+    do {
         if (gf_stopping()) return false;
-        ready = plat::waitReadable(controlLink.listenSocket, waitStepMs);
-    }
-    if (ready < 0) return false;
+        ready = plat::waitReadable(controlLink.listenSocket, hold ? waitStepMs : 0);
+    } while (hold && ready == 0);
+    if (ready <= 0) return false;
     plat::Socket client = plat::acceptTcp(controlLink.listenSocket);
     if (client == plat::noSocket) return false;
     const auto interrupted = [&](const char* call) {
@@ -171,10 +171,16 @@ std::string gf_positionLine(const UserPosition& user) {
                        user.groundSpeed * numberScale, user.lat * degToRad, user.lon * degToRad);
 }
 
-bool lf_sendPosition(const UserPosition& user) {
+static std::string lf_goneText() {
+    return fmt::format("{} RealTraffic gone? Wait for RealTraffic to re-connect ...", gf_shortTimeText());
+}
+
+bool lf_sendPosition(const UserPosition& user, bool hold) {
     if (!appLife.realTrafficLocal || gf_isNoPosition(user.lat, user.lon)) return false;
     if (!controlLink.clientConnected && !controlLink.clientLost) {
-        if (app.runState != RunState::notYetSet || !waitForClient()) return false;
+        if (app.runState != RunState::notYetSet || controlLink.listenSocket == plat::noSocket) return false;
+        if (hold) gf_showMessage(lf_goneText(), false); // the one of the loss may have had its time
+        if (!waitForClient(hold)) return false;
         lf_setLinkMark(true);
         gf_logLine(fmt::format("{} RealTraffic re-connected", gf_shortTimeText()));
         gf_clearMessage();
@@ -189,8 +195,7 @@ bool lf_sendPosition(const UserPosition& user) {
 
 void lf_realTrafficGone() {
     lf_resetReaders();
-    gf_showMessage(
-        fmt::format("{} RealTraffic gone? Wait for RealTraffic to re-connect ...", gf_shortTimeText()), true);
+    gf_showMessage(lf_goneText(), true);
 }
 
 void lf_sendSimTime(std::int64_t seconds) {

@@ -186,14 +186,15 @@ struct ControlLink { // owner: feed; worker
 extern ControlLink controlLink;
 
 void lf_openControlPort(const std::string& port); // throws std::runtime_error
-bool waitForClient();                             // true when it has accepted one; ends on a stop
-bool sendDataPacket(std::string_view text);       // false: the client has gone
+bool waitForClient(bool hold = true);       // true when it has accepted one; hold: until one comes or a stop
+bool sendDataPacket(std::string_view text); // false: the client has gone
 std::string lf_receiveLine();
 void lf_waitForRealTraffic();
 void lf_readEdition(const std::string& text);
 std::string gf_positionLine(const UserPosition& user); // "Qs121=..."
 // True when RealTraffic has gone in this call: the caller then removes its aircraft and calls lf_realTrafficGone.
-bool lf_sendPosition(const UserPosition& user);
+// While it is away, the call waits for it when it may hold the worker, and else looks whether it is there.
+bool lf_sendPosition(const UserPosition& user, bool hold = true);
 void lf_realTrafficGone();
 void lf_sendSimTime(std::int64_t seconds);
 void gf_closeControlLink();                  // "exit", both sockets, the socket library

@@ -4,7 +4,12 @@
 
 #include "app/maincycle.h"
 
+#include <chrono>
 #include <climits>
+#include <future>
+#include <thread>
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -351,28 +356,102 @@ TEST_F(CycleTest, TheHalfHourComesFromTheFeedWhenItMayBeAnotherTime) {
 
 // ---- RealTraffic goes --------------------------------------------------------------------------------------------
 
-TEST_F(CycleTest, ALostRealTrafficTakesItsAircraftWithIt) {
-    for (const bool closing : {false, true}) {
-        freshState();
+namespace {
+
+class LostFeedTest : public CycleTest {
+  protected:
+    LostFeedTest() { begin(); }
+    ~LostFeedTest() override {
+        plat::closeSocket(client);
+        gf_closeControlLink();
+    }
+    void begin() {
         app.simRunning.set();
         appLife.realTrafficLocal = true;
         placeUser(50, 8);
         engine.user = sim.userBlock;
         lf_openControlPort("0");
-        plat::Socket client = plat::connectTcp("127.0.0.1", plat::localPort(controlLink.listenSocket), 1000);
-        ASSERT_NE(client, plat::noSocket);
-        ASSERT_TRUE(waitForClient());
-        addAircraft(20001, 500);
+        connect();
+        EXPECT_TRUE(waitForClient());
         lf_beginCycle();
+    }
+    void connect() {
+        client = plat::connectTcp("127.0.0.1", plat::localPort(controlLink.listenSocket), 1000);
+        EXPECT_NE(client, plat::noSocket);
+    }
+    // The first line may still leave before the other side's answer to it has come back.
+    void loseRealTraffic() {
         plat::closeSocket(client);
+        for (int i = 0; i < 5000 && !lossIsShown(); ++i) tick();
+        EXPECT_TRUE(lossIsShown());
+    }
+    static bool lossIsShown() {
+        return gf_shownMessage().ends_with(" RealTraffic gone? Wait for RealTraffic to re-connect ...");
+    }
+    // A Tick, and the simulator does what it is told.
+    bool tickOfBoth() {
+        std::vector<std::uint32_t> removals;
+        {
+            const LockGuard hold(simLock);
+            removals.swap(sim.removals);
+        }
+        for (const std::uint32_t id : removals) gf_postSimMessage({.objectId = id});
+        told += removals.size();
+        return tick();
+    }
+    plat::Socket client = plat::noSocket;
+    std::size_t told = 0; // removals
+};
+
+} // namespace
+
+TEST_F(LostFeedTest, ItsAircraftGoUnlessTheUserIsClosing) {
+    for (const bool closing : {false, true}) {
+        addAircraft(20001, 500);
         if (closing) app.userClosing.set();
-        const char* const gone = "RealTraffic gone? Wait for RealTraffic to re-connect ...";
-        // The first line may still leave before the other side's answer to it has come back.
-        for (int i = 0; i < 5000 && gf_shownMessage().find(gone) == std::string::npos; ++i) tick();
-        EXPECT_NE(gf_shownMessage().find(gone), std::string::npos);
+        loseRealTraffic();
         EXPECT_EQ(engine.removalQueue.size() + sim.removals.size(), closing ? 0u : 1u);
         gf_closeControlLink();
+        freshState();
+        if (!closing) begin();
     }
+}
+
+TEST_F(LostFeedTest, TheCycleGoesOnUntilTheLastOfThemHasGoneAndStandsOnlyThen) {
+    for (std::uint32_t i = 0; i < 60; ++i) addAircraft(20001 + i, 500 + i);
+    LiveAc& coming = addAircraft(30001, 0); // the simulator has been asked for it
+    coming.st = SimState::adding2sim;
+    std::promise<void> gone;
+    std::thread guard([&] { // ends a cycle that stands too early
+        if (gone.get_future().wait_for(20s) == std::future_status::timeout) app.stopRequested.set();
+    });
+    loseRealTraffic();
+    for (int i = 0; i < 300; ++i) tickOfBoth();
+    gf_postSimMessage({.objectId = 700, .hexid = 30001, .kind = SimMessageKind::liveAppeared});
+    for (int i = 0; i < 1000 && !engine.live.empty(); ++i) tickOfBoth();
+    gone.set_value();
+    guard.join();
+    EXPECT_EQ(told, 61u);
+    EXPECT_TRUE(engine.live.empty() && engine.removalQueue.empty());
+    ASSERT_FALSE(gf_stopping());
+
+    gf_clearMessage();
+    std::thread realTraffic([&] { // comes when the cycle stands and says so
+        for (int i = 0; i < 2000 && !lossIsShown(); ++i) std::this_thread::sleep_for(10ms);
+        connect();
+    });
+    for (int i = 0; i < 100; ++i) tickOfBoth();
+    EXPECT_TRUE(controlLink.clientConnected);
+    realTraffic.join();
+}
+
+TEST_F(LostFeedTest, RealTrafficIsTakenBackWhileItsAircraftGo) {
+    for (std::uint32_t i = 0; i < 60; ++i) addAircraft(20001 + i, 500 + i);
+    loseRealTraffic();
+    connect();
+    for (int i = 0; i < 100; ++i) tickOfBoth();
+    EXPECT_TRUE(controlLink.clientConnected && display.feedConnected);
+    EXPECT_FALSE(engine.live.empty());
 }
 
 // ---- the loop itself -----------------------------------------------------------------------------------------------
