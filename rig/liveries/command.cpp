@@ -12,6 +12,7 @@
 #include "rig.h"
 #include "simlink/simlink.h"
 #include "updates/archive.h"
+#include "updates/updates.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -55,11 +56,11 @@ std::string readFile(const fs::path& path) {
 void readReferenceData(const fs::path& path) {
     std::string text = readFile(path);
     if (text.starts_with("PK")) {
-        constexpr std::uint64_t largest = 1u << 30; // bytes; no reference data is as large
+        std::uint64_t left = transferLimits.xmlBytes;
         text.clear();
         const ZipArchive zip(path);
         const bool read =
-            zip.entryCount() > 0 && zip.readEntry(0, largest, [&](const char* data, std::size_t size) {
+            zip.entryCount() > 0 && zip.readEntry(0, left, [&](const char* data, std::size_t size) {
                 text.append(data, size);
                 return true;
             });

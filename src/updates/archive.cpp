@@ -26,12 +26,11 @@ std::string ZipArchive::entryName(std::int64_t index) const {
     return name ? name : "";
 }
 
-bool ZipArchive::readEntry(std::int64_t index, std::uint64_t limit,
+bool ZipArchive::readEntry(std::int64_t index, std::uint64_t& left,
                            const std::function<bool(const char*, std::size_t)>& take) const {
     zip_file_t* file = zip_fopen_index(lf_zip(inside), static_cast<zip_uint64_t>(index), 0);
     if (!file) return false;
     std::vector<char> block(64 * 1024);
-    std::uint64_t total = 0;
     bool good = true;
     for (;;) {
         const zip_int64_t count = zip_fread(file, block.data(), block.size());
@@ -39,9 +38,10 @@ bool ZipArchive::readEntry(std::int64_t index, std::uint64_t limit,
             good = count == 0;
             break;
         }
-        total += static_cast<std::uint64_t>(count);
-        good = total <= limit && take(block.data(), static_cast<std::size_t>(count));
+        const auto size = static_cast<std::size_t>(count);
+        good = size <= left && take(block.data(), size);
         if (!good) break;
+        left -= size;
     }
     return zip_fclose(file) == 0 && good;
 }

@@ -17,8 +17,9 @@ class ZipArchive {
     bool isOpen() const { return inside != nullptr; }
     std::int64_t entryCount() const;                 // 0 when it could not be opened
     std::string entryName(std::int64_t index) const; // "" when it cannot be read
-    // Hands the content on in blocks. False when it is damaged, larger than limit, or when take gives false.
-    bool readEntry(std::int64_t index, std::uint64_t limit,
+    // Hands the content on in blocks, each of which is taken off the bytes left: one count serves all entries of an
+    // archive. False when the content is damaged, larger than what is left, or when take gives false.
+    bool readEntry(std::int64_t index, std::uint64_t& left,
                    const std::function<bool(const char* data, std::size_t size)>& take) const;
 
   private:

@@ -37,15 +37,15 @@ namespace {
 
 struct Received {
     std::ofstream stream;
-    std::uint64_t bytes = 0;
+    std::uint64_t left; // bytes that may still come
 };
 
 } // namespace
 
 static std::size_t lf_writeBlock(char* data, std::size_t size, std::size_t count, void* target) {
     auto& to = *static_cast<Received*>(target);
-    to.bytes += size * count;
-    if (to.bytes > transferLimits.fileBytes) return 0; // ends the transfer
+    if (size * count > to.left) return 0; // ends the transfer
+    to.left -= size * count;
     return to.stream.write(data, static_cast<std::streamsize>(size * count)) ? size * count : 0;
 }
 
@@ -66,6 +66,8 @@ static void lf_setOptions(CURL* handle, const std::string& url, Received& to) {
     curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, lf_transferProgress);
     curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(handle, CURLOPT_QUICK_EXIT,
+                     1L); // a stop does not wait for a name that is being looked up
 }
 
 // The plain blocking call asks for progress only once a second while nothing arrives, which is too late for a stop.
@@ -87,9 +89,9 @@ static bool lf_perform(CURL* handle) {
 }
 
 bool gf_downloadFile(TransferHandle handle, const std::string& url, const std::filesystem::path& file,
-                     bool binary) {
+                     bool binary, std::uint64_t limit) {
     if (!handle) return false;
-    Received to{std::ofstream(file, binary ? std::ios::out | std::ios::binary : std::ios::out)};
+    Received to{std::ofstream(file, binary ? std::ios::out | std::ios::binary : std::ios::out), limit};
     if (!to.stream) {
         gf_logLine(fmt::format("could not open output file: {}", plat::pathText(file)));
         return false;
@@ -115,15 +117,15 @@ Fetched gf_fetchFile(const std::string& url, const std::filesystem::path& file) 
 // False when there is nothing to unpack, which is what a server that sends no byte looks like.
 static bool lf_unzip(const std::filesystem::path& archive, const std::filesystem::path& target) {
     const ZipArchive zip(archive);
+    std::uint64_t left = transferLimits.xmlBytes;
     bool written = false;
     for (std::int64_t i = 0; i < zip.entryCount(); ++i) {
         const std::string name = zip.entryName(i);
         if (!name.empty() && name.back() == '/') continue;
         std::ofstream stream(target, std::ios::binary);
-        const bool read =
-            zip.readEntry(i, transferLimits.unpackedBytes, [&](const char* data, std::size_t size) {
-                return !gf_stopping() && stream.write(data, static_cast<std::streamsize>(size));
-            });
+        const bool read = zip.readEntry(i, left, [&](const char* data, std::size_t size) {
+            return !gf_stopping() && stream.write(data, static_cast<std::streamsize>(size));
+        });
         stream.close();
         if (!read || !stream) return false;
         written = true;
@@ -153,7 +155,7 @@ bool gf_dbaseUnzip(const std::filesystem::path& target) { return gf_downloadAndU
 VersionData gf_fetchVersion(TransferHandle handle, const std::string& url) {
     const std::filesystem::path file = "version.json";
     std::error_code ignored;
-    if (!gf_downloadFile(handle, url, file, false)) {
+    if (!gf_downloadFile(handle, url, file, false, transferLimits.versionBytes)) {
         gf_logLine(fmt::format("downloading \"{}\" failed", url));
         std::filesystem::remove(file, ignored);
         return {};

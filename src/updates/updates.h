@@ -23,14 +23,16 @@ struct TransferLimits {
     long wholeSeconds = 30 * 60;              // of one file, however it trickles in
     long stopTestMillis = 250;                // how often a stop is looked for, at most
     std::uint64_t fileBytes = 1ull << 30;     // of one file
-    std::uint64_t unpackedBytes = 1ull << 30; // of one entry of an archive; of all files of a data set
+    std::uint64_t versionBytes = 4096;        // of a version file
+    std::uint64_t unpackedBytes = 1ull << 30; // of all that an archive holds
+    std::uint64_t xmlBytes = 256ull << 20;    // the same of one with an XML file, which is parsed as a whole
 };
 extern TransferLimits transferLimits; // owner: updates; worker
 
-// Blocking. False for a null handle, a file that cannot be opened (logged), a failed or a stopped transfer; a partial
-// file then stays.
+// Blocking. False for a null handle, a file that cannot be opened (logged), a failed or a stopped transfer, or more bytes
+// than the limit; a partial file then stays.
 bool gf_downloadFile(TransferHandle handle, const std::string& url, const std::filesystem::path& file,
-                     bool binary);
+                     bool binary, std::uint64_t limit = transferLimits.fileBytes);
 // A file from the server, on a handle of its own. A failure leaves no file.
 enum class Fetched { yes, notThere, failed }; // notThere: the server says that it has no such file
 Fetched gf_fetchFile(const std::string& url, const std::filesystem::path& file);

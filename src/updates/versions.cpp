@@ -7,6 +7,7 @@
 #include "app/log.h"
 #include "app/parameters.h"
 #include "platform/files.h"
+#include "platform/flush.h"
 #include "updates/archive.h"
 #include "updates/updates.h"
 
@@ -37,10 +38,10 @@ static bool lf_isFolder(const std::string& entry) { return entry.empty() || entr
 // How an entry was written. A file that is not whole is no file.
 enum class Unpacked { whole, damaged, notWritten };
 
-static Unpacked lf_writeEntry(const ZipArchive& zip, std::int64_t index, std::uint64_t limit,
+static Unpacked lf_writeEntry(const ZipArchive& zip, std::int64_t index, std::uint64_t& left,
                               const fs::path& target) {
     std::ofstream stream(target, std::ios::binary);
-    const bool read = zip.readEntry(index, limit, [&](const char* data, std::size_t size) {
+    const bool read = zip.readEntry(index, left, [&](const char* data, std::size_t size) {
         return !gf_stopping() && stream.write(data, static_cast<std::streamsize>(size));
     });
     stream.close();
@@ -52,26 +53,37 @@ static Unpacked lf_writeEntry(const ZipArchive& zip, std::int64_t index, std::ui
 
 // ---- the program ---------------------------------------------------------------------------------------------------
 
-// Of several entries the last one stands.
-static bool lf_unpackInstaller(const ZipArchive& zip) {
+static fs::path lf_freshInstaller() {
     fs::path beside = folders.installer;
     beside += ".new";
-    bool written = false;
-    for (std::int64_t i = 0; i < zip.entryCount(); ++i) {
+    return beside;
+}
+
+static void lf_forgetFreshInstaller() {
+    std::error_code ignored;
+    fs::remove(lf_freshInstaller(), ignored);
+}
+
+// Of several entries the last one stands.
+static bool lf_unpackInstaller(const ZipArchive& zip) {
+    const fs::path beside = lf_freshInstaller();
+    std::uint64_t left = transferLimits.unpackedBytes;
+    std::string last;
+    int failed = 0;
+    for (std::int64_t i = 0; i < zip.entryCount() && failed == 0; ++i) {
         const std::string entry = zip.entryName(i);
         if (lf_isFolder(entry)) continue;
-        const Unpacked how = lf_writeEntry(zip, i, transferLimits.unpackedBytes, beside);
-        std::error_code error;
-        if (how == Unpacked::whole) error = plat::moveFile(beside, folders.installer);
-        if (how != Unpacked::whole || error) {
-            gf_logLine(
-                fmt::format("unzipping error code : {}", error ? error.value() : static_cast<int>(how)));
-            return false;
-        }
-        gf_logLine(fmt::format("{} unzipped to {}", entry, plat::pathText(folders.installer)));
-        written = true;
+        last = entry;
+        failed = static_cast<int>(lf_writeEntry(zip, i, left, beside));
     }
-    return written;
+    if (failed == 0 && !last.empty()) failed = plat::moveFile(beside, folders.installer).value();
+    if (failed != 0) {
+        gf_logLine(fmt::format("unzipping error code : {}", failed));
+        lf_forgetFreshInstaller();
+        return false;
+    }
+    if (!last.empty()) gf_logLine(fmt::format("{} unzipped to {}", last, plat::pathText(folders.installer)));
+    return !last.empty();
 }
 
 bool gf_downloadInstaller(const VersionData& version) {
@@ -103,6 +115,7 @@ static fs::path lf_installerPath() {
 }
 
 void gf_checkProgramVersion() {
+    lf_forgetFreshInstaller(); // of a run that was ended in the middle
     const VersionData latest = gf_latestProgramVersion();
     if (latest == VersionData()) {
         gf_logLine("Program Version file not found?");
@@ -152,8 +165,6 @@ static int lf_unpackSimaddon(const ZipArchive& zip, const fs::path& folder) {
             gf_logLine(fmt::format("{} could not be unpacked", entry));
             return -1;
         }
-        std::error_code error;
-        left -= std::min<std::uint64_t>(left, fs::file_size(target, error));
         ++count;
     }
     return count;
@@ -205,7 +216,9 @@ static bool lf_replaceSimaddon(const fs::path& archive, const VersionData& versi
     fs::create_directories(swap.fresh, ignored);
     if (!zip.isOpen()) gf_logLine(fmt::format("could not open {}", plat::pathText(archive)));
     const int count = zip.isOpen() ? lf_unpackSimaddon(zip, swap.fresh) : -1;
-    const bool result = count >= 0 && lf_swap(swap);
+    if (count == 0) gf_logLine(fmt::format("{} holds no files", plat::pathText(archive)));
+    if (count > 0) plat::flushFilesOf(swap.fresh);
+    const bool result = count > 0 && lf_swap(swap);
     fs::remove_all(swap.fresh, ignored);
     if (!result) return false;
     const std::string text = gf_versionText(version);

@@ -11,7 +11,8 @@ static std::string unzipped(const std::filesystem::path& path) {
     std::string text;
     const ZipArchive zip(path);
     EXPECT_EQ(zip.entryCount(), 1) << path;
-    zip.readEntry(0, 1u << 30, [&](const char* data, std::size_t size) {
+    std::uint64_t left = 1u << 30;
+    zip.readEntry(0, left, [&](const char* data, std::size_t size) {
         text.append(data, size);
         return true;
     });

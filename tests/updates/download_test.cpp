@@ -129,6 +129,8 @@ TEST_F(Downloads, VersionsStandInTheFirstLine) {
         EXPECT_EQ(version(server->url() + "version.json"), expected) << text;
         EXPECT_FALSE(std::filesystem::exists("version.json"));
     }
+    test::writeFile("served/version.json", "1.2.3\n" + std::string(5000, '\n'));
+    EXPECT_EQ(version(server->url() + "version.json"), VersionData()) << "no version file is that long";
     fault("404=version.json");
     EXPECT_EQ(version(server->url() + "version.json"), VersionData());
     EXPECT_TRUE(logged("downloading \"" + server->url() + "version.json\" failed"));
@@ -181,11 +183,15 @@ TEST_F(Downloads, AFailedTransferKeepsTheTargetAndABrokenArchiveRemovesIt) {
 TEST_F(Downloads, AnArchiveThatUnpacksWithoutBoundIsGivenUp) {
     rig::writeZip("served/dbase.zip", {{"temp2.xml", std::string(3'000'000, ' ')}});
     serve();
-    transferLimits.unpackedBytes = 1'000'000;
+    transferLimits.xmlBytes = 1'000'000;
     EXPECT_FALSE(gf_dbaseUnzip("out/target"));
     EXPECT_FALSE(std::filesystem::exists("out/target"));
-    transferLimits.unpackedBytes = 3'000'000;
+    transferLimits.xmlBytes = 3'000'000;
     EXPECT_TRUE(gf_dbaseUnzip("out/target"));
+    const std::string half(1'600'000, ' ');
+    rig::writeZip("served/dbase.zip", {{"a.xml", half}, {"b.xml", half}});
+    EXPECT_FALSE(gf_dbaseUnzip("out/target")) << "both together are too much";
+    EXPECT_FALSE(std::filesystem::exists("out/target"));
 }
 
 // Cut at any place, an archive gives an error or its content, never a crash.
@@ -199,9 +205,10 @@ TEST_F(Downloads, ArchivesCutAndSpoiltAnywhereAreSafe) {
             test::writeFile("cut.zip", content);
             const ZipArchive zip("cut.zip");
             std::size_t got = 0;
+            std::uint64_t left = 1000;
             for (std::int64_t k = 0; k < zip.entryCount(); ++k) {
                 EXPECT_LE(zip.entryName(k).size(), content.size());
-                zip.readEntry(k, 1000, [&](const char*, std::size_t size) {
+                zip.readEntry(k, left, [&](const char*, std::size_t size) {
                     got += size;
                     return true;
                 });

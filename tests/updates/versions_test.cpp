@@ -116,6 +116,7 @@ TEST_F(Versions, AnInstallerThatDoesNotComeWholeLeavesTheOldOne) {
         {"half an archive", "", whole.substr(0, whole.size() / 2), "could not open " + name},
         {"damaged", "", spoilt(setupName()), "unzipping error code : "},
         {"bomb", "", "", "unzipping error code : "},
+        {"bomb of many", "", "", "unzipping error code : "},
     };
     transferLimits.stallSeconds = 1;
     for (const Row& row : rows) {
@@ -123,8 +124,9 @@ TEST_F(Versions, AnInstallerThatDoesNotComeWholeLeavesTheOldOne) {
         test::writeFile("install_new_version.exe", "the old one");
         test::writeFile("Log.txt", "");
         if (row.content.empty()) {
-            rig::writeZip(setupName(), {{"setup.exe", std::string(3'000'000, ' ')}});
-            transferLimits.unpackedBytes = 1'000'000;
+            const std::string half(1'500'000, ' ');
+            rig::writeZip(setupName(), {{"a.exe", half}, {"b.exe", half}});
+            transferLimits.unpackedBytes = row.what == "bomb" ? 1'000'000 : 2'000'000;
         } else {
             test::writeFile(setupName(), row.content);
         }
@@ -137,6 +139,19 @@ TEST_F(Versions, AnInstallerThatDoesNotComeWholeLeavesTheOldOne) {
             logged("The downloading/unzipping of the new version failed? Try manually via tarnmoor website"));
         expectNoLeftovers();
     }
+    transferLimits = TransferLimits{};
+    test::writeFile("install_new_version.exe.new", "half of one"); // its run was ended
+    fs::remove("install_new_version.exe");
+    fs::create_directories("install_new_version.exe/in the way");
+    test::writeFile("Log.txt", "");
+    test::writeFile(setupName(), whole);
+    EXPECT_NO_THROW(gf_checkProgramVersion());
+    EXPECT_TRUE(logged("unzipping error code : "));
+    expectNoLeftovers();
+    test::writeFile("install_new_version.exe.new", "half of one");
+    fault("404=release/version.json");
+    EXPECT_NO_THROW(gf_checkProgramVersion());
+    expectNoLeftovers();
 }
 
 TEST_F(Versions, TheDataSetIsReplacedByANewerOne) {
@@ -170,6 +185,9 @@ TEST_F(Versions, ADataSetThatDoesNotComeWholeLeavesTheOldOne) {
     };
     offerSet("2.0.0", {{"EGLL.xml", bytes(50'000)}, {"LFPG.xml", bytes(50'000)}});
     const std::string whole = test::readFile(zip);
+    rig::writeZip("nothing.zip", {{"sub/", ""}, {".hidden", "6"}});
+    const std::string nothing = test::readFile("nothing.zip");
+    fs::remove("nothing.zip");
     const Row rows[] = {
         {"missing", "404=mysimaddon24/my_simaddon2024.zip", "", whole},
         {"cut short", "truncate=mysimaddon24/my_simaddon2024.zip:500", "", whole},
@@ -177,6 +195,7 @@ TEST_F(Versions, ADataSetThatDoesNotComeWholeLeavesTheOldOne) {
         {"no archive", "", "could not open my_simaddon2024.zip", "nothing of the kind"},
         {"damaged", "", "EGLL.xml could not be unpacked", spoilt(zip)},
         {"bomb", "", "LFPG.xml could not be unpacked", ""},
+        {"empty", "", "my_simaddon2024.zip holds no files", nothing},
     };
     transferLimits.stallSeconds = 1;
     for (const Row& row : rows) {
@@ -184,7 +203,7 @@ TEST_F(Versions, ADataSetThatDoesNotComeWholeLeavesTheOldOne) {
         installOldSet();
         test::writeFile("Log.txt", "");
         test::writeFile(zip, row.content.empty() ? whole : row.content);
-        if (row.content.empty()) transferLimits.unpackedBytes = 70'000; // both together are too much
+        transferLimits.unpackedBytes = row.content.empty() ? 70'000 : 1'000'000; // both together are too much
         if (*row.fault) fault(row.fault);
         EXPECT_FALSE(gf_checkSimaddon());
         server->clearFaults();
