@@ -87,7 +87,8 @@ void lf_readSetup() {
     gf_setRange(LATERAL_RANGE.value);
     gf_repaint(Band::settings);
     lf_stripCommunity(gf_installPathParameter());
-    const bool simaddonMissing = gf_simaddonMissing(); // the folder is about to be made
+    // The folder is about to be made; behind a switch it holds the links of the other simulator.
+    const bool simaddonMissing = gf_simaddonMissing() || MYSIMADDON24_VERSION.value().empty();
     lf_makeFolders();
     app.liveLimit = MAX_LIVE.value;
     const bool restarted = appLife.restartAfterClose.isSet();

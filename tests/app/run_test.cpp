@@ -362,6 +362,23 @@ TEST_F(ProcessTest, AStoredCommunityFolderIsStrippedAndAFoundOneStored) {
     }
 }
 
+// A restart asks for the data set of the 2024 simulator when there is none, whatever the other one has left in its folder.
+TEST_F(ProcessTest, ASwitchToTheOtherSimulatorAsksForItsDataSet) {
+    const std::string asked = "No mysimaddon version info found at the Velloray server?";
+    std::filesystem::create_directories(folders.mySimaddon);
+    test::writeFile(folders.mySimaddon / "EGLL.txt", "archive/simaddon/EGLL.xml\n");
+    gf_readParameters();
+    gf_setAndSave(MSFS_2020, false);
+    gf_setAndSave(MSFS_2024_INSTALL_PATH, plat::pathText(community.parent_path()));
+    gf_openLog();
+    appLife.restartAfterClose.set();
+    for (const char* installed : {"1.0.0", ""}) {
+        gf_setAndSave(MYSIMADDON24_VERSION, installed);
+        lf_readSetup();
+        EXPECT_EQ(logged(asked), *installed == '\0');
+    }
+}
+
 TEST_F(ProcessTest, ASecondInstanceEndsAtOnceAndLeavesTheLogAlone) {
     const plat::InstanceGuard first("Local\\$Velloray$");
     const std::string before = logText();
