@@ -70,6 +70,7 @@ SceneryFindings lf_decodeBgl(const std::filesystem::path& path, WordBuffer& buff
 // What the scan under way has found, in walk order.
 struct ScanResults {
     std::vector<std::string> log; // lines for the scan log
+    bool complete = true;         // all that was to be written is
     struct Generated {
         GeneratedFile file;
         std::size_t logPlace = 0; // its line
@@ -81,9 +82,17 @@ struct ScanResults {
     void take(SceneryFindings&& found); // writes the links and the entries in TBLO
     void toGenerate(GeneratedFile&& file);
     void writeGenerated(); // the rest, once all has been searched; nothing when a stop is under way
+
+  private:
+    // Notes in the log and above what could not be written; nothing of it stays.
+    bool write(const std::string& text, const std::filesystem::path& path);
+    std::string write(const GeneratedFile& file); // its line
 };
 void lf_scanFolder(const std::filesystem::path& folder, ScanResults& results);
 
 // ---- offline learning (tblo.cpp); worker -----------------------------------------------------------------------------
 void lf_emptyFolder(const std::filesystem::path& folder); // throws std::filesystem::filesystem_error
-void lf_gatherForLearning(); // airports of third parties whose stock file has learned traffic, copied to TBLO
+// Airports of third parties whose stock file has learned traffic are copied to TBLO. False when a copy failed.
+bool lf_gatherForLearning();
+inline constexpr const char* formerFilesLeft =
+    "problems with removing previous files (maybe still open?)"; // a line of the log

@@ -11,6 +11,7 @@
 #include "app/parameters.h"
 #include "app/textfiles.h"
 #include "platform/files.h"
+#include "platform/flush.h"
 #include "simlink/simlink.h"
 
 #include <fmt/format.h>
@@ -32,20 +33,30 @@ static std::vector<fs::path> lf_packageFolders() {
 }
 
 // With MSFS 2024 the simaddon folder holds a data set that was downloaded.
-static void lf_forgetFormerScan() {
+static void lf_forgetFormerAirports() {
     try {
         if (MSFS_2020) lf_emptyFolder(folders.mySimaddon);
         lf_emptyFolder(folders.myThirdparty);
-        if (fs::exists(folders.tblo)) lf_emptyFolder(folders.tblo);
-        fs::remove(folders.airportsScanLog);
     } catch (const fs::filesystem_error& e) {
         throw orvo::UserErrorException(errorFormerResults, e.what());
     }
 }
 
-static bool lf_runScan(const std::vector<fs::path>& list) {
+// What is for the user to look at; the program never reads it.
+static void lf_forgetFormerReports() {
+    std::error_code failed;
+    fs::remove(folders.airportsScanLog, failed);
+    try {
+        if (fs::exists(folders.tblo)) lf_emptyFolder(folders.tblo);
+    } catch (const fs::filesystem_error& e) {
+        failed = e.code();
+    }
+    if (failed) gf_logLine(formerFilesLeft);
+}
+
+// True when it has found an airport.
+static bool lf_runScan(const std::vector<fs::path>& list, ScanResults& results) {
     constexpr std::size_t usualLines = 2048;
-    ScanResults results;
     results.log.reserve(usualLines);
     airportScan.succeeded = false;
     airportScan.tbloCount = 0;
@@ -56,7 +67,9 @@ static bool lf_runScan(const std::vector<fs::path>& list) {
         gf_logLine(plat::pathText(folders.airportsScanLog) + " written");
     if (gf_stopping()) return false;
     gf_clearMessage();
-    lf_gatherForLearning();
+    if (!lf_gatherForLearning()) results.complete = false;
+    for (const auto& folder : {folders.mySimaddon, folders.myThirdparty, folders.tblo})
+        plat::flushFilesOf(folder);
     if (airportScan.succeeded) gf_logLine("Airports scan successful");
     return airportScan.succeeded;
 }
@@ -66,11 +79,17 @@ void lf_scanAirports() {
     gf_logLine(
         fmt::format("\n++++++++++++++++++++++++ airports scan {} starts +++++++++++++++++++++++++++++", ""));
     gf_readAirportNames();
-    lf_forgetFormerScan();
-    const bool found = lf_runScan(lf_packageFolders());
+    lf_forgetFormerAirports();
+    lf_forgetFormerReports();
+    ScanResults results;
+    const bool found = lf_runScan(lf_packageFolders(), results);
     gf_clearAirportNames();
     if (gf_stopping()) return; // what has been found is not all
     if (!found) gf_showMessage("Warning: Scan has not found any add-on airports", true);
-    gf_setAndSave(SCAN_AIRPORTS, appLife.newAirportsRequest.isSet()); // asked for again just now
+    if (!results.complete)
+        gf_showMessage("Warning: Not all results of the scan could be written, the next start scans again",
+                       true);
+    // Or it was asked for again just now.
+    gf_setAndSave(SCAN_AIRPORTS, !results.complete || appLife.newAirportsRequest.isSet());
     gf_logLine("-------------------------- airports scan ends    ----------------------------\n");
 }

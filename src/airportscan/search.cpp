@@ -12,7 +12,6 @@
 #include "app/parameters.h"
 #include "app/textfiles.h"
 #include "platform/files.h"
-#include "platform/flush.h"
 
 #include <fmt/format.h>
 
@@ -103,23 +102,17 @@ SceneryFindings lf_decodeBgl(const fs::path& path, WordBuffer& buffer) {
 
 // ---- what becomes of it -------------------------------------------------------------------------------------------------
 
-static void lf_writeLink(const AirportFile& airport, const std::string& target, ScanResults& results) {
-    const auto& folder = airport.publisher == "simaddon" ? folders.mySimaddon : folders.myThirdparty;
-    const fs::path path = folder / plat::textPath(airport.code + ".txt");
-    if (gf_writeFile(target, path, true))
-        airportScan.succeeded = true;
-    else
-        results.lf_scanLog(fmt::format("{}could not write {}", alert, plat::pathText(path)));
+bool ScanResults::write(const std::string& text, const fs::path& path) {
+    if (gf_writeFile(text, path, true)) return true;
+    std::error_code ignored;
+    fs::remove(path, ignored); // a part of it says something else, and counts
+    lf_scanLog(fmt::format("{}could not write {}", alert, plat::pathText(path)));
+    complete = false;
+    return false;
 }
 
-static void lf_writeTbloEntry(const TbloEntry& entry, ScanResults& results) {
-    std::error_code failed; // shows in the writing
-    fs::create_directory(folders.tblo, failed);
-    const fs::path path = folders.tblo / plat::textPath(entry.code + ".xml");
-    if (gf_writeFile(entry.text, path, true))
-        results.lf_scanLog(fmt::format("==> TBLO entry {} created", plat::pathText(path)));
-    else
-        results.lf_scanLog(fmt::format("{}could not write {}", alert, plat::pathText(path)));
+static const fs::path& lf_folderOf(bool simaddon) {
+    return simaddon ? folders.mySimaddon : folders.myThirdparty;
 }
 
 void ScanResults::toGenerate(GeneratedFile&& file) {
@@ -139,34 +132,43 @@ void ScanResults::take(SceneryFindings&& found) {
         const auto end = found.lines.begin() + static_cast<std::ptrdiff_t>(airport.linesBefore);
         log.insert(log.end(), std::move_iterator(line), std::move_iterator(end));
         line = end;
-        if (airport.identity.linked()) lf_writeLink(airport.file, airport.identity.link, *this);
+        if (airport.identity.linked() &&
+            write(airport.identity.link, lf_folderOf(airport.file.publisher == "simaddon") /
+                                             plat::textPath(airport.file.code + ".txt")))
+            airportScan.succeeded = true;
         if (file != found.generated.end() && file->airport == i) toGenerate(std::move(*file++));
     }
     log.insert(log.end(), std::move_iterator(line), std::move_iterator(found.lines.end()));
-    if (found.tblo) lf_writeTbloEntry(*found.tblo, *this);
+    if (found.tblo) {
+        std::error_code failed; // shows in the writing
+        fs::create_directory(folders.tblo, failed);
+        const fs::path path = folders.tblo / plat::textPath(found.tblo->code + ".xml");
+        if (write(found.tblo->text, path))
+            lf_scanLog(fmt::format("==> TBLO entry {} created", plat::pathText(path)));
+    }
     if (!found.failure.empty() && !gf_stopping())
         lf_scanLog(fmt::format("{} airports search aborted, futs inner, \n{}\n{}\n{}", alert, "lf_decodeBgl",
                                found.pathText, found.failure));
 }
 
-static std::string lf_write(const GeneratedFile& file) {
-    const auto& folder = file.simaddon ? folders.mySimaddon : folders.myThirdparty;
+std::string ScanResults::write(const GeneratedFile& file) {
+    const auto& folder = lf_folderOf(file.simaddon);
     std::error_code failed; // shows in the writing
     fs::create_directories(folder, failed);
     const fs::path path = folder / plat::textPath(file.code + ".xml");
-    if (!lf_writeScannedFile(file.text, path))
+    if (!lf_writeScannedFile(file.text, path)) {
+        complete = false;
         return file.line + fmt::format("\n{}Generating {} did not succeed", alert, plat::pathText(path));
+    }
     airportScan.succeeded = true;
     return file.line;
 }
 
 void ScanResults::writeGenerated() {
-    if (generated.empty()) return;
     for (auto& [key, one] : generated) {
         if (gf_stopping()) return;
-        log[one.logPlace] = lf_write(one.file);
+        log[one.logPlace] = write(one.file);
     }
-    for (const auto& folder : {folders.mySimaddon, folders.myThirdparty}) plat::flushFilesOf(folder);
     generated.clear();
 }
 

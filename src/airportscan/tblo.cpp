@@ -42,7 +42,7 @@ void lf_emptyFolder(const fs::path& folder) {
         gf_logLine(plat::pathText(folder) + " could not be removed");
         left = true;
     }
-    if (left) gf_logLine("problems with removing previous files (maybe still open?)");
+    if (left) gf_logLine(formerFilesLeft);
 }
 
 // ---- the tests -------------------------------------------------------------------------------------------------------
@@ -97,6 +97,8 @@ static bool lf_copy(const std::string& code, const fs::path& file) {
     fs::create_directory(folders.tblo, failed);
     fs::copy_file(file, target, fs::copy_options::overwrite_existing, failed);
     if (failed) {
+        std::error_code ignored;
+        fs::remove(target, ignored);
         gf_logLine(fmt::format("{} \"{}\" failed to copy \"{}\"", gf_shortTimeText(), plat::pathText(file),
                                plat::pathText(target)));
         return false;
@@ -105,7 +107,8 @@ static bool lf_copy(const std::string& code, const fs::path& file) {
     return true;
 }
 
-static void lf_gather(const std::string& code) {
+// False when it was to be copied and could not be.
+static bool lf_gather(const std::string& code) {
     const fs::path file = folders.myThirdparty / plat::textPath(code + ".xml");
     pugi::xml_document document;
     const bool loaded = lf_loadXml(file, document).empty();
@@ -113,11 +116,12 @@ static void lf_gather(const std::string& code) {
     const char* publisher = lf_fileParameter(document, "publisher");
     if (code == "KMCI" && publisher && std::string_view(publisher) == "TropicalSim") {
         fs::remove(file, ignored); // that file is known to be no good
-        return;
+        return true;
     }
-    if (!lf_stockIsSuitable(code) || !lf_publisherProblem(file, document, loaded).empty()) return;
-    if (!lf_copy(code, file)) return;
+    if (!lf_stockIsSuitable(code) || !lf_publisherProblem(file, document, loaded).empty()) return true;
+    if (!lf_copy(code, file)) return false;
     if (fs::exists(folders.myThirdparty / plat::textPath(code + ".txt"), ignored)) fs::remove(file, ignored);
+    return true;
 }
 
 // Codes of the generated files, sorted.
@@ -137,19 +141,21 @@ static std::vector<std::string> lf_thirdpartyCodes() {
     return codes;
 }
 
-void lf_gatherForLearning() {
+bool lf_gatherForLearning() {
     const auto codes = lf_thirdpartyCodes();
+    bool complete = true;
     for (const std::string& code : codes)
-        if (!gf_stopping()) lf_gather(code);
+        if (!gf_stopping() && !lf_gather(code)) complete = false;
     lf_countTblo();
     if (airportScan.tbloCount > 0) {
         gf_logLine("");
         gf_logLine(fmt::format("Please zip the folder {} and mail it to {}: the traffic that was learned at "
                                "the stock airports can then be carried over to yours",
                                plat::pathText(folders.tblo), maintainers));
-        return;
+        return complete;
     }
     if (!codes.empty()) gf_logLine("All your third party airports are done, no off line learning needed.");
     std::error_code ignored;
     fs::remove(folders.tblo, ignored); // when it is empty
+    return complete;
 }

@@ -214,6 +214,15 @@ TEST_F(AirportScanTest, TheFormerResultsGoFirst) {
     EXPECT_FALSE(fs::exists("TBLO"));
     EXPECT_THAT(scanLog, Not(HasSubstr("old")));
 
+    fs::remove(folders.airportsScanLog); // what the program does not read does not stop it
+    fs::create_directories(folders.airportsScanLog / "sub");
+    test::writeFile("TBLO", "");
+    SCAN_AIRPORTS.value = true;
+    lf_scanAirports();
+    EXPECT_EQ(thirdparty(), "EDDF.xml ");
+    EXPECT_THAT(log(), HasSubstr("problems with removing previous files (maybe still open?)\n"));
+    EXPECT_FALSE(SCAN_AIRPORTS);
+
     fs::remove_all(folders.myThirdparty);
     test::writeFile(folders.myThirdparty, "");
     EXPECT_THAT([&] { scan(); }, testing::ThrowsMessage<std::exception>(testing::StartsWith("5: ")));
