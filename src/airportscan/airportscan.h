@@ -23,8 +23,9 @@ struct AirportScan {                 // lives as long as the process; owner: air
 extern AirportScan airportScan;
 
 // ---- for run control (scan.cpp); worker, in the start sequence -----------------------------------------------------
-// The whole scan. A stop ends it within a second or so; then SCAN_AIRPORTS stays on, so that the next start scans again.
-// Throws orvo::UserErrorException 5 when the results of the last scan cannot be listed.
+// The whole scan. A stop ends it within a second or so; then, and when something could not be written, SCAN_AIRPORTS stays
+// on, so that the next start scans again. Throws orvo::UserErrorException 5 when the airports of the last scan cannot be
+// listed.
 void lf_scanAirports();
 void lf_countTblo(); // what lies there, for the window
 
