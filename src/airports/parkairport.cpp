@@ -110,7 +110,8 @@ static void lf_reserveOfList() {
 
 static void lf_showLoaded() {
     const AirportFile& file = airports.file;
-    display.airportLoaded = airports.park.loaded;
+    if (display.airportLoaded.exchange(airports.park.loaded) != airports.park.loaded)
+        gf_repaint(Band::settings); // the minutes to the next renewal
     display.airportHandmade = file.handmade;
     display.standCount = static_cast<std::uint32_t>(file.stands.size());
     display.trafficWeeks = file.trafficWeeks;

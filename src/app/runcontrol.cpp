@@ -83,8 +83,8 @@ static void lookForRealTraffic() {
 
 void lf_readSetup() {
     gf_readParameters();
-    LATERAL_RANGE.value = LATERAL_RANGE.limited(LATERAL_RANGE.value);
-    gf_setRange(LATERAL_RANGE.value);
+    gf_setUserRange(LATERAL_RANGE.value);
+    gf_repaint(Band::status); // which simulator it is for
     gf_repaint(Band::settings);
     lf_stripCommunity(gf_installPathParameter());
     // The folder is about to be made; behind a switch it holds the links of the other simulator.
@@ -108,7 +108,6 @@ void lf_readSetup() {
     showInstallPath();
     gf_repaint(Band::settings);
     lookForRealTraffic();
-    app.savedRange = LATERAL_RANGE.value;
 }
 
 static void readLiveries() {

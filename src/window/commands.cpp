@@ -57,16 +57,40 @@ static void lf_tell(const BoolParameter& p) {
 
 // ---- new runs ----------------------------------------------------------------------------------------------------
 
+namespace {
+struct Scan {
+    const BoolParameter& wish;
+    Flag& request; // what is known is void
+    const char *what, *recommended;
+};
+} // namespace
+
+static const Scan scans[] = {
+    {SCAN_LIVERIES, appLife.newLiveriesRequest, "liveries", "AI aircraft models/liveries"},
+    {SCAN_AIRPORTS, appLife.newAirportsRequest, "airports", "airports"},
+};
+
+static const Scan* lf_scanOf(const BoolParameter& p) { // nullptr: the box is another
+    for (const Scan& scan : scans)
+        if (&scan.wish == &p) return &scan;
+    return nullptr;
+}
+
+// A scan or a run that ends just now takes back a wish that has no request: the request is there before the wish.
+static void lf_askBeforeWish(const BoolParameter& p) {
+    if (const Scan* const scan = lf_scanOf(p); scan && app.rtNotYetConnected) scan->request.set();
+}
+
 // The stores are the worker's: the next run empties them at its start.
-static void lf_scanLater(const BoolParameter& p, Flag& request, const char* what, const char* recommended) {
-    if (!p) return gf_clearMessage();
+static void lf_scanLater(const Scan& scan) {
+    if (!scan.wish) return gf_clearMessage();
     if (!app.rtNotYetConnected)
         return lf_message(
             fmt::format("Your {} will be scanned at the next start of {}, recommended after you have "
                         "add/removed {}",
-                        what, programName, recommended));
-    request.set();
-    lf_logAndShow(fmt::format("Your {} will be scanned", what));
+                        scan.what, programName, scan.recommended));
+    scan.request.set(); // again: a run that has begun meanwhile has taken it
+    lf_logAndShow(fmt::format("Your {} will be scanned", scan.what));
     gf_requestStop(RunState::newSettings, scanSeconds);
 }
 
@@ -84,6 +108,7 @@ static void lf_switchSimulator() {
     gf_setAndSave(SCAN_AIRPORTS, true);
     gf_setAndSave(SCAN_LIVERIES, true);
     lf_logAndShow(fmt::format("Switching Simulator to {}", MSFS_2020 ? "MSFS 2020" : "MSFS 2024"));
+    gf_repaint(Band::status); // which names it
     ALL_INSTALL_PATH.set("");
     gf_showParameter(ALL_INSTALL_PATH);
     if (!MSFS_2020) gf_setAndSave(MYSIMADDON24_VERSION, "");
@@ -121,17 +146,17 @@ static void lf_afterToggle(const BoolParameter& p) {
     if (&p == &NAV_LIGHTS_WHILE_PARKED) app.navLightsRequest.set();
     if (&p == &AUTO_RANGE) lf_followAutoRange();
     if (&p == &MSFS_2020) lf_switchSimulator();
-    if (&p == &SCAN_LIVERIES)
-        lf_scanLater(p, appLife.newLiveriesRequest, "liveries", "AI aircraft models/liveries");
-    if (&p == &SCAN_AIRPORTS) lf_scanLater(p, appLife.newAirportsRequest, "airports", "airports");
+    if (const Scan* const scan = lf_scanOf(p)) lf_scanLater(*scan);
     if (&p == &LIG_AUTOMATIC) plat::setEnabled(AI_PACKAGE_ORDER.control.controlId, p.value);
     if (&p == &PARK_SOFT || &p == &PARK_FAKE || &p == &WEEK) lf_parkingChanged();
+    if (&p == &WEEK) gf_repaint(Band::parking); // which shows no average fit with it
     if (&p == &INITIAL_LOAD_ONLY || &p == &LEARN_SOFT) lf_noteParameterOfAirport();
     if (&p == &ALWAYS_ON_TOP) plat::setTopMost(p.value);
 }
 
 static void lf_toggle(BoolParameter& p) {
     const bool on = !plat::isChecked(p.control.controlId);
+    if (on) lf_askBeforeWish(p);
     if (&p == &AUTO_RANGE) {
         gf_setAutoRange(on);
     } else {

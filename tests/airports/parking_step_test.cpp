@@ -68,6 +68,13 @@ TEST_F(ParkStep, TheAirportUnderTheUserIsBroughtUpWithoutAFileReadInAStep) {
     EXPECT_EQ(airports.reservedStand, "A");
     lf_serveLoader();
     EXPECT_EQ(readFile(folders.myParkAirports), "EDTT,A\n");
+    step();
+    EXPECT_FALSE(display.staticWork);
+    plat::headless::takeInvalid();
+    lf_giveUpParkAirport();
+    EXPECT_THAT(plat::headless::takeInvalid(),
+                testing::Contains(testing::Field(&plat::Rect::top, gf_bandRect(Band::settings).top)))
+        << "there is no next renewal";
 }
 
 TEST_F(ParkStep, AnAirportFartherDownTheListKeepsItsStandWhenTheUserIsOnNone) {

@@ -13,7 +13,9 @@
 #include <pugixml.hpp>
 #include <thread>
 
+using testing::Contains;
 using testing::ElementsAre;
+using testing::Field;
 
 namespace {
 
@@ -166,7 +168,18 @@ TEST_F(ClosingTest, StartedFromAnotherFolderItShowsTheErrorUntilTheWindowIsClose
 
 TEST_F(ClosingTest, AFolderThatCannotBeMadeIsASystemError) {
     std::filesystem::remove("input"); // comes with the installation and is not made
-    at(2, gf_userClosesWindow);
+    LATERAL_RANGE.value = 25;
+    gf_saveParameter(LATERAL_RANGE);
+    gf_setAndSave(AUTO_RANGE, true);
+    plat::headless::takeInvalid();
+    at(2, [] {
+        gf_setAutoRange(false);
+        EXPECT_EQ(LATERAL_RANGE.value, 25) << "the range of the start is known whatever fails behind it";
+        EXPECT_THAT(plat::headless::takeInvalid(),
+                    Contains(Field(&plat::Rect::top, gf_bandRect(Band::status).top)))
+            << "and so is the simulator, which the header names";
+        gf_userClosesWindow();
+    });
     lf_startRun();
     EXPECT_EQ(app.runState, RunState::systemError);
     EXPECT_TRUE(app.stopRequested);

@@ -54,7 +54,9 @@ TEST_F(OpenWindow, ACheckBoxChangesItsParameterItsPlaceInTheFileAndTheMessage) {
             EXPECT_EQ(saved(row.parameter), on ? "true" : "false");
             const char* const message = on ? row.on : row.off;
             EXPECT_EQ(gf_shownMessage(), message == stays ? "what stood there" : message);
-            EXPECT_FALSE(plat::headless::takeInvalid().empty());
+            const std::vector<Band> bands = bandsToPaint();
+            EXPECT_THAT(bands, Contains(Band::settings));
+            EXPECT_EQ(std::count(bands.begin(), bands.end(), Band::parking), &row.parameter == &WEEK);
         }
     }
     EXPECT_EQ(timesLogged("Be aware"), 0) << "those are on the screen alone";
@@ -160,7 +162,9 @@ TEST_F(OpenWindow, AnotherSimulatorIsANewRunThatScansAgain) {
         gf_setAndSave(MYSIMADDON24_VERSION, "1.2.3");
         ALL_INSTALL_PATH.set("a path");
         gf_showParameter(ALL_INSTALL_PATH);
+        plat::headless::takeInvalid();
         click(MSFS_2020);
+        EXPECT_THAT(bandsToPaint(), Contains(Band::status)) << "it names the simulator";
         EXPECT_EQ(saved(MSFS_2020), to2020 ? "true" : "false");
         EXPECT_FALSE(std::filesystem::exists(folders.scannedLiveries));
         EXPECT_TRUE(appLife.newLiveriesRequest.take() && appLife.newAirportsRequest.take());
@@ -217,6 +221,26 @@ TEST_F(OpenWindow, AWishToScanEndsTheRunUntilRealTrafficHasConnected) {
                                          row.what);
         EXPECT_EQ(timesLogged("will be scanned at the next start"), 0);
         EXPECT_FALSE(row.request || app.stopRequested);
+    }
+}
+
+TEST_F(OpenWindow, AWishToScanIsAskedForBeforeItCanBeTakenBack) {
+    for (const auto& [parameter, request] :
+         {std::pair<BoolParameter&, Flag&>{SCAN_LIVERIES, appLife.newLiveriesRequest},
+          {SCAN_AIRPORTS, appLife.newAirportsRequest}}) {
+        app = AppRun{};
+        gf_setAndSave(parameter, false);
+        std::atomic<bool> looks{false};
+        bool asked = false;
+        std::thread endOfScan([&] { // it would take back what it does not find asked for
+            looks = true;
+            while (!parameter) {}
+            asked = request.isSet();
+        });
+        while (!looks) {}
+        click(parameter);
+        endOfScan.join();
+        EXPECT_TRUE(asked) << parameter.name;
     }
 }
 

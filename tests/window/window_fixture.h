@@ -22,6 +22,7 @@
 
 using namespace colours;
 using plat::headless::Drawn;
+using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -80,6 +81,14 @@ struct OpenWindow : MainWindow {
         if (at == text.npos) return {};
         const auto begin = at + key.size();
         return text.substr(begin, text.find('"', begin) - begin);
+    }
+    // Since the last look.
+    static std::vector<Band> bandsToPaint() {
+        std::vector<Band> bands;
+        for (const plat::Rect& r : plat::headless::takeInvalid())
+            for (const Band band : {Band::title, Band::status, Band::settings, Band::parking, Band::message})
+                if (gf_bandRect(band).top == r.top) bands.push_back(band);
+        return bands;
     }
     static void click(const Parameter& p) { plat::headless::click(p.control.controlId); }
     static void enter(const Parameter& p, const std::string& text) {
