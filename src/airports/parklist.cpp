@@ -16,24 +16,22 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <set>
-
-static auto lf_findEntry(std::string_view code) {
-    auto& list = airports.parkAirports;
-    return std::find_if(list.begin(), list.end(),
-                        [&](const ParkAirportEntry& entry) { return entry.code == code; });
-}
-
-bool lf_isParkAirport(std::string_view code) { return lf_findEntry(code) != airports.parkAirports.end(); }
-
-static void lf_append(const Airport& airport, const std::string& stand) {
-    airports.parkAirports.push_back({airport.code, stand, airport.lat, airport.lon, 0});
-}
+#include <unordered_set>
 
 // ---- reading ----------------------------------------------------------------------------------------------------
 
+using Codes = std::unordered_set<std::string>; // of the list, while it is read: it may be long
+
 static std::string lf_listName() { return plat::pathText(folders.myParkAirports.filename()); }
 
-static bool lf_takeLine(const std::string& line) {
+// False: the list has it already.
+static bool lf_append(Codes& codes, const Airport& airport, const std::string& stand) {
+    if (!codes.insert(airport.code).second) return false;
+    airports.parkAirports.push_back({airport.code, stand, airport.lat, airport.lon, 0});
+    return true;
+}
+
+static bool lf_takeLine(Codes& codes, const std::string& line) {
     constexpr std::size_t mostFields = 2;
     const auto fields = gf_splitAtCommas(line);
     if (fields.empty()) return true;
@@ -46,14 +44,12 @@ static bool lf_takeLine(const std::string& line) {
         gf_showMessage(fmt::format("airport {} is unknown", fields[0]), true);
         return false;
     }
-    if (lf_isParkAirport(fields[0]))
+    if (!lf_append(codes, *airport, fields.size() == mostFields ? fields[1] : std::string()))
         gf_logLine(fmt::format("{}:{} double, skipped", lf_listName(), line));
-    else
-        lf_append(*airport, fields.size() == mostFields ? fields[1] : std::string());
     return true;
 }
 
-static bool lf_readList() {
+static bool lf_readList(Codes& codes) {
     constexpr std::size_t many = 3000;
     std::error_code ignored;
     if (!std::filesystem::is_regular_file(folders.myParkAirports, ignored)) {
@@ -63,7 +59,7 @@ static bool lf_readList() {
     bool known = true;
     if (const auto lines = gf_readLines(folders.myParkAirports))
         for (const std::string& line : *lines)
-            if (!lf_takeLine(line)) known = false;
+            if (!lf_takeLine(codes, line)) known = false;
     const std::size_t count = airports.parkAirports.size();
     if (count > 0)
         gf_logLine(
@@ -92,15 +88,10 @@ static std::set<std::string> lf_codesOfFolder(const std::filesystem::path& folde
     return codes;
 }
 
-static void lf_readMyThirdpartyFolder() {
+static void lf_readMyThirdpartyFolder(Codes& codes) {
     std::size_t added = 0;
-    for (const std::string& code : lf_codesOfFolder(folders.myThirdparty)) {
-        if (lf_isParkAirport(code)) continue;
-        const auto airport = gf_findAirport(code);
-        if (!airport) continue;
-        lf_append(*airport, {});
-        ++added;
-    }
+    for (const std::string& code : lf_codesOfFolder(folders.myThirdparty))
+        if (const auto airport = gf_findAirport(code); airport && lf_append(codes, *airport, {})) ++added;
     if (added > 0)
         gf_logLine(fmt::format("{} park airport{} added from my_thirdparty folder(-s)", added,
                                added == 1 ? "" : "s"));
@@ -109,8 +100,9 @@ static void lf_readMyThirdpartyFolder() {
 bool lf_readMyParkAirports() {
     airports.parkAirports.clear();
     airports.sortedFor = {};
-    const bool known = lf_readList();
-    lf_readMyThirdpartyFolder();
+    Codes codes;
+    const bool known = lf_readList(codes);
+    lf_readMyThirdpartyFolder(codes);
     return known;
 }
 
@@ -204,7 +196,8 @@ void lf_sortParkAirports() {
 
 bool lf_bringToFront(std::string_view code) {
     auto& list = airports.parkAirports;
-    const auto entry = lf_findEntry(code);
+    const auto entry =
+        std::find_if(list.begin(), list.end(), [&](const ParkAirportEntry& one) { return one.code == code; });
     if (entry == list.end()) return false;
     list.splice(list.begin(), list, entry);
     return true;
@@ -261,11 +254,21 @@ static std::string lf_takeNewReservation() {
     return message;
 }
 
+// In a run a folder that cannot be read is told, and no more: the start has shown that it was there.
+static bool lf_readAgain() {
+    try {
+        return lf_readMyParkAirports();
+    } catch (const std::filesystem::filesystem_error& e) {
+        gf_showMessage(e.what(), true);
+        return false;
+    }
+}
+
 bool lf_rereadParkAirports() {
-    const bool known = lf_readMyParkAirports();
+    const bool known = lf_readAgain();
+    const bool destinationFirst = lf_keepDestinationFirst(); // of what has been read, whatever it is
     if (known) {
-        if (!lf_keepDestinationFirst() && !gf_isNoPosition(engine.user.lat, engine.user.lon))
-            lf_sortParkAirports();
+        if (!destinationFirst && !gf_isNoPosition(engine.user.lat, engine.user.lon)) lf_sortParkAirports();
         std::string message = lf_takeNewReservation();
         if (message.empty()) message = "park airports and stands are okay";
         gf_showMessage(message, true);

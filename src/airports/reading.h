@@ -135,7 +135,6 @@ void lf_awaitGroundAnswer(); // a moment, and not for a Tick
 // ---- the list and the reserved stand (parklist.cpp, parkairport.cpp); worker ------------------------------------------
 void lf_reserveStand(const std::string& id); // and shows it
 bool lf_bringToFront(std::string_view code); // of the list; false: it is not in it
-bool lf_isParkAirport(std::string_view code);
-void lf_rememberParkStand();    // writes the first of the list into the user's file
-bool lf_keepDestinationFirst(); // false: there is none
-void lf_sortParkAirports();     // by the distance from the user, unless a destination rules
+void lf_rememberParkStand();                 // writes the first of the list into the user's file
+bool lf_keepDestinationFirst();              // false: there is none
+void lf_sortParkAirports();                  // by the distance from the user, unless a destination rules

@@ -145,10 +145,21 @@ TEST_F(ParkList, RereadingMovesTheReservedStand) {
     EXPECT_TRUE(airports.reservedStand == "B" && gf_standById("B")->reserved && !gf_standById("A")->reserved);
     EXPECT_THAT(engine.removalQueue, ElementsAre(9));
     EXPECT_EQ(gf_displayText(DisplayText::reservedStand), "B");
-    writeFile(folders.myParkAirports, "NONE\n");
+    EXPECT_TRUE(plat::isEnabled(RE_READ.control.controlId));
+}
+
+TEST_F(ParkList, ARereadingThatFailsKeepsTheDestinationFirst) {
+    DESTINATION.set("EDNN");
+    writeFile(folders.myParkAirports, "EDTT\nNONE\nEDNN,5\n");
     EXPECT_FALSE(lf_rereadParkAirports());
     EXPECT_EQ(gf_shownMessage(), "airport NONE is unknown");
-    EXPECT_TRUE(plat::isEnabled(RE_READ.control.controlId));
+    EXPECT_THAT(entries(), ElementsAre("EDNN,5", "EDTT,"));
+    std::filesystem::remove_all(folders.myThirdparty);
+    writeFile(folders.myParkAirports, "EDTT\nEDNN,6\n");
+    EXPECT_FALSE(lf_rereadParkAirports()) << "the run goes on";
+    EXPECT_THAT(gf_shownMessage(), HasSubstr("directory_iterator::directory_iterator"));
+    EXPECT_THAT(entries(), ElementsAre("EDNN,6", "EDTT,"));
+    EXPECT_TRUE(plat::isEnabled(RE_READ.control.controlId) && plat::isEnabled(DESTINATION.control.controlId));
 }
 
 } // namespace test
