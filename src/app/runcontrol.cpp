@@ -74,6 +74,12 @@ static void showInstallPath() {
     gf_showParameter(ALL_INSTALL_PATH);
 }
 
+static void readDirectory() {
+    if (!gf_readAirports()) // told like one that cannot be read
+        throw orvo::UserErrorException(
+            88, fmt::format("{} not loaded {}", plat::pathText(folders.airportsXml), "No airport found"));
+}
+
 static void lookForRealTraffic() {
     std::error_code ignored;
     appLife.realTrafficLocal = std::filesystem::exists(folders.realTrafficJar, ignored);
@@ -104,7 +110,7 @@ void lf_readSetup() {
         gf_readDbase();
         appLife.dbaseRead = true;
     }
-    gf_readAirports();
+    readDirectory();
     showInstallPath();
     gf_repaint(Band::settings);
     lookForRealTraffic();

@@ -43,8 +43,9 @@ class AppTest : public testing::Test {
         engineLife = EngineProcess{};
         lf_resetAirports();
         airportsLife = AirportsProcess{};
-        airportsLife.directoryRead = true; // and empty
-        airportsLife.loaderByHand = true;  // in virtual time
+        airportsLife.directoryRead = true;
+        airportsLife.directory = {{"NZSP", "", -90, 0, 9300}}; // far from all that happens
+        airportsLife.loaderByHand = true;                      // in virtual time
         {
             const LockGuard hold(simLock);
             sim = SimLinkRun{};

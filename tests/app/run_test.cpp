@@ -2,6 +2,7 @@
 
 #include "app_fixture.h"
 
+#include "app/errors.h"
 #include "app/runcontrol.h"
 #include "platform/clock.h"
 #include "platform/files.h"
@@ -299,6 +300,13 @@ TEST_F(ProcessTest, RestartsForNewSettingsAndEndsWithTheWindow) {
     EXPECT_NE(test::readFile(folders.parameters).find("name=\"MAIN_WINDOW_X\" value=\"123\""),
               std::string::npos);
     EXPECT_TRUE(simLife.thread.get_id() == std::thread::id()) << "the simulator thread has been joined";
+}
+
+TEST_F(ProcessTest, ADirectoryWithoutAnyAirportIsAnErrorForTheUser) {
+    airportsLife.directory.clear();
+    EXPECT_THAT(lf_readSetup,
+                testing::ThrowsMessage<orvo::UserErrorException>(
+                    "88: " + plat::pathText(folders.airportsXml) + " not loaded No airport found"));
 }
 
 // The window's thread only asks: what a run remembers of the titles are views of the store's own texts.
