@@ -56,6 +56,7 @@ Fl_Color colourOf(Colour c) {
 
 struct Mirror { // of a control, as other threads set and read it
     bool enabled = false, checked = false;
+    bool textWaits = false; // set by the program, and not yet shown
     std::string text;
     std::string shown;           // the text that the program has set last
     Fl_Widget* widget = nullptr; // loop's thread
@@ -175,14 +176,28 @@ struct EditBox : Fl_Input {
 
 void onEdited(Fl_Widget* widget, void*) {
     const LockGuard held(queueLock);
-    mirrors[idOf(widget)].text = static_cast<Fl_Input*>(widget)->value();
+    Mirror& mirror = mirrors[idOf(widget)];
+    if (!mirror.textWaits) mirror.text = static_cast<Fl_Input*>(widget)->value(); // else it is about to go
+}
+
+void showText(Fl_Widget* widget) {
+    auto* const box = dynamic_cast<EditBox*>(widget);
+    if (!box) return;
+    {
+        const LockGuard held(queueLock);
+        Mirror& mirror = mirrors[idOf(box)];
+        if (!mirror.textWaits) return; // shown already, with one that was set behind it
+        mirror.textWaits = false;
+        box->value(mirror.text.c_str());
+    }
+    box->position(0);
 }
 
 void addControl(int id, Fl_Widget* widget, bool enabled, bool checked) {
     widget->argument(id);
     if (!enabled) widget->deactivate();
     const LockGuard held(queueLock);
-    mirrors[id] = {enabled, checked, "", "", widget};
+    mirrors[id] = {enabled, checked, false, "", "", widget};
 }
 
 // Changes the mirror at once and the control when the loop comes to it. An unknown id is ignored.
@@ -519,14 +534,11 @@ bool isChecked(int id) {
 }
 
 void setText(int id, std::string_view utf8) {
-    changeControl(
-        id, [&](Mirror& m) { m.text = m.shown = utf8; },
-        [text = std::string(utf8)](Fl_Widget* widget) {
-            if (auto* const box = dynamic_cast<EditBox*>(widget)) {
-                box->value(text.c_str());
-                box->position(0);
-            }
-        });
+    const auto change = [&](Mirror& m) {
+        m.text = m.shown = utf8;
+        m.textWaits = true;
+    };
+    changeControl(id, change, showText);
 }
 
 std::string getText(int id) {
