@@ -11,7 +11,8 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <fstream>
-#include <sstream>
+#include <iterator>
+#include <string>
 #include <unordered_map>
 
 static constexpr std::int32_t noLiveLimit = -1, usualPercentage = 30; // where the file does not say
@@ -169,9 +170,8 @@ static bool lf_setAside(const std::filesystem::path& path) {
 
 bool lf_copyAside(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return file && text && plat::replaceFile(lf_asidePath(path), text.view());
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    return file.is_open() && !file.bad() && plat::replaceFile(lf_asidePath(path), text);
 }
 
 static void lf_tellSetAside(const std::filesystem::path& path, const std::string& why,

@@ -66,8 +66,8 @@ static void lf_setOptions(CURL* handle, const std::string& url, Received& to) {
     curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, lf_transferProgress);
     curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(handle, CURLOPT_QUICK_EXIT,
-                     1L); // a stop does not wait for a name that is being looked up
+    // A stop does not wait for a name that is being looked up.
+    curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
 }
 
 // The plain blocking call asks for progress only once a second while nothing arrives, which is too late for a stop.
